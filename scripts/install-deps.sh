@@ -1,0 +1,44 @@
+#!/usr/bin/env bash
+# Installs the Debian 12 packages that building and testing Nomly need.
+# Does nothing when every package is already present. This is the only
+# place in the project that names packages.
+set -euo pipefail
+
+packages=(
+    # toolchain
+    build-essential
+    cmake
+    ninja-build
+    pkg-config
+    ccache
+    clang-format
+    # core libraries
+    qt6-base-dev
+    qt6-base-dev-tools
+    qcoro-qt6-dev
+    libicu-dev
+    # benchmarks
+    libbenchmark-dev
+)
+
+missing=()
+for pkg in "${packages[@]}"; do
+    if ! dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q 'install ok installed'; then
+        missing+=("$pkg")
+    fi
+done
+
+if [ ${#missing[@]} -eq 0 ]; then
+    exit 0
+fi
+
+if [ "$(id -u)" -ne 0 ]; then
+    sudo=sudo
+else
+    sudo=
+fi
+
+echo "install-deps: installing ${missing[*]}" >&2
+export DEBIAN_FRONTEND=noninteractive
+$sudo apt-get update -qq
+$sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
