@@ -1,1 +1,0 @@
-#include "naming/namecontext.h"
