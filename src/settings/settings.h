@@ -1,1 +1,69 @@
 #pragma once
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+#include "naming/namingcasestyle.h"
+#include "naming/namingpatternblock.h"
+#include "naming/namingpatternseparator.h"
+#include "settings/aiprocessingmode.h"
+#include "settings/aiprovider.h"
+#include "settings/appearancemode.h"
+#include "settings/interfacelanguage.h"
+#include "settings/keyboardshortcut.h"
+#include "settings/localaibackend.h"
+
+namespace Nomly {
+
+// The one global configuration record. Field order is the order of the stored
+// JSON. API keys never live here; the has…ApiKey flags only say that the
+// secret store holds one.
+struct Settings
+{
+    QStringList watchedFolders;
+    QString namingPattern = QStringLiteral("{title}");
+    std::optional<QList<NamingPatternBlock>> namingPatternBlocks;
+    NamingCaseStyle namingCaseStyle = NamingCaseStyle::Title;
+    NamingPatternSeparator namingWordSeparator = NamingPatternSeparator::Space;
+    NamingPatternSeparator namingBlockSeparator = NamingPatternSeparator::Space;
+    bool autoStart = false;
+    bool isCustomPatternEnabled = false;
+    bool addFinderTags = false;
+    bool addSpotlightMetadata = false;
+    bool monitorSubfolders = true;
+    bool monitoringPaused = false;
+    bool showDockIcon = true;
+    bool appSoundsEnabled = true;
+    AppearanceMode appearance = AppearanceMode::Auto;
+    InterfaceLanguage interfaceLanguage = InterfaceLanguage::Auto;
+    QString outputLanguage = QStringLiteral("auto");
+    QString dateFormat = QStringLiteral("yyyy-MM-dd");
+    QString monitorFilePrefix;
+    // Absent means every supported extension, including ones added later.
+    std::optional<QStringList> monitorFileExtensions;
+    bool hotkeyEnabled = false;
+    std::optional<KeyboardShortcut> hotkeyShortcut = KeyboardShortcut {};
+    AIProvider aiProvider = AIProvider::Gemini;
+    bool hasGeminiApiKey = false;
+    bool hasGroqApiKey = false;
+    bool hasOpenaiApiKey = false;
+    bool hasClaudeApiKey = false;
+    bool byokEnabled = false;
+    std::optional<QString> byokGeminiModel;
+    std::optional<QString> byokGroqModel;
+    std::optional<QString> byokOpenaiModel;
+    std::optional<QString> byokClaudeModel;
+    AIProcessingMode aiProcessingMode = AIProcessingMode::Cloud;
+    LocalAIBackend localAIBackend = LocalAIBackend::Ollama;
+    QString localAIEndpoint = QStringLiteral("http://127.0.0.1:11434");
+    QString localAIModel = QStringLiteral("gemma3");
+    std::optional<QString> renamePromptOverride;
+    std::optional<QString> tagPromptOverride;
+    bool iWorkOnlinePreviewsEnabled = true;
+
+    bool operator==(const Settings &) const = default;
+};
+
+} // namespace Nomly
