@@ -1,5 +1,7 @@
 #include "naming/dateformats.h"
 
+#include <QRegularExpression>
+#include <QStringList>
 #include <memory>
 #include <unordered_map>
 
@@ -7,20 +9,17 @@
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
 
-#include <QStringList>
-
 namespace Nomly {
 
 namespace {
 
 constexpr const char16_t *GeneralPatterns[] = {
-    u"yyyy-MM-dd",  u"yyyy/M/d",    u"yyyy/M/dd",    u"yyyy/MM/d",    u"yyyy/MM/dd",  u"yyyy.M.d",
-    u"yyyy.M.dd",   u"yyyy.MM.d",   u"yyyy.MM.dd",   u"d/M/yyyy",     u"dd/M/yyyy",   u"d/MM/yyyy",
-    u"dd/MM/yyyy",  u"M/d/yyyy",    u"MM/d/yyyy",    u"M/dd/yyyy",    u"MM/dd/yyyy",  u"d-M-yyyy",
-    u"dd-M-yyyy",   u"d-MM-yyyy",   u"dd-MM-yyyy",   u"M-d-yyyy",     u"MM-d-yyyy",   u"M-dd-yyyy",
-    u"MM-dd-yyyy",  u"d.M.yyyy",    u"dd.M.yyyy",    u"d.MM.yyyy",    u"dd.MM.yyyy",  u"M.d.yyyy",
-    u"MM.d.yyyy",   u"M.dd.yyyy",   u"MM.dd.yyyy",   u"d/M/yy",       u"dd/M/yy",     u"d/MM/yy",
-    u"dd/MM/yy",    u"d MMM yyyy",  u"dd MMM yyyy",  u"d MMMM yyyy",  u"dd MMMM yyyy", u"MMM d yyyy",
+    u"yyyy-MM-dd",  u"yyyy/M/d",    u"yyyy/M/dd",    u"yyyy/MM/d",   u"yyyy/MM/dd",  u"yyyy.M.d",     u"yyyy.M.dd",
+    u"yyyy.MM.d",   u"yyyy.MM.dd",  u"d/M/yyyy",     u"dd/M/yyyy",   u"d/MM/yyyy",   u"dd/MM/yyyy",   u"M/d/yyyy",
+    u"MM/d/yyyy",   u"M/dd/yyyy",   u"MM/dd/yyyy",   u"d-M-yyyy",    u"dd-M-yyyy",   u"d-MM-yyyy",    u"dd-MM-yyyy",
+    u"M-d-yyyy",    u"MM-d-yyyy",   u"M-dd-yyyy",    u"MM-dd-yyyy",  u"d.M.yyyy",    u"dd.M.yyyy",    u"d.MM.yyyy",
+    u"dd.MM.yyyy",  u"M.d.yyyy",    u"MM.d.yyyy",    u"M.dd.yyyy",   u"MM.dd.yyyy",  u"d/M/yy",       u"dd/M/yy",
+    u"d/MM/yy",     u"dd/MM/yy",    u"d MMM yyyy",   u"dd MMM yyyy", u"d MMMM yyyy", u"dd MMMM yyyy", u"MMM d yyyy",
     u"MMM dd yyyy", u"MMMM d yyyy", u"MMMM dd yyyy",
 };
 
@@ -60,6 +59,11 @@ icu::SimpleDateFormat *formatterFor(const QString &pattern, Zone zone)
 
     UErrorCode status = U_ZERO_ERROR;
     auto formatter = std::make_unique<icu::SimpleDateFormat>(toUnicode(pattern), icu::Locale("en_US_POSIX"), status);
+    if (U_SUCCESS(status)) {
+        // Some patterns ("J") only fail once they are used.
+        icu::UnicodeString probe;
+        formatter->format(0.0, probe, nullptr, status);
+    }
     if (U_FAILURE(status)) {
         formatter.reset();
     } else {
@@ -117,14 +121,22 @@ std::optional<QDateTime> DateFormats::parse(QStringView text, const QString &pat
 
 std::optional<QDateTime> DateFormats::parseGeneral(QStringView text)
 {
+    static const QRegularExpression fullYear(QStringLiteral("\\d{4}"));
     QString cleaned = text.toString();
     cleaned.remove(u',');
     const QString joined = cleaned.split(QChar(u' '), Qt::SkipEmptyParts).join(u' ').simplified();
     if (joined.isEmpty())
         return std::nullopt;
+    // ICU reads "26" as the year 26 under "yyyy"; a four-digit pattern only
+    // applies when the text holds four digits in a row, so that "03/04/26"
+    // reaches the two-digit patterns.
+    const bool hasFullYear = joined.contains(fullYear);
     const icu::UnicodeString unicode = toUnicode(joined);
     for (const char16_t *pattern : GeneralPatterns) {
-        if (auto date = parseWith(unicode, QString::fromUtf16(pattern)))
+        const QString patternText = QString::fromUtf16(pattern);
+        if (!hasFullYear && patternText.contains(u"yyyy"))
+            continue;
+        if (auto date = parseWith(unicode, patternText))
             return date;
     }
     return std::nullopt;

@@ -37,10 +37,8 @@ QString normalizedFieldName(QStringView tokenOrAlias)
 FieldCatalogue::FieldCatalogue()
 {
     for (const FieldGroupRow &row : FieldGroupRows) {
-        m_groups.append({ QString::fromUtf16(row.name),
-                          QString::fromUtf16(row.systemImage),
-                          QString::fromUtf16(row.tint),
-                          {} });
+        m_groups.append(
+            { QString::fromUtf16(row.name), QString::fromUtf16(row.systemImage), QString::fromUtf16(row.tint), {} });
     }
     for (const FieldRow &row : FieldRows) {
         const QString aliases = QString::fromUtf16(row.aliases);

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "naming/namingpatternfield.h"
-
 #include <QHash>
 #include <QList>
 #include <QSet>
 #include <QString>
+
+#include "naming/namingpatternfield.h"
 
 namespace Nomly {
 
@@ -19,6 +19,7 @@ public:
     FieldCatalogue &operator=(const FieldCatalogue &) = delete;
 
     const QList<NamingPatternFieldGroup> &groups() const { return m_groups; }
+
     const QList<const NamingPatternField *> &allFields() const { return m_allFields; }
 
     // By lowercased token ("{title}").
@@ -30,9 +31,13 @@ public:
 
     // Normalised names of all fields, aliases excluded.
     bool isKnownName(const QString &normalizedName) const { return m_knownNames.contains(normalizedName); }
+
     bool isDateField(const QString &normalizedName) const { return m_dateFields.contains(normalizedName); }
+
     bool isTimeField(const QString &normalizedName) const { return m_timeFields.contains(normalizedName); }
+
     const QSet<QString> &dateFields() const { return m_dateFields; }
+
     const QSet<QString> &timeFields() const { return m_timeFields; }
 
 private:

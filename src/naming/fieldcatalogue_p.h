@@ -1,8 +1,8 @@
 #pragma once
 
-#include "naming/namingpatternfield.h"
-
 #include <array>
+
+#include "naming/namingpatternfield.h"
 
 namespace Nomly {
 

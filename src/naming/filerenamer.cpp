@@ -1,14 +1,14 @@
 #include "naming/filerenamer.h"
 
-#include "naming/builtinextensions.h"
-#include "naming/namingpattern.h"
-#include "naming/nametext.h"
-#include "naming/patternrendercontext.h"
-#include "naming/patternvalues.h"
-
 #include <QDir>
 #include <QFileInfo>
 #include <QUuid>
+
+#include "naming/builtinextensions.h"
+#include "naming/nametext.h"
+#include "naming/namingpattern.h"
+#include "naming/patternrendercontext.h"
+#include "naming/patternvalues.h"
 
 namespace Nomly {
 
@@ -41,10 +41,14 @@ QString FileRenamer::applyPattern(const PatternRenderInput &input)
     qsizetype from = 0;
     for (const PatternToken &token : scanPatternTokens(input.pattern)) {
         rendered += QStringView(input.pattern).sliced(from, token.position - from);
-        if (const auto value = patternValue(token.text, context))
+        // Braces before a token are text, so "{{title}}" keeps the title.
+        const qsizetype innerOpen = token.text.lastIndexOf(u'{');
+        rendered += QStringView(token.text).first(innerOpen);
+        const QString innerToken = token.text.sliced(innerOpen);
+        if (const auto value = patternValue(innerToken, context))
             rendered += *value;
         else
-            rendered += token.text;
+            rendered += innerToken;
         from = token.end();
     }
     rendered += QStringView(input.pattern).sliced(from);

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "naming/patternrenderinput.h"
-
 #include <QString>
+
+#include "naming/patternrenderinput.h"
 
 namespace Nomly {
 

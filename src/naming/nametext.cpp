@@ -35,8 +35,7 @@ void appendCodePoint(QString &out, char32_t c)
     }
 }
 
-template<typename Fn>
-void forEachCodePoint(QStringView text, Fn &&fn)
+template<typename Fn> void forEachCodePoint(QStringView text, Fn &&fn)
 {
     for (qsizetype i = 0; i < text.size(); ++i) {
         char32_t c = text.at(i).unicode();

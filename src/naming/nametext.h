@@ -1,12 +1,11 @@
 #pragma once
 
-#include "naming/namingcasestyle.h"
-#include "naming/namingpatternseparator.h"
-
-#include <optional>
-
 #include <QString>
 #include <QStringList>
+#include <optional>
+
+#include "naming/namingcasestyle.h"
+#include "naming/namingpatternseparator.h"
 
 namespace Nomly {
 

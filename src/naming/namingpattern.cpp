@@ -1,9 +1,9 @@
 #include "naming/namingpattern.h"
 
-#include "naming/fieldcatalogue.h"
-
 #include <QRegularExpression>
 #include <QSet>
+
+#include "naming/fieldcatalogue.h"
 
 namespace Nomly {
 
@@ -12,22 +12,21 @@ namespace {
 const QSet<QString> &locallyReadFieldNames()
 {
     static const QSet<QString> names {
-        QStringLiteral("type"),           QStringLiteral("recording_date"), QStringLiteral("artist"),
-        QStringLiteral("track_title"),    QStringLiteral("album"),          QStringLiteral("label"),
-        QStringLiteral("release_year"),   QStringLiteral("genre"),          QStringLiteral("bpm"),
-        QStringLiteral("musical_key"),    QStringLiteral("location"),       QStringLiteral("author"),
-        QStringLiteral("publisher"),      QStringLiteral("language"),       QStringLiteral("document_date"),
-        QStringLiteral("version"),        QStringLiteral("source"),         QStringLiteral("product_name"),
-        QStringLiteral("release_date"),   QStringLiteral("code_language"),  QStringLiteral("repository"),
-        QStringLiteral("branch"),         QStringLiteral("commit_hash"),    QStringLiteral("package_name"),
-        QStringLiteral("build_number"),   QStringLiteral("framework"),      QStringLiteral("sender"),
-        QStringLiteral("recipient"),      QStringLiteral("message_subject"), QStringLiteral("message_date"),
-        QStringLiteral("thread_name"),    QStringLiteral("artboard"),       QStringLiteral("component_name"),
+        QStringLiteral("type"),         QStringLiteral("recording_date"),  QStringLiteral("artist"),
+        QStringLiteral("track_title"),  QStringLiteral("album"),           QStringLiteral("label"),
+        QStringLiteral("release_year"), QStringLiteral("genre"),           QStringLiteral("bpm"),
+        QStringLiteral("musical_key"),  QStringLiteral("location"),        QStringLiteral("author"),
+        QStringLiteral("publisher"),    QStringLiteral("language"),        QStringLiteral("document_date"),
+        QStringLiteral("version"),      QStringLiteral("source"),          QStringLiteral("product_name"),
+        QStringLiteral("release_date"), QStringLiteral("code_language"),   QStringLiteral("repository"),
+        QStringLiteral("branch"),       QStringLiteral("commit_hash"),     QStringLiteral("package_name"),
+        QStringLiteral("build_number"), QStringLiteral("framework"),       QStringLiteral("sender"),
+        QStringLiteral("recipient"),    QStringLiteral("message_subject"), QStringLiteral("message_date"),
+        QStringLiteral("thread_name"),  QStringLiteral("artboard"),        QStringLiteral("component_name"),
         QStringLiteral("export_scale"),
     };
     return names;
 }
-
 
 // Fixed variant names and the field they format.
 struct VariantAlias
@@ -37,20 +36,23 @@ struct VariantAlias
 };
 
 constexpr VariantAlias FixedVariants[] = {
-    { u"month", u"month_name" },
-    { u"month_number", u"month_name" },
-    { u"month_short", u"month_name" },
-    { u"month_name", u"month_name" },
-    { u"year_short", u"year" },
+    { u"month", u"month_name" },      { u"month_number", u"month_name" }, { u"month_short", u"month_name" },
+    { u"month_name", u"month_name" }, { u"year_short", u"year" },
 };
 
 constexpr VariantAlias OtherVariants[] = {
-    { u"extension_upper", u"extension" },  { u"extension_original", u"extension" },
-    { u"size_bytes", u"size" },            { u"size_kb", u"size" },
-    { u"size_mb", u"size" },               { u"duration_clock", u"duration" },
-    { u"duration_minutes", u"duration" },  { u"duration_seconds", u"duration" },
-    { u"resolution_hyphen", u"resolution" }, { u"resolution_height", u"resolution" },
-    { u"frame_rate_rounded", u"frame_rate" }, { u"frame_rate_number", u"frame_rate" },
+    { u"extension_upper", u"extension" },
+    { u"extension_original", u"extension" },
+    { u"size_bytes", u"size" },
+    { u"size_kb", u"size" },
+    { u"size_mb", u"size" },
+    { u"duration_clock", u"duration" },
+    { u"duration_minutes", u"duration" },
+    { u"duration_seconds", u"duration" },
+    { u"resolution_hyphen", u"resolution" },
+    { u"resolution_height", u"resolution" },
+    { u"frame_rate_rounded", u"frame_rate" },
+    { u"frame_rate_number", u"frame_rate" },
 };
 
 constexpr const char16_t *DateSuffixes[] = { u"_iso", u"_dot", u"_long", u"_compact" };

@@ -1,13 +1,12 @@
 #pragma once
 
-#include "naming/namingpatternfield.h"
-#include "naming/namingpatternseparator.h"
-
-#include <optional>
-
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <optional>
+
+#include "naming/namingpatternfield.h"
+#include "naming/namingpatternseparator.h"
 
 namespace Nomly {
 
@@ -19,6 +18,7 @@ struct PatternToken
     qsizetype position = 0;
 
     qsizetype end() const { return position + text.size(); }
+
     bool operator==(const PatternToken &) const = default;
 };
 

@@ -1,11 +1,10 @@
 #pragma once
 
-#include "naming/namingpatternseparator.h"
-
-#include <optional>
-
 #include <QList>
 #include <QString>
+#include <optional>
+
+#include "naming/namingpatternseparator.h"
 
 namespace Nomly {
 

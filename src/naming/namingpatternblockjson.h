@@ -1,13 +1,12 @@
 #pragma once
 
-#include "naming/namingpatternblock.h"
-
-#include <optional>
-
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QJsonValue>
 #include <QList>
+#include <optional>
+
+#include "naming/namingpatternblock.h"
 
 namespace Nomly {
 

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "naming/rawvalue.h"
-
+#include <QString>
 #include <optional>
 
-#include <QString>
+#include "naming/rawvalue.h"
 
 namespace Nomly {
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <array>
+
 #include "naming/namingcasestyle.h"
 #include "naming/namingpatternseparator.h"
-
-#include <array>
 
 namespace Nomly {
 

@@ -1,9 +1,9 @@
 #include "naming/patternrendercontext.h"
 
+#include <QSet>
+
 #include "naming/dateformats.h"
 #include "naming/nametext.h"
-
-#include <QSet>
 
 namespace Nomly {
 
@@ -14,15 +14,15 @@ namespace {
 bool isLiteralValued(const QString &name)
 {
     static const QSet<QString> literalNames {
-        QStringLiteral("currency"),       QStringLiteral("version"),      QStringLiteral("branch"),
-        QStringLiteral("source"),         QStringLiteral("location"),     QStringLiteral("language"),
-        QStringLiteral("code_language"),  QStringLiteral("repository"),   QStringLiteral("package_name"),
-        QStringLiteral("component_name"), QStringLiteral("endpoint"),     QStringLiteral("http_status"),
-        QStringLiteral("export_scale"),   QStringLiteral("sku"),          QStringLiteral("error_code"),
-        QStringLiteral("release_year"),   QStringLiteral("bpm"),          QStringLiteral("musical_key"),
+        QStringLiteral("currency"),       QStringLiteral("version"),    QStringLiteral("branch"),
+        QStringLiteral("source"),         QStringLiteral("location"),   QStringLiteral("language"),
+        QStringLiteral("code_language"),  QStringLiteral("repository"), QStringLiteral("package_name"),
+        QStringLiteral("component_name"), QStringLiteral("endpoint"),   QStringLiteral("http_status"),
+        QStringLiteral("export_scale"),   QStringLiteral("sku"),        QStringLiteral("error_code"),
+        QStringLiteral("release_year"),   QStringLiteral("bpm"),        QStringLiteral("musical_key"),
     };
-    static constexpr const char16_t *LiteralFragments[] = { u"amount", u"number", u"_id",
-                                                            u"hash",   u"reference", u"status" };
+    static constexpr const char16_t *LiteralFragments[]
+        = { u"amount", u"number", u"_id", u"hash", u"reference", u"status" };
     for (const char16_t *fragment : LiteralFragments) {
         if (name.contains(QStringView(fragment)))
             return true;
@@ -56,8 +56,7 @@ QString fixedTimePattern(QStringView suffix)
     return QStringLiteral("HH.mm.ss");
 }
 
-template<typename Make>
-const TextVariants &cached(std::optional<TextVariants> &slot, Make &&make)
+template<typename Make> const TextVariants &cached(std::optional<TextVariants> &slot, Make &&make)
 {
     if (!slot)
         slot = make();
@@ -69,8 +68,7 @@ const TextVariants &cached(std::optional<TextVariants> &slot, Make &&make)
 PatternRenderContext::PatternRenderContext(const PatternRenderInput &input)
     : m_input(input)
     , m_datePattern(DateFormats::patternForName(input.dateFormat))
-{
-}
+{}
 
 const PatternRenderContext::TitleForms &PatternRenderContext::titleForms()
 {

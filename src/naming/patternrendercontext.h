@@ -1,11 +1,10 @@
 #pragma once
 
-#include "naming/patternrenderinput.h"
-#include "naming/valuevariants.h"
-
+#include <QString>
 #include <optional>
 
-#include <QString>
+#include "naming/patternrenderinput.h"
+#include "naming/valuevariants.h"
 
 namespace Nomly {
 
@@ -27,6 +26,7 @@ public:
         QString underscored; // U: N without spaces
         QString joined; // J: U without "_"
     };
+
     const TitleForms &titleForms();
     // {title}: the title in the pattern's case style and word separator.
     QString styledTitle();

@@ -1,11 +1,11 @@
 #pragma once
 
+#include <QDateTime>
+#include <QString>
+
 #include "naming/namingcasestyle.h"
 #include "naming/namingpatternseparator.h"
 #include "naming/patternfilemetadata.h"
-
-#include <QDateTime>
-#include <QString>
 
 namespace Nomly {
 

@@ -1,13 +1,12 @@
 #include "naming/patternvalues.h"
 
+#include <QHash>
+#include <functional>
+
 #include "naming/fieldcatalogue.h"
 #include "naming/nametext.h"
 #include "naming/originalnametokens.h"
 #include "naming/patternrendercontext.h"
-
-#include <functional>
-
-#include <QHash>
 
 namespace Nomly {
 
@@ -52,7 +51,8 @@ public:
         addOriginalForms();
         addClockForms();
         addTextForms(u"Type", u"type", u"TYPE", &PatternRenderContext::typeVariants, &PatternRenderInput::type);
-        addTextForms(u"Vendor", u"vendor", u"VENDOR", &PatternRenderContext::vendorVariants, &PatternRenderInput::vendor);
+        addTextForms(
+            u"Vendor", u"vendor", u"VENDOR", &PatternRenderContext::vendorVariants, &PatternRenderInput::vendor);
         addVendorJoinedForms();
         addKindAndExtension();
         addFileFacts();
@@ -114,10 +114,12 @@ private:
     {
         add(u"{date}", [](PatternRenderContext &c) { return c.nowDate({}); });
         for (const char16_t *suffix : DateSuffixes)
-            add(u"{date_" + QStringView(suffix) + u'}', [suffix](PatternRenderContext &c) { return c.nowDate(suffix); });
+            add(u"{date_" + QStringView(suffix) + u'}',
+                [suffix](PatternRenderContext &c) { return c.nowDate(suffix); });
         add(u"{time}", [](PatternRenderContext &c) { return c.nowTime({}); });
         for (const char16_t *suffix : TimeSuffixes)
-            add(u"{time_" + QStringView(suffix) + u'}', [suffix](PatternRenderContext &c) { return c.nowTime(suffix); });
+            add(u"{time_" + QStringView(suffix) + u'}',
+                [suffix](PatternRenderContext &c) { return c.nowTime(suffix); });
 
         auto year = [](PatternRenderContext &c) { return c.nowFormatted(QStringLiteral("yyyy")); };
         add(u"{year}", year);
@@ -136,11 +138,8 @@ private:
     }
 
     // {Type} {type} {TYPE} {Type_Name} {type_name} {TYPE_NAME} and the same for vendor.
-    void addTextForms(QStringView title,
-                      QStringView lower,
-                      QStringView upper,
-                      Variants variants,
-                      QString PatternRenderInput::*raw)
+    void addTextForms(
+        QStringView title, QStringView lower, QStringView upper, Variants variants, QString PatternRenderInput::*raw)
     {
         const QString fieldName = lower.toString();
         add(u'{' + title + u'}', [=](PatternRenderContext &c) { return (c.*variants)()[TextVariants::Normalized]; });
@@ -148,8 +147,10 @@ private:
         add(u'{' + upper + u'}',
             [=](PatternRenderContext &c) { return (c.*variants)()[TextVariants::NormalizedUpper]; });
         add(u'{' + title + u"_Name}", [=](PatternRenderContext &c) { return capitalisedBase((c.*variants)().base); });
-        add(u'{' + lower + u"_name}", [=](PatternRenderContext &c) { return (c.*variants)()[TextVariants::BaseLower]; });
-        add(u'{' + upper + u"_NAME}", [=](PatternRenderContext &c) { return (c.*variants)()[TextVariants::BaseUpper]; });
+        add(u'{' + lower + u"_name}",
+            [=](PatternRenderContext &c) { return (c.*variants)()[TextVariants::BaseLower]; });
+        add(u'{' + upper + u"_NAME}",
+            [=](PatternRenderContext &c) { return (c.*variants)()[TextVariants::BaseUpper]; });
     }
 
     void addVendorJoinedForms()
@@ -223,7 +224,8 @@ private:
         for (const char16_t *token : { u"{height}", u"{Height}", u"{HEIGHT}" })
             addGeneric(QStringView(token), &PatternFileMetadata::height);
         auto resolution = [](QStringView suffix) {
-            return [suffix](PatternRenderContext &c) { return resolutionVariant(suffix, c.input().metadata.resolution); };
+            return
+                [suffix](PatternRenderContext &c) { return resolutionVariant(suffix, c.input().metadata.resolution); };
         };
         add(u"{resolution}", resolution({}));
         add(u"{Resolution}", resolution({}));
@@ -232,8 +234,10 @@ private:
         add(u"{resolution_height}", resolution(u"height"));
 
         for (const char16_t *suffix : { u"", u"rounded", u"number" }) {
-            const QString token = *suffix ? u"{frame_rate_" + QStringView(suffix) + u'}' : QStringLiteral("{frame_rate}");
-            add(token, [suffix](PatternRenderContext &c) { return frameRateVariant(suffix, c.input().metadata.frameRate); });
+            const QString token
+                = *suffix ? u"{frame_rate_" + QStringView(suffix) + u'}' : QStringLiteral("{frame_rate}");
+            add(token,
+                [suffix](PatternRenderContext &c) { return frameRateVariant(suffix, c.input().metadata.frameRate); });
         }
         addGeneric(u"{codec}", &PatternFileMetadata::codec);
         addGeneric(u"{bitrate}", &PatternFileMetadata::bitrate);
@@ -243,7 +247,8 @@ private:
     void addPhotoFacts()
     {
         addDateField(u"capture_date", &PatternFileMetadata::captureDate);
-        add(u"{capture_time}", [](PatternRenderContext &c) { return c.timeVariant(c.input().metadata.captureTime, {}); });
+        add(u"{capture_time}",
+            [](PatternRenderContext &c) { return c.timeVariant(c.input().metadata.captureTime, {}); });
         for (const char16_t *suffix : TimeSuffixes) {
             add(u"{capture_time_" + QStringView(suffix) + u'}',
                 [suffix](PatternRenderContext &c) { return c.timeVariant(c.input().metadata.captureTime, suffix); });
@@ -273,8 +278,7 @@ private:
         // A currency is a code: its plain spelling stays as written ("USD").
         add(u"{currency}", [](PatternRenderContext &c) { return sanitizeName(c.input().currency, true); });
         add(u"{Currency}", [](PatternRenderContext &c) { return c.currencyVariants()[TextVariants::Normalized]; });
-        add(u"{CURRENCY}",
-            [](PatternRenderContext &c) { return c.currencyVariants()[TextVariants::NormalizedUpper]; });
+        add(u"{CURRENCY}", [](PatternRenderContext &c) { return c.currencyVariants()[TextVariants::NormalizedUpper]; });
     }
 
     void addDetectedFields()

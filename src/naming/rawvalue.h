@@ -1,20 +1,17 @@
 #pragma once
 
+#include <QString>
 #include <array>
 #include <optional>
 #include <utility>
-
-#include <QString>
 
 namespace Nomly {
 
 // Stored enumerations keep their raw strings in one constexpr table next to
 // the enum; these two functions are the only way in and out of that form.
-template<typename Enum, std::size_t N>
-using RawValueTable = std::array<std::pair<Enum, const char16_t *>, N>;
+template<typename Enum, std::size_t N> using RawValueTable = std::array<std::pair<Enum, const char16_t *>, N>;
 
-template<typename Enum, std::size_t N>
-QString rawValueIn(const RawValueTable<Enum, N> &table, Enum value)
+template<typename Enum, std::size_t N> QString rawValueIn(const RawValueTable<Enum, N> &table, Enum value)
 {
     for (const auto &[candidate, raw] : table) {
         if (candidate == value)

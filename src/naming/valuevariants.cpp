@@ -1,10 +1,9 @@
 #include "naming/valuevariants.h"
 
-#include "naming/nametext.h"
-
+#include <QRegularExpression>
 #include <cmath>
 
-#include <QRegularExpression>
+#include "naming/nametext.h"
 
 namespace Nomly {
 

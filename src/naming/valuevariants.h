@@ -1,9 +1,8 @@
 #pragma once
 
+#include <QString>
 #include <array>
 #include <optional>
-
-#include <QString>
 
 namespace Nomly {
 
