@@ -1,0 +1,64 @@
+#include "cli/commandlineapp.h"
+
+#include <QCoreApplication>
+#include <array>
+
+#include "cli/clicommand.h"
+#include "cli/clioutput.h"
+#include "cli/fieldscommand.h"
+#include "cli/previewcommand.h"
+
+namespace Nomly {
+
+namespace {
+
+constexpr std::array<CliCommand, 2> Commands { {
+    { u"fields", u"List the fields a naming pattern can use", &runFieldsCommand },
+    { u"preview", u"Show the names files would get, without touching them", &runPreviewCommand },
+} };
+
+QString usage()
+{
+    QString text = QStringLiteral("Usage: nomly COMMAND [options]\n\n"
+                                  "Nomly gives files meaningful names.\n\nCommands:\n");
+    for (const CliCommand &command : Commands)
+        text += QStringLiteral("  %1  %2\n")
+                    .arg(QString::fromUtf16(command.name), -10)
+                    .arg(QString::fromUtf16(command.summary));
+    text += QStringLiteral("\nRun 'nomly COMMAND --help' for the options of a command.");
+    return text;
+}
+
+} // namespace
+
+int CommandLineApp::run(const QStringList &arguments)
+{
+    QCoreApplication::setApplicationName(QStringLiteral("nomly"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(NOMLY_VERSION));
+
+    const QString name = arguments.value(1);
+    if (name.isEmpty()) {
+        CliOutput::error(QStringLiteral("no command given"));
+        CliOutput::line(usage());
+        return static_cast<int>(ExitStatus::UsageError);
+    }
+    if (name == u"--help" || name == u"-h" || name == u"help") {
+        CliOutput::line(usage());
+        return static_cast<int>(ExitStatus::Success);
+    }
+    if (name == u"--version" || name == u"-v") {
+        CliOutput::line(QStringLiteral("nomly ") + QCoreApplication::applicationVersion());
+        return static_cast<int>(ExitStatus::Success);
+    }
+    for (const CliCommand &command : Commands) {
+        if (name == QStringView(command.name)) {
+            QStringList rest = arguments.mid(1);
+            rest[0] = QStringLiteral("nomly ") + name;
+            return static_cast<int>(command.run(rest));
+        }
+    }
+    CliOutput::error(QStringLiteral("unknown command '%1'; run 'nomly --help' for the list").arg(name));
+    return static_cast<int>(ExitStatus::UsageError);
+}
+
+} // namespace Nomly

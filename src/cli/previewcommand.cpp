@@ -1,0 +1,113 @@
+#include "cli/previewcommand.h"
+
+#include <QCommandLineParser>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonObject>
+
+#include "cli/analysisoptions.h"
+#include "cli/clioutput.h"
+#include "cli/templateoptions.h"
+#include "naming/filerenamer.h"
+#include "naming/namingpatterneditor.h"
+#include "settings/effectiveanalysissettings.h"
+#include "settings/patternrendersettings.h"
+#include "settings/settings.h"
+
+namespace Nomly {
+
+namespace {
+
+// The pattern with every gap between two blocks set to one separator, as the
+// template editor writes it after each gap is changed.
+QString withBlockSeparator(const QString &pattern, NamingPatternSeparator separator)
+{
+    NamingPatternEditor editor;
+    editor.load(pattern, {}, QStringLiteral("{title}"));
+    for (qsizetype i = 0; i < editor.separators().size(); ++i)
+        editor.changeSeparator(i, separator);
+    return editor.text();
+}
+
+} // namespace
+
+ExitStatus runPreviewCommand(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Print the name each file would get in its folder, one line per file. Nothing is renamed.\n"
+                       "The template options override the global settings for this call; the analysis options stand in "
+                       "for what the AI would say about the file."));
+    const QCommandLineOption helpOption = parser.addHelpOption();
+    const TemplateOptions templateOptions(parser);
+    const AnalysisOptions analysisOptions(parser);
+    const QCommandLineOption jsonOption(QStringLiteral("json"),
+                                        QStringLiteral("Print a JSON array of objects with file, name and "
+                                                       "destination."));
+    parser.addOption(jsonOption);
+    parser.addPositionalArgument(
+        QStringLiteral("FILE"), QStringLiteral("Files to preview."), QStringLiteral("FILE..."));
+
+    if (!parser.parse(arguments)) {
+        CliOutput::error(parser.errorText());
+        return ExitStatus::UsageError;
+    }
+    if (parser.isSet(helpOption)) {
+        CliOutput::line(parser.helpText());
+        return ExitStatus::Success;
+    }
+
+    QString error;
+    const auto preset = templateOptions.read(parser, &error);
+    const auto analysis = preset ? analysisOptions.read(parser, &error) : std::nullopt;
+    if (!preset || !analysis) {
+        CliOutput::error(error);
+        return ExitStatus::UsageError;
+    }
+    const QStringList files = parser.positionalArguments();
+    if (files.isEmpty()) {
+        CliOutput::error(QStringLiteral("no files given; run 'nomly preview --help'"));
+        return ExitStatus::UsageError;
+    }
+    for (const QString &file : files) {
+        const QFileInfo info(file);
+        if (!info.exists() || info.isDir()) {
+            CliOutput::error(info.isDir() ? QStringLiteral("'%1' is a folder, not a file").arg(file)
+                                          : QStringLiteral("no such file: '%1'").arg(file));
+            return ExitStatus::UsageError;
+        }
+    }
+
+    const Settings global;
+    EffectiveAnalysisSettings effective = resolveEffectiveAnalysisSettings(global, std::nullopt, *preset);
+    if (preset->namingBlockSeparator)
+        effective.namingPattern = withBlockSeparator(effective.namingPattern, *preset->namingBlockSeparator);
+    PatternRenderInput input = patternRenderInput(effective);
+    input.title = analysis->title;
+    input.type = analysis->type;
+    input.vendor = analysis->vendor;
+    input.amount = analysis->amount;
+    input.currency = analysis->currency;
+    input.now = analysis->now;
+    input.metadata.detectedFields = analysis->fields;
+
+    QJsonArray results;
+    for (const QString &file : files) {
+        const QString destination = FileRenamer::destination(file, input);
+        const QString name = QFileInfo(destination).fileName();
+        if (parser.isSet(jsonOption)) {
+            results.append(QJsonObject {
+                { QStringLiteral("file"), QFileInfo(file).absoluteFilePath() },
+                { QStringLiteral("name"), name },
+                { QStringLiteral("destination"), destination },
+            });
+        } else {
+            CliOutput::line(name);
+        }
+    }
+    if (parser.isSet(jsonOption))
+        CliOutput::json(QJsonDocument(results));
+    return ExitStatus::Success;
+}
+
+} // namespace Nomly

@@ -1,0 +1,79 @@
+#include "cli/templateoptions.h"
+
+#include "naming/namingcasestyle.h"
+#include "naming/namingpatternseparator.h"
+
+namespace Nomly {
+
+namespace {
+
+QString choices(const auto &table)
+{
+    QStringList names;
+    for (const auto &[value, raw] : table)
+        names.append(QString::fromUtf16(raw));
+    return names.join(QStringLiteral(", "));
+}
+
+} // namespace
+
+TemplateOptions::TemplateOptions(QCommandLineParser &parser)
+    : m_pattern(QStringLiteral("pattern"),
+                QStringLiteral("Naming pattern, fields in braces (see 'nomly fields'). Default: {title}."),
+                QStringLiteral("TEXT"))
+    , m_style(QStringLiteral("style"),
+              QStringLiteral("Case style: %1.").arg(choices(NamingCaseStyleRawValues)),
+              QStringLiteral("NAME"))
+    , m_wordSeparator(QStringLiteral("word-separator"),
+                      QStringLiteral("Between the words of a field: %1.").arg(choices(NamingPatternSeparatorNames)),
+                      QStringLiteral("NAME"))
+    , m_blockSeparator(QStringLiteral("block-separator"),
+                       QStringLiteral("Between the fields of a pattern: %1.").arg(choices(NamingPatternSeparatorNames)),
+                       QStringLiteral("NAME"))
+    , m_dateFormat(QStringLiteral("date-format"),
+                   QStringLiteral("Date pattern such as yyyy-MM-dd or dd.MM.yyyy, or iso, dot, long, compact."),
+                   QStringLiteral("TEXT"))
+{
+    parser.addOptions({ m_pattern, m_style, m_wordSeparator, m_blockSeparator, m_dateFormat });
+}
+
+std::optional<AnalysisSettings> TemplateOptions::read(const QCommandLineParser &parser, QString *error) const
+{
+    AnalysisSettings settings;
+    if (parser.isSet(m_pattern))
+        settings.namingPattern = parser.value(m_pattern);
+    if (parser.isSet(m_style)) {
+        settings.namingCaseStyle = namingCaseStyleFromRaw(parser.value(m_style));
+        if (!settings.namingCaseStyle) {
+            *error = QStringLiteral("unknown style '%1'; use one of: %2")
+                         .arg(parser.value(m_style), choices(NamingCaseStyleRawValues));
+            return std::nullopt;
+        }
+    }
+    const std::pair<const QCommandLineOption *, std::optional<NamingPatternSeparator> *> separators[] = {
+        { &m_wordSeparator, &settings.namingWordSeparator },
+        { &m_blockSeparator, &settings.namingBlockSeparator },
+    };
+    for (const auto &[option, target] : separators) {
+        if (!parser.isSet(*option))
+            continue;
+        *target = namingPatternSeparatorFromName(parser.value(*option));
+        if (!*target) {
+            *error
+                = QStringLiteral("unknown separator '%1' for --%2; use one of: %3")
+                      .arg(parser.value(*option), option->names().constFirst(), choices(NamingPatternSeparatorNames));
+            return std::nullopt;
+        }
+    }
+    if (parser.isSet(m_dateFormat)) {
+        const QString format = parser.value(m_dateFormat).trimmed();
+        if (format.isEmpty()) {
+            *error = QStringLiteral("--date-format must not be empty");
+            return std::nullopt;
+        }
+        settings.dateFormat = format;
+    }
+    return settings;
+}
+
+} // namespace Nomly
