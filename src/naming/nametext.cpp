@@ -92,21 +92,6 @@ bool isAcronym(QStringView word)
     return letterCount(word, &allUpper) >= 2 && allUpper;
 }
 
-NamingPatternSeparator habitualSeparator(NamingCaseStyle style)
-{
-    switch (style) {
-    case NamingCaseStyle::Snake:
-    case NamingCaseStyle::Constant:
-        return NamingPatternSeparator::Underscore;
-    case NamingCaseStyle::Kebab:
-        return NamingPatternSeparator::Hyphen;
-    case NamingCaseStyle::Dot:
-        return NamingPatternSeparator::Dot;
-    default:
-        return NamingPatternSeparator::Space;
-    }
-}
-
 } // namespace
 
 QString sanitizeName(QStringView text, bool keepSpaces)
@@ -151,6 +136,27 @@ QString sanitizeName(QStringView text, bool keepSpaces)
         kept = collapsed(std::move(kept), u"  ", u' ');
     kept = collapsed(std::move(kept), u"__", u'_');
     return trimmedOf(kept, u" _.");
+}
+
+std::optional<NamingPatternSeparator> wordSeparatorImpliedBy(NamingCaseStyle style)
+{
+    switch (style) {
+    case NamingCaseStyle::Snake:
+    case NamingCaseStyle::Constant:
+        return NamingPatternSeparator::Underscore;
+    case NamingCaseStyle::Kebab:
+        return NamingPatternSeparator::Hyphen;
+    case NamingCaseStyle::Dot:
+        return NamingPatternSeparator::Dot;
+    case NamingCaseStyle::Title:
+    case NamingCaseStyle::Sentence:
+    case NamingCaseStyle::Lower:
+    case NamingCaseStyle::Upper:
+    case NamingCaseStyle::Camel:
+    case NamingCaseStyle::Pascal:
+        break;
+    }
+    return std::nullopt;
 }
 
 QStringList splitWords(QStringView text)
@@ -243,7 +249,8 @@ QString renderCase(QStringView text, std::optional<NamingPatternSeparator> separ
 
     if (style == NamingCaseStyle::Camel || style == NamingCaseStyle::Pascal)
         return words.join(QString());
-    return words.join(rawValue(separator.value_or(habitualSeparator(style))));
+    return words.join(
+        rawValue(separator.value_or(wordSeparatorImpliedBy(style).value_or(NamingPatternSeparator::Space))));
 }
 
 QString normalizeTitle(QStringView text)

@@ -14,6 +14,10 @@ namespace Nomly {
 // everything else, collapses "__" and trims " ", "_" and "." from both ends.
 QString sanitizeName(QStringView text, bool keepSpaces);
 
+// The separator a case style writes between words: snake and constant case
+// use "_", kebab case "-", dot case "."; other styles imply none.
+std::optional<NamingPatternSeparator> wordSeparatorImpliedBy(NamingCaseStyle style);
+
 // Words for case rendering: "_", "-" and "." separate, then maximal runs of
 // letters and numbers. "my_file.v2-final" gives my, file, v2, final; there is
 // no split inside "fileName".

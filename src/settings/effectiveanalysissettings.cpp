@@ -2,6 +2,7 @@
 
 #include <QHash>
 
+#include "naming/nametext.h"
 #include "settings/namingderivation.h"
 
 namespace Nomly {

@@ -47,27 +47,6 @@ std::optional<Value> firstTokenHit(const QString &pattern, const LegacyToken<Val
 
 } // namespace
 
-std::optional<NamingPatternSeparator> wordSeparatorImpliedBy(NamingCaseStyle style)
-{
-    switch (style) {
-    case NamingCaseStyle::Snake:
-    case NamingCaseStyle::Constant:
-        return NamingPatternSeparator::Underscore;
-    case NamingCaseStyle::Kebab:
-        return NamingPatternSeparator::Hyphen;
-    case NamingCaseStyle::Dot:
-        return NamingPatternSeparator::Dot;
-    case NamingCaseStyle::Title:
-    case NamingCaseStyle::Sentence:
-    case NamingCaseStyle::Lower:
-    case NamingCaseStyle::Upper:
-    case NamingCaseStyle::Camel:
-    case NamingCaseStyle::Pascal:
-        break;
-    }
-    return std::nullopt;
-}
-
 std::optional<NamingCaseStyle> caseStyleFromLegacyTokens(const QString &pattern)
 {
     return firstTokenHit(pattern, CaseStyleTokens);

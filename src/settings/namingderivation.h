@@ -12,10 +12,6 @@ namespace Nomly {
 // chosen. Stored records from before case styles and separators existed, and
 // templates that set only some of them, both go through these.
 
-// The separator a case style writes between words: snake and constant case
-// use "_", kebab case "-", dot case "."; other styles imply none.
-std::optional<NamingPatternSeparator> wordSeparatorImpliedBy(NamingCaseStyle style);
-
 // The case style an old pattern spelled through its title token ("{titleName}",
 // "{TITLE_NAME}"), or none when it holds no such token.
 std::optional<NamingCaseStyle> caseStyleFromLegacyTokens(const QString &pattern);

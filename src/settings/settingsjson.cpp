@@ -5,6 +5,7 @@
 #include <QList>
 #include <utility>
 
+#include "naming/nametext.h"
 #include "naming/namingpatternblockjson.h"
 #include "settings/jsonfieldreader_p.h"
 #include "settings/keyboardshortcutjson.h"

@@ -1,0 +1,36 @@
+# Shortcuts over the CMake presets. Each target first installs any missing
+# Debian packages (scripts/install-deps.sh does nothing when all are present).
+
+JOBS ?= $(shell nproc)
+DEMO_DIR ?= build/demo
+
+.PHONY: all deps build demo test bench format format-check clean
+
+all: build
+
+deps:
+	bash scripts/install-deps.sh
+
+build: deps
+	cmake --preset dev
+	cmake --build --preset dev -j $(JOBS)
+
+demo: build
+	bash scripts/demo.sh build/bin/nomly $(DEMO_DIR)
+
+test: build
+	ctest --preset dev -j $(JOBS)
+
+bench: deps
+	cmake --preset release
+	cmake --build --preset release -j $(JOBS)
+	build-release/bench/nomly-bench
+
+format:
+	git ls-files '*.cpp' '*.h' | xargs clang-format -i
+
+format-check:
+	git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
+
+clean:
+	rm -rf build build-release
