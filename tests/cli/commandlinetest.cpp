@@ -8,6 +8,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 struct Run
@@ -21,7 +23,7 @@ Run runNomly(const QStringList &arguments)
 {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("TZ"), QStringLiteral("UTC"));
+    environment.insert(u"TZ"_s, u"UTC"_s);
     process.setProcessEnvironment(environment);
     process.start(QStringLiteral(NOMLY_BINARY), arguments);
     if (!process.waitForFinished(60000))
@@ -45,8 +47,7 @@ class CommandLineTest : public QObject
 
 private slots:
     void initTestCase();
-    void fieldsListsTheCatalogue();
-    void fieldsJson();
+    void fields();
     void preview_data();
     void preview();
     void previewNumbersATakenName();
@@ -66,100 +67,60 @@ private:
 void CommandLineTest::initTestCase()
 {
     QVERIFY(m_dir.isValid());
-    touch(path(QStringLiteral("file.txt")));
-    touch(path(QStringLiteral("scan.pdf")));
-    touch(path(QStringLiteral("notes")));
+    touch(path(u"file.txt"_s));
+    touch(path(u"scan.pdf"_s));
+    touch(path(u"notes"_s));
 }
 
-void CommandLineTest::fieldsListsTheCatalogue()
+// One field a line, or one JSON object each with its group and aliases.
+void CommandLineTest::fields()
 {
-    const Run run = runNomly({ QStringLiteral("fields") });
-    QCOMPARE(run.exitCode, 0);
-    const QStringList lines = run.out.split(u'\n', Qt::SkipEmptyParts);
+    const Run plain = runNomly({ u"fields"_s });
+    QCOMPARE(plain.exitCode, 0);
+    const QStringList lines = plain.out.split(u'\n', Qt::SkipEmptyParts);
     QCOMPARE(lines.size(), 145);
-    QCOMPARE(lines.first(), QStringLiteral("{title}\tTitle\tcore"));
-    QCOMPARE(lines.last(), QStringLiteral("{thread_name}\tThread Name\tdetected"));
-}
+    QCOMPARE(lines.first(), u"{title}\tTitle\tcore"_s);
 
-void CommandLineTest::fieldsJson()
-{
-    const Run run = runNomly({ QStringLiteral("fields"), QStringLiteral("--json") });
-    QCOMPARE(run.exitCode, 0);
-    const QJsonArray fields = QJsonDocument::fromJson(run.out.toUtf8()).array();
-    QCOMPARE(fields.size(), 145);
+    const Run json = runNomly({ u"fields"_s, u"--json"_s });
+    QCOMPARE(json.exitCode, 0);
+    const QJsonArray fields = QJsonDocument::fromJson(json.out.toUtf8()).array();
+    QCOMPARE(fields.size(), lines.size());
     const QJsonObject vendor = fields.at(58).toObject();
-    QCOMPARE(vendor.value(QStringLiteral("token")).toString(), QStringLiteral("{vendor}"));
-    QCOMPARE(vendor.value(QStringLiteral("group")).toString(), QStringLiteral("Finance"));
-    QCOMPARE(vendor.value(QStringLiteral("aliases")).toArray().size(), 3);
+    QCOMPARE(vendor.value(u"token"_s).toString(), u"{vendor}"_s);
+    QCOMPARE(vendor.value(u"group"_s).toString(), u"Finance"_s);
+    QCOMPARE(vendor.value(u"aliases"_s).toArray().size(), 3);
 }
 
+// `options` is split at "|"; every run is on 10 May 2026.
 void CommandLineTest::preview_data()
 {
-    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QString>("options");
     QTest::addColumn<QString>("file");
     QTest::addColumn<QString>("expected");
 
-    const QStringList now { QStringLiteral("--now"), QStringLiteral("2026-05-10T12:00:00Z") };
     QTest::newRow("acronym-survives-title-case")
-        << (now + QStringList { QStringLiteral("--title"), QStringLiteral("NASA launch plan") })
-        << QStringLiteral("file.txt") << QStringLiteral("NASA Launch Plan.txt");
-    QTest::newRow("date-then-title") << (now
-                                         + QStringList { QStringLiteral("--pattern"),
-                                                         QStringLiteral("{date} {title}"),
-                                                         QStringLiteral("--title"),
-                                                         QStringLiteral("quarterly report") })
-                                     << QStringLiteral("file.txt") << QStringLiteral("2026-05-10 Quarterly Report.txt");
-    QTest::newRow("no-extension-keeps-none") << (now
-                                                 + QStringList { QStringLiteral("--title"),
-                                                                 QStringLiteral("meeting notes"),
-                                                                 QStringLiteral("--style"),
-                                                                 QStringLiteral("kebab") })
-                                             << QStringLiteral("notes") << QStringLiteral("meeting-notes");
+        << u"--title|NASA launch plan"_s << u"file.txt"_s << u"NASA Launch Plan.txt"_s;
+    QTest::newRow("date-then-title") << u"--pattern|{date} {title}|--title|quarterly report"_s << u"file.txt"_s
+                                     << u"2026-05-10 Quarterly Report.txt"_s;
+    QTest::newRow("no-extension-keeps-none")
+        << u"--title|meeting notes|--style|kebab"_s << u"notes"_s << u"meeting-notes"_s;
     QTest::newRow("detected-fields-and-date-format")
-        << (now
-            + QStringList { QStringLiteral("--pattern"),
-                            QStringLiteral("{invoice_date}_{vendor}_{invoice_number}"),
-                            QStringLiteral("--style"),
-                            QStringLiteral("snake"),
-                            QStringLiteral("--vendor"),
-                            QStringLiteral("Acme Tools"),
-                            QStringLiteral("--field"),
-                            QStringLiteral("receipt date=03/04/2026"),
-                            QStringLiteral("--field"),
-                            QStringLiteral("invoice_number=INV-7"),
-                            QStringLiteral("--date-format"),
-                            QStringLiteral("dot") })
-        << QStringLiteral("scan.pdf") << QStringLiteral("03.04.2026_acme_tools_INV-7.pdf");
-    QTest::newRow("missing-title-is-untitled") << now << QStringLiteral("scan.pdf") << QStringLiteral("Untitled.pdf");
-    QTest::newRow("pascal-ignores-word-separator")
-        << (now
-            + QStringList { QStringLiteral("--pattern"),
-                            QStringLiteral("{year} {title}"),
-                            QStringLiteral("--word-separator"),
-                            QStringLiteral("none"),
-                            QStringLiteral("--style"),
-                            QStringLiteral("pascal"),
-                            QStringLiteral("--title"),
-                            QStringLiteral("tax return") })
-        << QStringLiteral("file.txt") << QStringLiteral("2026 TaxReturn.txt");
+        << u"--pattern|{invoice_date}_{vendor}_{invoice_number}|--style|snake|--vendor|Acme Tools|"
+           "--field|receipt date=03/04/2026|--field|invoice_number=INV-7|--date-format|dot"_s
+        << u"scan.pdf"_s << u"03.04.2026_acme_tools_INV-7.pdf"_s;
     QTest::newRow("block-separator-joins-every-block")
-        << (now
-            + QStringList { QStringLiteral("--pattern"),
-                            QStringLiteral("{year} {month}-{title}"),
-                            QStringLiteral("--block-separator"),
-                            QStringLiteral("underscore"),
-                            QStringLiteral("--title"),
-                            QStringLiteral("tax return") })
-        << QStringLiteral("file.txt") << QStringLiteral("2026_05_Tax Return.txt");
+        << u"--pattern|{year} {month}-{title}|--block-separator|underscore|--title|tax return"_s << u"file.txt"_s
+        << u"2026_05_Tax Return.txt"_s;
 }
 
 void CommandLineTest::preview()
 {
-    QFETCH(QStringList, options);
+    QFETCH(QString, options);
     QFETCH(QString, file);
     QFETCH(QString, expected);
 
-    const Run run = runNomly(QStringList { QStringLiteral("preview") } + options + QStringList { path(file) });
+    const Run run = runNomly(QStringList { u"preview"_s, u"--now"_s, u"2026-05-10T12:00:00Z"_s } + options.split(u'|')
+                             + QStringList { path(file) });
     QCOMPARE(run.err, QString());
     QCOMPARE(run.exitCode, 0);
     QCOMPARE(run.out, expected + u'\n');
@@ -168,45 +129,32 @@ void CommandLineTest::preview()
 void CommandLineTest::previewNumbersATakenName()
 {
     QTemporaryDir dir;
-    touch(dir.filePath(QStringLiteral("a.txt")));
-    touch(dir.filePath(QStringLiteral("a_1.txt")));
-    touch(dir.filePath(QStringLiteral("other.txt")));
-    const Run run = runNomly({ QStringLiteral("preview"),
-                               QStringLiteral("--style"),
-                               QStringLiteral("lower"),
-                               QStringLiteral("--title"),
-                               QStringLiteral("a"),
-                               dir.filePath(QStringLiteral("other.txt")),
-                               dir.filePath(QStringLiteral("a.txt")) });
+    touch(dir.filePath(u"a.txt"_s));
+    touch(dir.filePath(u"a_1.txt"_s));
+    touch(dir.filePath(u"other.txt"_s));
+    const Run run = runNomly(u"preview|--style|lower|--title|a"_s.split(u'|')
+                             + QStringList { dir.filePath(u"other.txt"_s), dir.filePath(u"a.txt"_s) });
     QCOMPARE(run.exitCode, 0);
     // The file already called a.txt keeps its name.
-    QCOMPARE(run.out, QStringLiteral("a_2.txt\na.txt\n"));
+    QCOMPARE(run.out, u"a_2.txt\na.txt\n"_s);
 }
 
 void CommandLineTest::previewJson()
 {
-    const Run run = runNomly({ QStringLiteral("preview"),
-                               QStringLiteral("--json"),
-                               QStringLiteral("--title"),
-                               QStringLiteral("Budget"),
-                               path(QStringLiteral("scan.pdf")) });
+    const Run run = runNomly({ u"preview"_s, u"--json"_s, u"--title"_s, u"Budget"_s, path(u"scan.pdf"_s) });
     QCOMPARE(run.exitCode, 0);
     const QJsonArray results = QJsonDocument::fromJson(run.out.toUtf8()).array();
     QCOMPARE(results.size(), 1);
     const QJsonObject result = results.first().toObject();
-    QCOMPARE(result.value(QStringLiteral("name")).toString(), QStringLiteral("Budget.pdf"));
-    QCOMPARE(result.value(QStringLiteral("file")).toString(), path(QStringLiteral("scan.pdf")));
-    QCOMPARE(result.value(QStringLiteral("destination")).toString(), path(QStringLiteral("Budget.pdf")));
+    QCOMPARE(result.value(u"name"_s).toString(), u"Budget.pdf"_s);
+    QCOMPARE(result.value(u"file"_s).toString(), path(u"scan.pdf"_s));
+    QCOMPARE(result.value(u"destination"_s).toString(), path(u"Budget.pdf"_s));
 }
 
 void CommandLineTest::previewTouchesNothing()
 {
     const QStringList before = QDir(m_dir.path()).entryList(QDir::Files, QDir::Name);
-    const Run run = runNomly({ QStringLiteral("preview"),
-                               QStringLiteral("--title"),
-                               QStringLiteral("x"),
-                               path(QStringLiteral("file.txt")),
-                               path(QStringLiteral("scan.pdf")) });
+    const Run run = runNomly({ u"preview"_s, u"--title"_s, u"x"_s, path(u"file.txt"_s), path(u"scan.pdf"_s) });
     QCOMPARE(run.exitCode, 0);
     QCOMPARE(QDir(m_dir.path()).entryList(QDir::Files, QDir::Name), before);
 }
@@ -216,36 +164,21 @@ void CommandLineTest::usageErrors_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("message");
 
-    const QString file = path(QStringLiteral("file.txt"));
-    QTest::newRow("missing-file") << QStringList { QStringLiteral("preview"), path(QStringLiteral("nope.txt")) }
-                                  << QStringLiteral("no such file");
-    QTest::newRow("folder-not-file") << QStringList { QStringLiteral("preview"), m_dir.path() }
-                                     << QStringLiteral("is a folder");
-    QTest::newRow("no-files") << QStringList { QStringLiteral("preview") } << QStringLiteral("no files given");
-    QTest::newRow("unknown-style") << QStringList {
-        QStringLiteral("preview"), QStringLiteral("--style"), QStringLiteral("shouty"), file
-    } << QStringLiteral("unknown style 'shouty'");
-    QTest::newRow("unknown-word-separator")
-        << QStringList { QStringLiteral("preview"), QStringLiteral("--word-separator"), QStringLiteral("comma"), file }
-        << QStringLiteral("unknown separator 'comma' for --word-separator");
-    QTest::newRow("unknown-block-separator")
-        << QStringList { QStringLiteral("preview"), QStringLiteral("--block-separator"), QStringLiteral("_"), file }
-        << QStringLiteral("unknown separator '_' for --block-separator");
-    QTest::newRow("field-without-equals")
-        << QStringList { QStringLiteral("preview"), QStringLiteral("--field"), QStringLiteral("vendor"), file }
-        << QStringLiteral("malformed --field 'vendor'");
-    QTest::newRow("field-without-name") << QStringList {
-        QStringLiteral("preview"), QStringLiteral("--field"), QStringLiteral("=x"), file
-    } << QStringLiteral("malformed --field '=x'");
-    QTest::newRow("bad-now") << QStringList {
-        QStringLiteral("preview"), QStringLiteral("--now"), QStringLiteral("yesterday"), file
-    } << QStringLiteral("malformed --now 'yesterday'");
-    QTest::newRow("unknown-option") << QStringList { QStringLiteral("preview"), QStringLiteral("--frobnicate"), file }
-                                    << QStringLiteral("frobnicate");
-    QTest::newRow("unknown-command") << QStringList { QStringLiteral("rename-everything") }
-                                     << QStringLiteral("unknown command");
-    QTest::newRow("fields-takes-no-arguments")
-        << QStringList { QStringLiteral("fields"), QStringLiteral("x") } << QStringLiteral("takes no arguments");
+    const QString file = path(u"file.txt"_s);
+    QTest::newRow("missing-file") << QStringList { u"preview"_s, path(u"nope.txt"_s) } << u"no such file"_s;
+    QTest::newRow("folder-not-file") << QStringList { u"preview"_s, m_dir.path() } << u"is a folder"_s;
+    QTest::newRow("no-files") << QStringList { u"preview"_s } << u"no files given"_s;
+    QTest::newRow("unknown-style") << QStringList { u"preview"_s, u"--style"_s, u"shouty"_s, file }
+                                   << u"unknown style 'shouty'"_s;
+    QTest::newRow("unknown-separator") << QStringList { u"preview"_s, u"--block-separator"_s, u"_"_s, file }
+                                       << u"unknown separator '_' for --block-separator"_s;
+    QTest::newRow("field-without-name") << QStringList { u"preview"_s, u"--field"_s, u"=x"_s, file }
+                                        << u"malformed --field '=x'"_s;
+    QTest::newRow("bad-now") << QStringList { u"preview"_s, u"--now"_s, u"yesterday"_s, file }
+                             << u"malformed --now 'yesterday'"_s;
+    QTest::newRow("unknown-option") << QStringList { u"preview"_s, u"--frobnicate"_s, file } << u"frobnicate"_s;
+    QTest::newRow("unknown-command") << QStringList { u"rename-everything"_s } << u"unknown command"_s;
+    QTest::newRow("fields-takes-no-arguments") << QStringList { u"fields"_s, u"x"_s } << u"takes no arguments"_s;
 }
 
 void CommandLineTest::usageErrors()
@@ -263,11 +196,10 @@ void CommandLineTest::everyCommandHasHelp_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("mentions");
-    QTest::newRow("top-level") << QStringList { QStringLiteral("--help") } << QStringLiteral("preview");
-    QTest::newRow("fields") << QStringList { QStringLiteral("fields"), QStringLiteral("--help") }
-                            << QStringLiteral("--json");
-    QTest::newRow("preview") << QStringList { QStringLiteral("preview"), QStringLiteral("--help") }
-                             << QStringLiteral("--word-separator");
+
+    QTest::newRow("top-level") << QStringList { u"--help"_s } << u"preview"_s;
+    QTest::newRow("fields") << QStringList { u"fields"_s, u"--help"_s } << u"--json"_s;
+    QTest::newRow("preview") << QStringList { u"preview"_s, u"--help"_s } << u"--word-separator"_s;
 }
 
 void CommandLineTest::everyCommandHasHelp()

@@ -3,6 +3,7 @@
 #include "settings/promptvalidation.h"
 
 using namespace Nomly;
+using namespace Qt::StringLiterals;
 
 using OptionalText = std::optional<QString>;
 
@@ -12,7 +13,7 @@ namespace {
 
 QString shown(const OptionalText &text)
 {
-    return text ? u'"' + *text + u'"' : QStringLiteral("<none>");
+    return text ? u'"' + *text + u'"' : u"<none>"_s;
 }
 
 } // namespace
@@ -34,35 +35,21 @@ void PromptValidationTest::validate_data()
     QTest::addColumn<OptionalText>("error");
 
     const OptionalText none;
-    const OptionalText tooLong(QStringLiteral("Keep this under 5 characters"));
-    const OptionalText unsupported(QStringLiteral("Remove unsupported control characters"));
+    const OptionalText tooLong(u"Keep this under 5 characters"_s);
+    const OptionalText unsupported(u"Remove unsupported control characters"_s);
 
-    QTest::newRow("empty-means-default") << QString() << qsizetype(5) << none << none;
-    QTest::newRow("blank-means-default") << QStringLiteral(" \r\n\t ") << qsizetype(5) << none << none;
-    QTest::newRow("line-ends-unified") << QStringLiteral("  a\r\nb\rc\n ") << qsizetype(5)
-                                       << OptionalText(QStringLiteral("a\nb\nc")) << none;
-    QTest::newRow("exactly-the-limit") << QStringLiteral("abcde") << qsizetype(5)
-                                       << OptionalText(QStringLiteral("abcde")) << none;
-    QTest::newRow("one-over-the-limit") << QStringLiteral("abcdef") << qsizetype(5) << none << tooLong;
-    QTest::newRow("crlf-counts-once") << QStringLiteral("ab\r\ncd") << qsizetype(5)
-                                      << OptionalText(QStringLiteral("ab\ncd")) << none;
-    QTest::newRow("trimmed-before-counting")
-        << QStringLiteral("   abcde   ") << qsizetype(5) << OptionalText(QStringLiteral("abcde")) << none;
-    QTest::newRow("combined-letters-count-once")
-        << QStringLiteral("e\u0301e\u0301e\u0301e\u0301e\u0301") << qsizetype(5)
-        << OptionalText(QStringLiteral("e\u0301e\u0301e\u0301e\u0301e\u0301")) << none;
-    QTest::newRow("emoji-counts-once") << QStringLiteral("a\U0001F44D\U0001F3FDbcd") << qsizetype(5)
-                                       << OptionalText(QStringLiteral("a\U0001F44D\U0001F3FDbcd")) << none;
-    QTest::newRow("limit-message-carries-number") << QString(1001, u'x') << DefaultPromptMaxChars << none
-                                                  << OptionalText(QStringLiteral("Keep this under 1000 characters"));
-    QTest::newRow("tab-passes") << QStringLiteral("a\tb") << qsizetype(5) << OptionalText(QStringLiteral("a\tb"))
-                                << none;
-    QTest::newRow("vertical-tab-refused") << QStringLiteral("a\vb") << qsizetype(5) << none << unsupported;
-    QTest::newRow("nul-refused") << QStringLiteral("a") + QChar(u'\0') + QStringLiteral("b") << qsizetype(5) << none
-                                 << unsupported;
-    QTest::newRow("zero-width-space-refused") << QStringLiteral("a\u200Bb") << qsizetype(5) << none << unsupported;
-    QTest::newRow("bidi-override-refused") << QStringLiteral("a\u202Eb") << qsizetype(5) << none << unsupported;
-    QTest::newRow("length-checked-first") << QStringLiteral("abc\vdef") << qsizetype(5) << none << tooLong;
+    QTest::newRow("blank-means-default") << u" \r\n\t "_s << qsizetype(5) << none << none;
+    QTest::newRow("unified-and-trimmed-to-the-limit")
+        << u"  a\r\nb\rc\n "_s << qsizetype(5) << OptionalText(u"a\nb\nc"_s) << none;
+    QTest::newRow("one-over-the-limit") << u"abcdef"_s << qsizetype(5) << none << tooLong;
+    QTest::newRow("emoji-counts-once") << u"a\U0001F44D\U0001F3FDbcd"_s << qsizetype(5)
+                                       << OptionalText(u"a\U0001F44D\U0001F3FDbcd"_s) << none;
+    QTest::newRow("limit-message-carries-number")
+        << QString(1001, u'x') << DefaultPromptMaxChars << none << OptionalText(u"Keep this under 1000 characters"_s);
+    QTest::newRow("tab-passes") << u"a\tb"_s << qsizetype(5) << OptionalText(u"a\tb"_s) << none;
+    QTest::newRow("vertical-tab-refused") << u"a\vb"_s << qsizetype(5) << none << unsupported;
+    QTest::newRow("bidi-override-refused") << u"a\u202Eb"_s << qsizetype(5) << none << unsupported;
+    QTest::newRow("length-checked-first") << u"abc\vdef"_s << qsizetype(5) << none << tooLong;
 }
 
 void PromptValidationTest::validate()
