@@ -1,5 +1,7 @@
 #include "settings/outputlanguage.h"
 
+#include <unicode/locid.h>
+
 namespace Nomly {
 
 namespace {
@@ -27,18 +29,13 @@ constexpr LanguageAlias LanguageAliases[] = {
 const QString AutoValue = QStringLiteral("auto");
 const QString FallbackLanguage = QStringLiteral("en");
 
-// The language subtag of a locale identifier: what comes before the first
-// script, region, keyword or encoding delimiter ("zh-Hans-CN", "de_DE@euro",
-// "en_US.UTF-8"). Splitting at "_" as well as "-" covers POSIX spellings, so
-// no second reading with the underscores turned into hyphens is needed.
-QStringView localeLanguage(QStringView identifier)
+// The language of a locale identifier as ICU reads it: "zh-Hans-CN",
+// "de_DE@euro", "en_US.UTF-8" and the three-letter "deu" all give their
+// two-letter language.
+QString localeLanguage(const QString &identifier)
 {
-    for (qsizetype i = 0; i < identifier.size(); ++i) {
-        const QChar c = identifier.at(i);
-        if (c == u'-' || c == u'_' || c == u'@' || c == u'.')
-            return identifier.first(i);
-    }
-    return identifier;
+    const icu::Locale locale(identifier.toUtf8().constData());
+    return QString::fromLatin1(locale.getLanguage()).toLower();
 }
 
 std::optional<QString> knownCode(const QString &candidate)
@@ -69,7 +66,7 @@ const QStringList &outputLanguageCodes()
 std::optional<QString> normalizedLanguageCode(const QString &identifier)
 {
     const QString trimmed = identifier.trimmed();
-    return knownCode(localeLanguage(trimmed).toString().toLower());
+    return knownCode(localeLanguage(trimmed));
 }
 
 std::optional<QString> resolvedOutputLanguage(const QString &outputLanguage,

@@ -131,10 +131,13 @@ QByteArray compactJson(const QJsonValue &value)
     return wrapped.sliced(1, wrapped.size() - 2);
 }
 
-// An API key in a record from before the secret store says the user had one.
-bool holdsLegacyKey(JsonFieldReader &in, const QString &key)
+// The stored flag; a record from before the secret store has none, and the
+// key it held itself says whether the user had one.
+bool hasApiKey(JsonFieldReader &in, const QString &flagKey, const QString &legacyKey)
 {
-    const std::optional<QString> secret = in.string(key);
+    if (const std::optional<bool> flag = in.boolean(flagKey))
+        return *flag;
+    const std::optional<QString> secret = in.string(legacyKey);
     return secret && !secret->isEmpty();
 }
 
@@ -176,7 +179,6 @@ std::optional<Settings> settingsFromJson(const QJsonObject &json, QString *error
     JsonFieldReader in(json, QStringLiteral("Settings"));
     Settings s;
 
-    const auto legacySeparator = in.choice(Key::NamingSeparator, NamingPatternSeparatorRawValues);
     const auto legacyMetadataTags = in.boolean(Key::AddMetadataTags);
 
     assignIfRead(s.watchedFolders, in.stringList(Key::WatchedFolders));
@@ -190,15 +192,19 @@ std::optional<Settings> settingsFromJson(const QJsonObject &json, QString *error
     s.namingCaseStyle = firstPresent(
         { in.choice(Key::NamingCaseStyle, NamingCaseStyleRawValues), caseStyleFromLegacyTokens(legacyPattern) },
         s.namingCaseStyle);
-    s.namingWordSeparator = firstPresent({ in.choice(Key::NamingWordSeparator, NamingPatternSeparatorRawValues),
+    const auto storedWordSeparator = in.choice(Key::NamingWordSeparator, NamingPatternSeparatorRawValues);
+    const auto storedBlockSeparator = in.choice(Key::NamingBlockSeparator, NamingPatternSeparatorRawValues);
+    // The one separator of older records is only consulted where a newer one is missing.
+    const auto legacySeparator = storedWordSeparator && storedBlockSeparator
+        ? std::nullopt
+        : in.choice(Key::NamingSeparator, NamingPatternSeparatorRawValues);
+    s.namingWordSeparator = firstPresent({ storedWordSeparator,
                                            legacySeparator,
                                            wordSeparatorFromLegacyTokens(legacyPattern),
                                            wordSeparatorImpliedBy(s.namingCaseStyle) },
                                          s.namingWordSeparator);
-    s.namingBlockSeparator = firstPresent({ in.choice(Key::NamingBlockSeparator, NamingPatternSeparatorRawValues),
-                                            blockSeparatorOfPattern(s.namingPattern),
-                                            legacySeparator },
-                                          s.namingBlockSeparator);
+    s.namingBlockSeparator = firstPresent(
+        { storedBlockSeparator, blockSeparatorOfPattern(s.namingPattern), legacySeparator }, s.namingBlockSeparator);
     assignIfRead(s.autoStart, in.boolean(Key::AutoStart));
     assignIfRead(s.isCustomPatternEnabled, in.boolean(Key::IsCustomPatternEnabled));
     s.addFinderTags = firstPresent({ in.boolean(Key::AddFinderTags), legacyMetadataTags }, s.addFinderTags);
@@ -217,10 +223,10 @@ std::optional<Settings> settingsFromJson(const QJsonObject &json, QString *error
     assignIfRead(s.hotkeyEnabled, in.boolean(Key::HotkeyEnabled));
     assignIfRead(s.hotkeyShortcut, in.shortcut(Key::HotkeyShortcut));
     assignIfRead(s.aiProvider, in.choice(Key::AiProvider, AIProviderRawValues));
-    s.hasGeminiApiKey = in.boolean(Key::HasGeminiApiKey).value_or(holdsLegacyKey(in, Key::GeminiApiKey));
-    s.hasGroqApiKey = in.boolean(Key::HasGroqApiKey).value_or(holdsLegacyKey(in, Key::GroqApiKey));
-    s.hasOpenaiApiKey = in.boolean(Key::HasOpenaiApiKey).value_or(holdsLegacyKey(in, Key::OpenaiApiKey));
-    s.hasClaudeApiKey = in.boolean(Key::HasClaudeApiKey).value_or(holdsLegacyKey(in, Key::ClaudeApiKey));
+    s.hasGeminiApiKey = hasApiKey(in, Key::HasGeminiApiKey, Key::GeminiApiKey);
+    s.hasGroqApiKey = hasApiKey(in, Key::HasGroqApiKey, Key::GroqApiKey);
+    s.hasOpenaiApiKey = hasApiKey(in, Key::HasOpenaiApiKey, Key::OpenaiApiKey);
+    s.hasClaudeApiKey = hasApiKey(in, Key::HasClaudeApiKey, Key::ClaudeApiKey);
     assignIfRead(s.byokEnabled, in.boolean(Key::ByokEnabled));
     s.byokGeminiModel = normalizedModelId(in.string(Key::ByokGeminiModel), AIProvider::Gemini);
     s.byokGroqModel = normalizedModelId(in.string(Key::ByokGroqModel), AIProvider::Groq);

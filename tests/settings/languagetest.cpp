@@ -79,6 +79,8 @@ void LanguageTest::outputLanguage_data()
         << OptionalText(u"pt"_s);
     QTest::newRow("auto-falls-to-locale")
         << u"auto"_s << QStringList { u"tlh"_s } << u"nn_NO.UTF-8"_s << OptionalText(u"no"_s);
+    QTest::newRow("three-letter-codes-read-as-locales")
+        << u"auto"_s << QStringList { u"nob"_s } << u"C"_s << OptionalText(u"no"_s);
     QTest::newRow("auto-falls-to-english") << u"auto"_s << QStringList() << u"C"_s << OptionalText(u"en"_s);
 }
 

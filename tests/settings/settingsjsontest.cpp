@@ -103,6 +103,10 @@ void SettingsJsonTest::decode_data()
         << R"({"namingPattern":"{a}_{b}","namingCaseStyle":"snake","namingWordSeparator":"-",)"
            R"("namingBlockSeparator":" ","namingSeparator":"."})"_ba
         << R"({"namingPattern":"{a}_{b}","namingCaseStyle":"snake","namingWordSeparator":"-"})"_ba;
+    QTest::newRow("legacy-keys-unread-beside-new-ones")
+        << R"({"hasGeminiApiKey":true,"geminiApiKey":5,"namingWordSeparator":"-","namingBlockSeparator":".",)"
+           R"("namingSeparator":"x"})"_ba
+        << R"({"hasGeminiApiKey":true,"namingWordSeparator":"-","namingBlockSeparator":"."})"_ba;
     QTest::newRow("new-flag-beats-metadata-tags") << R"({"addMetadataTags":true,"addFinderTags":false})"_ba
                                                   << R"({"addSpotlightMetadata":true})"_ba;
     QTest::newRow("legacy-api-keys-mark-keys-held")
