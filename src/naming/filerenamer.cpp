@@ -66,7 +66,8 @@ QString FileRenamer::applyPattern(const PatternRenderInput &input)
 QString FileRenamer::destination(const QString &sourcePath, PatternRenderInput input)
 {
     const QFileInfo source(sourcePath);
-    const QString extension = source.suffix();
+    // A dot file such as ".bashrc" is all name and no extension.
+    const QString extension = source.completeBaseName().isEmpty() ? QString() : source.suffix();
     input.originalName = extension.isEmpty() ? source.fileName() : source.completeBaseName();
     input.metadata.fileExtensionOriginal = extension;
     input.metadata.fileExtension = extension.toLower();
@@ -84,7 +85,7 @@ QString FileRenamer::destination(const QString &sourcePath, PatternRenderInput i
         if (numbered == sourceAbsolute || !isOccupied(numbered))
             return numbered;
     }
-    const QString random = QUuid::createUuid().toString(QUuid::WithoutBraces).left(8);
+    const QString random = QUuid::createUuid().toString(QUuid::WithoutBraces).left(8).toUpper();
     return folder.filePath(fileName(base + u'_' + random, extension));
 }
 

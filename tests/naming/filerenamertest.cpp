@@ -325,7 +325,7 @@ void FileRenamerTest::destination_data()
     QTest::addColumn<QString>("expected");
 
     // Entries ending in "/" are folders; "name->target" is a symbolic link. An
-    // expected name with "?" is a wildcard.
+    // expected name with "[" is a regular expression.
     const QString title = u"{title}"_s;
     QStringList crowded { u"scan.txt"_s, u"a.txt"_s };
     for (int n = 1; n <= 1000; ++n)
@@ -352,8 +352,10 @@ void FileRenamerTest::destination_data()
         << u"notes file"_s;
     QTest::newRow("no-extension-numbered")
         << QStringList { u"README"_s, u"notes"_s } << u"README"_s << title << u"notes"_s << u"notes_1"_s;
+    QTest::newRow("dot-file-has-no-extension")
+        << QStringList { u".bashrc"_s } << u".bashrc"_s << u"{original} {title}"_s << u"shell"_s << u"bashrc shell"_s;
     QTest::newRow("random-suffix-after-a-thousand-numbers")
-        << crowded << u"scan.txt"_s << title << u"a"_s << u"a_????????.txt"_s;
+        << crowded << u"scan.txt"_s << title << u"a"_s << u"a_[0-9A-F]{8}\\.txt"_s;
 }
 
 void FileRenamerTest::destination()
@@ -382,8 +384,11 @@ void FileRenamerTest::destination()
     input.title = title;
     input.caseStyle = NamingCaseStyle::Lower;
     const QString chosen = FileRenamer::destination(dir.filePath(source), input);
-    if (expected.contains(u'?'))
-        QVERIFY2(QRegularExpression::fromWildcard(dir.filePath(expected)).match(chosen).hasMatch(), qPrintable(chosen));
+    if (expected.contains(u'['))
+        QVERIFY2(QRegularExpression(QRegularExpression::anchoredPattern(expected))
+                     .match(dir.relativeFilePath(chosen))
+                     .hasMatch(),
+                 qPrintable(chosen));
     else
         QCOMPARE(chosen, dir.filePath(expected));
 }
