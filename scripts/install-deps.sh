@@ -17,6 +17,9 @@ packages=(
     qt6-base-dev-tools
     qcoro-qt6-dev
     libicu-dev
+    libsqlite3-dev
+    # getfattr and setfattr, to look at the attributes renamed files carry
+    attr
     # benchmarks
     libbenchmark-dev
 )
