@@ -25,6 +25,7 @@ bench: deps
 	cmake --preset release
 	cmake --build --preset release -j $(JOBS)
 	build-release/bench/nomly-bench
+	build-release/bench/nomly-history-bench
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QString>
+#include <QtGlobal>
+#include <optional>
+
+#include "history/processedfilemetadatasnapshot.h"
+
+namespace Nomly {
+
+// Which workflow renamed a file. The raw values are stored.
+enum class ProcessedFileSource
+{
+    Watcher,
+    Batch,
+    Hotkey,
+    FinderService,
+};
+
+QString rawValue(ProcessedFileSource source);
+// Unknown or empty text reads as the watcher, the only source older files knew.
+ProcessedFileSource processedFileSourceFromRaw(const QString &raw);
+
+// One rename that Nomly carried out: one row of the activity log.
+struct ProcessedFile
+{
+    std::optional<qint64> id; // absent until stored
+    QString originalPath;
+    QString newPath;
+    QString originalName;
+    QString newName;
+    QString title;
+    QString description;
+    QString tags; // joined with ", "
+    QString aiProvider;
+    QString processedAt; // ISO 8601 in UTC with a trailing Z, as stored
+    std::optional<QString> contentHash;
+    bool isUndone = false;
+    std::optional<ProcessedFileMetadataSnapshot> metadataSnapshot;
+    ProcessedFileSource source = ProcessedFileSource::Watcher;
+
+    bool operator==(const ProcessedFile &) const = default;
+};
+
+} // namespace Nomly
