@@ -4,8 +4,12 @@
 
 namespace Nomly {
 
-AnalysisOptions::AnalysisOptions(QCommandLineParser &parser)
-    : m_title(QStringLiteral("title"), QStringLiteral("Title of the file. Default: Untitled."), QStringLiteral("TEXT"))
+AnalysisOptions::AnalysisOptions(QCommandLineParser &parser, Use use)
+    : m_use(use)
+    , m_title(QStringLiteral("title"),
+              use == Use::Preview ? QStringLiteral("Title of the file. Default: Untitled.")
+                                  : QStringLiteral("Title of the file (required)."),
+              QStringLiteral("TEXT"))
     , m_type(QStringLiteral("type"), QStringLiteral("Type of the file, such as invoice."), QStringLiteral("TEXT"))
     , m_vendor(QStringLiteral("vendor"), QStringLiteral("Vendor, seller or issuer."), QStringLiteral("TEXT"))
     , m_amount(QStringLiteral("amount"), QStringLiteral("Total amount, such as 42.99."), QStringLiteral("TEXT"))
@@ -17,12 +21,18 @@ AnalysisOptions::AnalysisOptions(QCommandLineParser &parser)
             QStringLiteral("The moment of the render, ISO 8601 (2026-05-10T12:00:00Z). Default: now."),
             QStringLiteral("ISO8601"))
 {
-    parser.addOptions({ m_title, m_type, m_vendor, m_amount, m_currency, m_field, m_now });
+    parser.addOptions({ m_title, m_type, m_vendor, m_amount, m_currency, m_field });
+    if (use == Use::Preview)
+        parser.addOption(m_now);
 }
 
 std::optional<CliAnalysis> AnalysisOptions::read(const QCommandLineParser &parser, QString *error) const
 {
     CliAnalysis analysis;
+    if (m_use == Use::Rename && parser.value(m_title).trimmed().isEmpty()) {
+        *error = QStringLiteral("--title is required and may not be empty");
+        return std::nullopt;
+    }
     analysis.title = parser.isSet(m_title) ? parser.value(m_title) : QStringLiteral("Untitled");
     analysis.type = parser.value(m_type);
     analysis.vendor = parser.value(m_vendor);
@@ -42,7 +52,7 @@ std::optional<CliAnalysis> AnalysisOptions::read(const QCommandLineParser &parse
         analysis.fields.insert(fieldName.isEmpty() ? name : fieldName, assignment.mid(equals + 1));
     }
 
-    if (parser.isSet(m_now)) {
+    if (m_use == Use::Preview && parser.isSet(m_now)) {
         const QString text = parser.value(m_now).trimmed();
         analysis.now = QDateTime::fromString(text, Qt::ISODateWithMs);
         if (!analysis.now.isValid()) {

@@ -22,16 +22,26 @@ struct CliAnalysis
     QDateTime now;
 };
 
-// --title, --type, --vendor, --amount, --currency, --field NAME=VALUE, --now.
+// --title, --type, --vendor, --amount, --currency, --field NAME=VALUE, and
+// for a preview --now.
 class AnalysisOptions final
 {
 public:
-    explicit AnalysisOptions(QCommandLineParser &parser);
+    enum class Use
+    {
+        // Nothing moves: the title may be left out and the moment chosen.
+        Preview,
+        // Files are renamed now, under the user's own title.
+        Rename,
+    };
+
+    AnalysisOptions(QCommandLineParser &parser, Use use);
 
     // The analysis, or an error text for a malformed --field or --now.
     std::optional<CliAnalysis> read(const QCommandLineParser &parser, QString *error) const;
 
 private:
+    Use m_use;
     QCommandLineOption m_title;
     QCommandLineOption m_type;
     QCommandLineOption m_vendor;

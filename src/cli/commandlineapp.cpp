@@ -1,20 +1,27 @@
 #include "cli/commandlineapp.h"
 
 #include <QCoreApplication>
+#include <QLoggingCategory>
 #include <array>
 
+#include "cli/applycommand.h"
 #include "cli/clicommand.h"
 #include "cli/clioutput.h"
 #include "cli/fieldscommand.h"
+#include "cli/historycommand.h"
 #include "cli/previewcommand.h"
+#include "cli/undocommand.h"
 
 namespace Nomly {
 
 namespace {
 
-constexpr std::array<CliCommand, 2> Commands { {
+constexpr std::array<CliCommand, 5> Commands { {
     { u"fields", u"List the fields a naming pattern can use", &runFieldsCommand },
     { u"preview", u"Show the names files would get, without touching them", &runPreviewCommand },
+    { u"apply", u"Rename files under a title you give, and record it", &runApplyCommand },
+    { u"history", u"List the renames made, newest first", &runHistoryCommand },
+    { u"undo", u"Take renames back", &runUndoCommand },
 } };
 
 QString usage()
@@ -35,6 +42,10 @@ int CommandLineApp::run(const QStringList &arguments)
 {
     QCoreApplication::setApplicationName(QStringLiteral("nomly"));
     QCoreApplication::setApplicationVersion(QStringLiteral(NOMLY_VERSION));
+    // Commands print what happened to each file themselves; the services'
+    // info lines are for QT_LOGGING_RULES="com.nomly.app.*=true", which wins
+    // over this.
+    QLoggingCategory::setFilterRules(QStringLiteral("com.nomly.app.*.info=false"));
 
     const QString name = arguments.value(1);
     if (name.isEmpty()) {

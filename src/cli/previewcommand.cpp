@@ -9,27 +9,10 @@
 #include "cli/clioutput.h"
 #include "cli/templateoptions.h"
 #include "naming/filerenamer.h"
-#include "naming/namingpatterneditor.h"
-#include "settings/effectiveanalysissettings.h"
 #include "settings/patternrendersettings.h"
 #include "settings/settings.h"
 
 namespace Nomly {
-
-namespace {
-
-// The pattern with every gap between two blocks set to one separator, as the
-// template editor writes it after each gap is changed.
-QString withBlockSeparator(const QString &pattern, NamingPatternSeparator separator)
-{
-    NamingPatternEditor editor;
-    editor.load(pattern, {}, QStringLiteral("{title}"));
-    for (qsizetype i = 0; i < editor.separators().size(); ++i)
-        editor.changeSeparator(i, separator);
-    return editor.text();
-}
-
-} // namespace
 
 ExitStatus runPreviewCommand(const QStringList &arguments)
 {
@@ -40,7 +23,7 @@ ExitStatus runPreviewCommand(const QStringList &arguments)
                        "for what the AI would say about the file."));
     const QCommandLineOption helpOption = parser.addHelpOption();
     const TemplateOptions templateOptions(parser);
-    const AnalysisOptions analysisOptions(parser);
+    const AnalysisOptions analysisOptions(parser, AnalysisOptions::Use::Preview);
     const QCommandLineOption jsonOption(QStringLiteral("json"),
                                         QStringLiteral("Print a JSON array of objects with file, name and "
                                                        "destination."));
@@ -78,10 +61,7 @@ ExitStatus runPreviewCommand(const QStringList &arguments)
         }
     }
 
-    const Settings global;
-    EffectiveAnalysisSettings effective = resolveEffectiveAnalysisSettings(global, std::nullopt, *preset);
-    if (preset->namingBlockSeparator)
-        effective.namingPattern = withBlockSeparator(effective.namingPattern, *preset->namingBlockSeparator);
+    const EffectiveAnalysisSettings effective = TemplateOptions::resolve(Settings(), *preset);
     PatternRenderInput input = patternRenderInput(effective);
     input.title = analysis->title;
     input.type = analysis->type;

@@ -1,11 +1,23 @@
 #include "cli/templateoptions.h"
 
 #include "naming/namingcasestyle.h"
+#include "naming/namingpatterneditor.h"
 #include "naming/namingpatternseparator.h"
 
 namespace Nomly {
 
 namespace {
+
+// The pattern with every gap between two blocks set to one separator, as the
+// template editor writes it after each gap is changed.
+QString withBlockSeparator(const QString &pattern, NamingPatternSeparator separator)
+{
+    NamingPatternEditor editor;
+    editor.load(pattern, {}, QStringLiteral("{title}"));
+    for (qsizetype i = 0; i < editor.separators().size(); ++i)
+        editor.changeSeparator(i, separator);
+    return editor.text();
+}
 
 QString choices(const auto &table)
 {
@@ -74,6 +86,14 @@ std::optional<AnalysisSettings> TemplateOptions::read(const QCommandLineParser &
         settings.dateFormat = format;
     }
     return settings;
+}
+
+EffectiveAnalysisSettings TemplateOptions::resolve(const Settings &global, const AnalysisSettings &preset)
+{
+    EffectiveAnalysisSettings effective = resolveEffectiveAnalysisSettings(global, std::nullopt, preset);
+    if (preset.namingBlockSeparator)
+        effective.namingPattern = withBlockSeparator(effective.namingPattern, *preset.namingBlockSeparator);
+    return effective;
 }
 
 } // namespace Nomly

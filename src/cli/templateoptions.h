@@ -6,6 +6,8 @@
 #include <optional>
 
 #include "settings/analysissettings.h"
+#include "settings/effectiveanalysissettings.h"
+#include "settings/settings.h"
 
 namespace Nomly {
 
@@ -18,6 +20,11 @@ public:
 
     // The template the options describe, or an error text for a bad value.
     std::optional<AnalysisSettings> read(const QCommandLineParser &parser, QString *error) const;
+
+    // The settings a file gets under `preset` over `global`. A block
+    // separator given here rewrites every gap of the pattern, as the template
+    // editor does when each gap is changed.
+    static EffectiveAnalysisSettings resolve(const Settings &global, const AnalysisSettings &preset);
 
 private:
     QCommandLineOption m_pattern;

@@ -1,0 +1,146 @@
+#include "cli/undocommand.h"
+
+#include <QCommandLineParser>
+
+#include "cli/clioutput.h"
+#include "cli/cliprofile.h"
+#include "cli/recordids.h"
+
+namespace Nomly {
+
+namespace {
+
+// One line per record: what happened to it, in words.
+QString outcomeLine(const ProcessedFile &record, const UndoOutcome &outcome)
+{
+    const QString subject = QStringLiteral("%1 -> %2").arg(record.newName, record.originalName);
+    switch (outcome.kind) {
+    case UndoOutcome::Kind::Undone:
+        return subject + QStringLiteral(": undone");
+    case UndoOutcome::Kind::FileMissing:
+        return subject + QStringLiteral(": file missing at '%1'; the record was retired").arg(record.newPath);
+    case UndoOutcome::Kind::OriginalOccupied:
+        return subject
+            + QStringLiteral(": original place occupied by another file at '%1'; both files are untouched")
+                  .arg(record.originalPath);
+    case UndoOutcome::Kind::Failed:
+        return subject + QStringLiteral(": failed: ") + outcome.message;
+    }
+    return subject;
+}
+
+// Missing files are retired like undone ones; the user can do nothing more.
+bool report(const ProcessedFile &record, const UndoOutcome &outcome)
+{
+    if (outcome.countsAsSuccess()) {
+        CliOutput::line(outcomeLine(record, outcome));
+        return true;
+    }
+    CliOutput::error(outcomeLine(record, outcome));
+    return false;
+}
+
+std::optional<QList<ProcessedFile>> recordsToUndo(CliProfile &profile,
+                                                  const QCommandLineParser &parser,
+                                                  bool last,
+                                                  bool *anyFailed)
+{
+    if (last) {
+        const auto newest = profile.database().fetchActiveProcessedFiles(1, 0);
+        if (!newest) {
+            CliOutput::error(newest.error());
+            return std::nullopt;
+        }
+        if (newest.value().isEmpty())
+            CliOutput::line(QStringLiteral("Nothing to undo"));
+        return newest.value();
+    }
+    QString error;
+    const auto ids = parseRecordIds(parser.positionalArguments(), &error);
+    if (!ids) {
+        CliOutput::error(error);
+        return std::nullopt;
+    }
+    const auto all = profile.database().fetchProcessedFiles(true);
+    if (!all) {
+        CliOutput::error(all.error());
+        return std::nullopt;
+    }
+    QList<ProcessedFile> records;
+    for (const qint64 id : *ids) {
+        const auto found = std::find_if(
+            all.value().cbegin(), all.value().cend(), [id](const ProcessedFile &record) { return record.id == id; });
+        if (found == all.value().cend()) {
+            CliOutput::error(QStringLiteral("%1: no such record").arg(id));
+            *anyFailed = true;
+        } else if (found->isUndone) {
+            CliOutput::error(QStringLiteral("%1: already undone").arg(id));
+            *anyFailed = true;
+        } else {
+            records.append(*found);
+        }
+    }
+    return records;
+}
+
+} // namespace
+
+ExitStatus runUndoCommand(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Take renames back: each file returns to its old name, with the tags, comment and title it "
+                       "had before. A file is never moved onto another: when something else has the old name, both "
+                       "stay as they are and the record is kept. 'nomly history' lists the record ids.\n"
+                       "The exit status is 1 when any rename could not be taken back."));
+    const QCommandLineOption helpOption = parser.addHelpOption();
+    const QCommandLineOption lastOption(QStringLiteral("last"), QStringLiteral("Undo the newest rename."));
+    const QCommandLineOption allOption(QStringLiteral("all"), QStringLiteral("Undo every rename, newest first."));
+    parser.addOptions({ lastOption, allOption });
+    parser.addPositionalArgument(
+        QStringLiteral("ID"), QStringLiteral("Record ids to undo."), QStringLiteral("[ID...]"));
+
+    if (!parser.parse(arguments)) {
+        CliOutput::error(parser.errorText());
+        return ExitStatus::UsageError;
+    }
+    if (parser.isSet(helpOption)) {
+        CliOutput::line(parser.helpText());
+        return ExitStatus::Success;
+    }
+    const bool last = parser.isSet(lastOption);
+    const bool all = parser.isSet(allOption);
+    const bool byId = !parser.positionalArguments().isEmpty();
+    if (int(last) + int(all) + int(byId) != 1) {
+        CliOutput::error(QStringLiteral("give record ids, --last or --all; run 'nomly undo --help'"));
+        return ExitStatus::UsageError;
+    }
+
+    const auto profile = CliProfile::open();
+    if (!profile)
+        return ExitStatus::UsageError;
+    ActivityViewModel &activity = profile->activity();
+    bool anyFailed = false;
+
+    if (all) {
+        QObject::connect(&activity,
+                         &ActivityViewModel::undoFinished,
+                         &activity,
+                         [&anyFailed](const ProcessedFile &record, const UndoOutcome &outcome) {
+                             anyFailed = !report(record, outcome) || anyFailed;
+                         });
+        QCoro::waitFor(activity.undoAll());
+        if (activity.undoAllProgress().second == 0)
+            CliOutput::line(QStringLiteral("Nothing to undo"));
+        return anyFailed ? ExitStatus::ItemFailed : ExitStatus::Success;
+    }
+
+    const auto records = recordsToUndo(*profile, parser, last, &anyFailed);
+    if (!records)
+        return ExitStatus::UsageError;
+    for (const ProcessedFile &record : *records)
+        anyFailed = !report(record, QCoro::waitFor(activity.undo(record))) || anyFailed;
+    return anyFailed ? ExitStatus::ItemFailed : ExitStatus::Success;
+}
+
+} // namespace Nomly

@@ -1,0 +1,392 @@
+// Runs the real `nomly apply`, `history` and `undo` against real files, real
+// extended attributes and a real database, all in a fresh temporary folder.
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+#include <memory>
+
+#include <sys/xattr.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Everything a folder holds, one "name=bytes" entry per file in sorted order,
+// the bytes read as Latin-1 so that any byte survives and a failure prints.
+using Contents = QStringList;
+
+struct Run
+{
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+// Null when the file does not carry the attribute; an empty value is not null.
+QByteArray attribute(const QString &path, const char *name)
+{
+    const QByteArray file = QFile::encodeName(path);
+    const ssize_t size = ::getxattr(file.constData(), name, nullptr, 0);
+    if (size <= 0)
+        return size == 0 ? QByteArray("") : QByteArray();
+    QByteArray value(size, Qt::Uninitialized);
+    if (::getxattr(file.constData(), name, value.data(), static_cast<size_t>(size)) != size)
+        return {};
+    return value;
+}
+
+} // namespace
+
+class RenameCommandsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void applyThenUndoLast_data();
+    void applyThenUndoLast();
+    void applyNeverReplaces_data();
+    void applyNeverReplaces();
+    void undoById_data();
+    void undoById();
+    void historyForgetsWithoutRenaming();
+    void undoAllRestoresEveryFile();
+    void usageErrors_data();
+    void usageErrors();
+
+private:
+    // Data, configuration and cache all live in the temporary folder; the
+    // files to rename sit in its "files" folder, the working directory.
+    Run runNomly(const QStringList &arguments) const;
+
+    QString filePath(const QString &name) const { return m_dir->filePath(u"files/"_s + name); }
+
+    void setContents(const Contents &contents) const;
+    Contents contents() const;
+    QJsonArray history() const;
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+};
+
+Run RenameCommandsTest::runNomly(const QStringList &arguments) const
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"HOME"_s, m_dir->path());
+    environment.insert(u"XDG_DATA_HOME"_s, m_dir->filePath(u"data"_s));
+    environment.insert(u"XDG_CONFIG_HOME"_s, m_dir->filePath(u"config"_s));
+    environment.insert(u"XDG_CACHE_HOME"_s, m_dir->filePath(u"cache"_s));
+    process.setProcessEnvironment(environment);
+    process.setWorkingDirectory(m_dir->filePath(u"files"_s));
+    process.start(QStringLiteral(NOMLY_BINARY), arguments);
+    if (!process.waitForFinished(60000))
+        return {};
+    return { process.exitCode(),
+             QString::fromUtf8(process.readAllStandardOutput()),
+             QString::fromUtf8(process.readAllStandardError()) };
+}
+
+void RenameCommandsTest::setContents(const Contents &contents) const
+{
+    QDir folder(m_dir->filePath(u"files"_s));
+    for (const QString &name : folder.entryList(QDir::Files | QDir::Hidden))
+        QVERIFY(folder.remove(name));
+    for (const QString &entry : contents) {
+        const qsizetype separator = entry.indexOf(u'=');
+        const QByteArray bytes = entry.mid(separator + 1).toLatin1();
+        QFile file(folder.filePath(entry.left(separator)));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(bytes), bytes.size());
+    }
+}
+
+Contents RenameCommandsTest::contents() const
+{
+    Contents contents;
+    const QDir folder(m_dir->filePath(u"files"_s));
+    for (const QString &name : folder.entryList(QDir::Files | QDir::Hidden)) {
+        QFile file(folder.filePath(name));
+        contents.append(name + u'=' + (file.open(QIODevice::ReadOnly) ? QString::fromLatin1(file.readAll()) : u"?"_s));
+    }
+    contents.sort();
+    return contents;
+}
+
+QJsonArray RenameCommandsTest::history() const
+{
+    const Run run = runNomly({ u"history"_s, u"--json"_s });
+    if (run.exitCode != 0)
+        qWarning().noquote() << "history failed:" << run.err;
+    return QJsonDocument::fromJson(run.out.toUtf8()).array();
+}
+
+void RenameCommandsTest::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_dir->isValid());
+    QVERIFY(QDir(m_dir->path()).mkdir(u"files"_s));
+}
+
+// The whole round: rename with metadata, list it, take it back. Tags the file
+// had before come back; attributes it never had are gone again.
+void RenameCommandsTest::applyThenUndoLast_data()
+{
+    QTest::addColumn<QByteArray>("tagsBefore");
+    QTest::addColumn<QStringList>("snapshotTags");
+
+    QTest::newRow("file-without-metadata") << QByteArray() << QStringList();
+    QTest::newRow("own-tags-come-back") << QByteArray("Red,Work") << QStringList { u"Red"_s, u"Work"_s };
+}
+
+void RenameCommandsTest::applyThenUndoLast()
+{
+    QFETCH(QByteArray, tagsBefore);
+    QFETCH(QStringList, snapshotTags);
+
+    const QString bytes = QString::fromLatin1(QByteArray("%PDF\0scan\xff\xfe\r\n", 12));
+    setContents({ u"scan001.txt="_s + bytes });
+    const QString original = filePath(u"scan001.txt"_s);
+    const QByteArray file = QFile::encodeName(original);
+    if (::setxattr(file.constData(), "user.probe", "", 0, 0) != 0)
+        QSKIP("The temporary folder keeps no user extended attributes");
+    QCOMPARE(::removexattr(file.constData(), "user.probe"), 0);
+    if (!tagsBefore.isNull())
+        QCOMPARE(::setxattr(file.constData(), "user.xdg.tags", tagsBefore.constData(), size_t(tagsBefore.size()), 0),
+                 0);
+
+    const Run apply = runNomly({ u"apply"_s,
+                                 u"--title"_s,
+                                 u"Quarterly report"_s,
+                                 u"--description"_s,
+                                 u"Q3 numbers"_s,
+                                 u"--tags"_s,
+                                 u"finance, q3"_s,
+                                 u"--write-tags"_s,
+                                 u"--write-comment"_s,
+                                 u"scan001.txt"_s });
+    QVERIFY2(apply.exitCode == 0, qPrintable(apply.err));
+    QCOMPARE(apply.out, u"scan001.txt -> Quarterly Report.txt\n"_s);
+    QCOMPARE(contents(), Contents { u"Quarterly Report.txt="_s + bytes });
+    const QString renamed = filePath(u"Quarterly Report.txt"_s);
+    QCOMPARE(attribute(renamed, "user.xdg.tags"), QByteArray("finance,q3"));
+    QCOMPARE(attribute(renamed, "user.xdg.comment"), QByteArray("Q3 numbers"));
+    QCOMPARE(attribute(renamed, "user.nomly.title"), QByteArray("Quarterly report"));
+
+    const QJsonArray records = history();
+    QCOMPARE(records.size(), 1);
+    const QJsonObject record = records.first().toObject();
+    QCOMPARE(record.value(u"originalPath"_s).toString(), original);
+    QCOMPARE(record.value(u"newPath"_s).toString(), renamed);
+    QCOMPARE(record.value(u"originalName"_s).toString(), u"scan001.txt"_s);
+    QCOMPARE(record.value(u"newName"_s).toString(), u"Quarterly Report.txt"_s);
+    QCOMPARE(record.value(u"title"_s).toString(), u"Quarterly report"_s);
+    QCOMPARE(record.value(u"description"_s).toString(), u"Q3 numbers"_s);
+    QCOMPARE(record.value(u"source"_s).toString(), u"batch"_s);
+    QCOMPARE(record.value(u"aiProvider"_s).toString(), u"manual"_s);
+    QCOMPARE(record.value(u"tags"_s).toString(), u"finance, q3"_s);
+    QCOMPARE(record.value(u"isUndone"_s), QJsonValue(false));
+    QVERIFY(record.value(u"processedAt"_s).toString().endsWith(u'Z'));
+    const QJsonObject snapshot = record.value(u"metadataSnapshot"_s).toObject();
+    QCOMPARE(snapshot.value(u"finderTags"_s).toVariant().toStringList(), snapshotTags);
+    QVERIFY(!snapshot.contains(u"spotlightComment"_s));
+    QVERIFY(!snapshot.contains(u"nomlyTitle"_s));
+
+    const Run undo = runNomly({ u"undo"_s, u"--last"_s });
+    QVERIFY2(undo.exitCode == 0, qPrintable(undo.err));
+    QCOMPARE(undo.out, u"Quarterly Report.txt -> scan001.txt: undone\n"_s);
+    QCOMPARE(contents(), Contents { u"scan001.txt="_s + bytes });
+    QCOMPARE(attribute(original, "user.xdg.tags"), tagsBefore);
+    QCOMPARE(attribute(original, "user.xdg.tags").isNull(), tagsBefore.isNull());
+    QVERIFY(attribute(original, "user.xdg.comment").isNull());
+    QVERIFY(attribute(original, "user.nomly.title").isNull());
+    QCOMPARE(history(), QJsonArray());
+}
+
+// Each file starts with its own name as its bytes; all are given the title
+// "notes".
+void RenameCommandsTest::applyNeverReplaces_data()
+{
+    QTest::addColumn<QStringList>("before");
+    QTest::addColumn<QStringList>("files");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("out");
+    QTest::addColumn<QString>("err");
+    QTest::addColumn<Contents>("after");
+    QTest::addColumn<int>("recorded");
+
+    QTest::newRow("taken-name-gets-suffix")
+        << QStringList { u"Notes.txt"_s, u"scan.txt"_s } << QStringList { u"scan.txt"_s } << 0
+        << u"scan.txt -> Notes_1.txt\n"_s << QString()
+        << Contents { u"Notes.txt=Notes.txt"_s, u"Notes_1.txt=scan.txt"_s } << 1;
+    QTest::newRow("missing-file-does-not-stop-the-rest")
+        << QStringList { u"a.txt"_s, u"b.txt"_s } << QStringList { u"a.txt"_s, u"gone.txt"_s, u"b.txt"_s } << 1
+        << u"a.txt -> Notes.txt\nb.txt -> Notes_1.txt\n"_s << u"gone.txt"_s
+        << Contents { u"Notes.txt=a.txt"_s, u"Notes_1.txt=b.txt"_s } << 2;
+}
+
+void RenameCommandsTest::applyNeverReplaces()
+{
+    QFETCH(QStringList, before);
+    QFETCH(QStringList, files);
+    QFETCH(int, exitCode);
+    QFETCH(QString, out);
+    QFETCH(QString, err);
+    QFETCH(Contents, after);
+    QFETCH(int, recorded);
+
+    Contents initial;
+    for (const QString &name : before)
+        initial.append(name + u'=' + name);
+    setContents(initial);
+
+    const Run run = runNomly(QStringList { u"apply"_s, u"--title"_s, u"notes"_s } + files);
+    QCOMPARE(run.exitCode, exitCode);
+    QCOMPARE(run.out, out);
+    QVERIFY2(run.err.contains(err), qPrintable(run.err));
+    QCOMPARE(contents(), after);
+    QCOMPARE(history().size(), recorded);
+}
+
+// After "a.txt -> Notes.txt", the folder is put in the state of the row and
+// the record is undone by its id.
+void RenameCommandsTest::undoById_data()
+{
+    QTest::addColumn<Contents>("atUndo");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<Contents>("after");
+    QTest::addColumn<bool>("recordKept");
+
+    QTest::newRow("file-goes-back") << Contents { u"Notes.txt=mine"_s } << 0 << u": undone"_s
+                                    << Contents { u"a.txt=mine"_s } << false;
+    const Contents occupied { u"Notes.txt=mine"_s, u"a.txt=intruder"_s };
+    QTest::newRow("original-place-occupied") << occupied << 1 << u"original place occupied"_s << occupied << true;
+    QTest::newRow("renamed-file-deleted") << Contents() << 0 << u"file missing"_s << Contents() << false;
+}
+
+void RenameCommandsTest::undoById()
+{
+    QFETCH(Contents, atUndo);
+    QFETCH(int, exitCode);
+    QFETCH(QString, message);
+    QFETCH(Contents, after);
+    QFETCH(bool, recordKept);
+
+    setContents({ u"a.txt=mine"_s });
+    QCOMPARE(runNomly({ u"apply"_s, u"--title"_s, u"notes"_s, u"a.txt"_s }).exitCode, 0);
+    const QJsonArray records = history();
+    QCOMPARE(records.size(), 1);
+    const QString id = QString::number(records.first()[u"id"_s].toInteger());
+    setContents(atUndo);
+
+    const Run run = runNomly({ u"undo"_s, id });
+    QCOMPARE(run.exitCode, exitCode);
+    const QString said = run.out + run.err;
+    QVERIFY2(said.contains(message), qPrintable(said));
+    QCOMPARE(contents(), after);
+    QCOMPARE(history(), recordKept ? records : QJsonArray());
+}
+
+// --limit shows the newest; --remove and --clear forget records and leave the
+// files under their new names.
+void RenameCommandsTest::historyForgetsWithoutRenaming()
+{
+    setContents({ u"a.txt=a"_s, u"b.txt=b"_s, u"c.txt=c"_s });
+    QCOMPARE(runNomly({ u"apply"_s, u"--title"_s, u"notes"_s, u"a.txt"_s, u"b.txt"_s, u"c.txt"_s }).exitCode, 0);
+    const Contents renamed { u"Notes.txt=a"_s, u"Notes_1.txt=b"_s, u"Notes_2.txt=c"_s };
+    QCOMPARE(contents(), renamed);
+
+    const Run limited = runNomly({ u"history"_s, u"--limit"_s, u"2"_s });
+    QCOMPARE(limited.exitCode, 0);
+    const QStringList lines = limited.out.split(u'\n', Qt::SkipEmptyParts);
+    QCOMPARE(lines.size(), 2);
+    QVERIFY2(lines.at(0).endsWith(u"  batch  c.txt -> Notes_2.txt"_s), qPrintable(lines.at(0)));
+    QVERIFY2(lines.at(1).endsWith(u"  batch  b.txt -> Notes_1.txt"_s), qPrintable(lines.at(1)));
+
+    const QJsonArray all = history();
+    QCOMPARE(all.size(), 3);
+    const QString middle = QString::number(all.at(1)[u"id"_s].toInteger());
+    const Run removed = runNomly({ u"history"_s, u"--remove"_s, middle });
+    QCOMPARE(removed.exitCode, 0);
+    QCOMPARE(removed.out, middle + u": record removed; Notes_1.txt keeps its name\n"_s);
+    QCOMPARE(history(), (QJsonArray { all.at(0), all.at(2) }));
+    QCOMPARE(contents(), renamed);
+
+    const Run cleared = runNomly({ u"history"_s, u"--clear"_s });
+    QCOMPARE(cleared.exitCode, 0);
+    QVERIFY2(cleared.out.contains(u"Removed 2 activity records"_s), qPrintable(cleared.out));
+    QCOMPARE(history(), QJsonArray());
+    QCOMPARE(runNomly({ u"undo"_s, u"--all"_s }).out, u"Nothing to undo\n"_s);
+    QCOMPARE(contents(), renamed);
+}
+
+// Renames from separate runs that build on each other all go back, newest
+// first: d takes b's old name, so b returns only after d has left it.
+void RenameCommandsTest::undoAllRestoresEveryFile()
+{
+    const Contents original { u"a.txt=a"_s, u"b.txt=b"_s, u"c.txt=c"_s, u"d.txt=d"_s };
+    setContents(original);
+    QCOMPARE(runNomly({ u"apply"_s, u"--title"_s, u"notes"_s, u"a.txt"_s, u"b.txt"_s }).exitCode, 0);
+    QCOMPARE(runNomly({ u"apply"_s, u"--title"_s, u"notes"_s, u"c.txt"_s }).exitCode, 0);
+    QCOMPARE(runNomly({ u"apply"_s, u"--style"_s, u"lower"_s, u"--title"_s, u"b"_s, u"d.txt"_s }).out,
+             u"d.txt -> b.txt\n"_s);
+    // A rename to the name the file already has is recorded all the same.
+    QCOMPARE(runNomly({ u"apply"_s, u"--style"_s, u"lower"_s, u"--title"_s, u"b"_s, u"b.txt"_s }).out,
+             u"b.txt -> b.txt\n"_s);
+    QCOMPARE(contents(), (Contents { u"Notes.txt=a"_s, u"Notes_1.txt=b"_s, u"Notes_2.txt=c"_s, u"b.txt=d"_s }));
+    QCOMPARE(history().size(), 5);
+
+    const Run run = runNomly({ u"undo"_s, u"--all"_s });
+    QVERIFY2(run.exitCode == 0, qPrintable(run.err));
+    QCOMPARE(run.out.count(u": undone\n"_s), 5);
+    QCOMPARE(contents(), original);
+    QCOMPARE(history(), QJsonArray());
+}
+
+void RenameCommandsTest::usageErrors_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("message");
+
+    const QString needsIds = u"give record ids, --last or --all"_s;
+    QTest::newRow("apply-without-title") << QStringList { u"apply"_s, u"a.txt"_s } << u"--title is required"_s;
+    QTest::newRow("apply-with-blank-title")
+        << QStringList { u"apply"_s, u"--title"_s, u" "_s, u"a.txt"_s } << u"--title is required"_s;
+    QTest::newRow("undo-without-ids") << QStringList { u"undo"_s } << needsIds;
+    QTest::newRow("undo-last-and-all") << QStringList { u"undo"_s, u"--last"_s, u"--all"_s } << needsIds;
+    QTest::newRow("undo-id-and-last") << QStringList { u"undo"_s, u"1"_s, u"--last"_s } << needsIds;
+    QTest::newRow("undo-word-as-id") << QStringList { u"undo"_s, u"abc"_s } << u"'abc' is not a record id"_s;
+    QTest::newRow("history-negative-limit")
+        << QStringList { u"history"_s, u"--limit"_s, u"-1"_s } << u"--limit needs a whole number"_s;
+    QTest::newRow("history-remove-without-ids")
+        << QStringList { u"history"_s, u"--remove"_s } << u"--remove needs at least one record id"_s;
+}
+
+// A usage error renames nothing and forgets nothing.
+void RenameCommandsTest::usageErrors()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, message);
+
+    setContents({ u"a.txt=a"_s, u"b.txt=b"_s });
+    QCOMPARE(runNomly({ u"apply"_s, u"--title"_s, u"notes"_s, u"b.txt"_s }).exitCode, 0);
+    const Contents before = contents();
+    const QJsonArray records = history();
+    QCOMPARE(records.size(), 1);
+
+    const Run run = runNomly(arguments);
+    QCOMPARE(run.exitCode, 2);
+    QCOMPARE(run.out, QString());
+    QVERIFY2(run.err.contains(message), qPrintable(run.err));
+    QCOMPARE(contents(), before);
+    QCOMPARE(history(), records);
+}
+
+QTEST_GUILESS_MAIN(RenameCommandsTest)
+#include "renamecommandstest.moc"
