@@ -248,4 +248,23 @@ std::optional<Settings> settingsFromJson(const QJsonObject &json, QString *error
     return s;
 }
 
+QStringList settingsFieldNames()
+{
+    // A record with every optional field present writes every key.
+    Settings full;
+    full.namingPatternBlocks = QList<NamingPatternBlock>();
+    full.monitorFileExtensions = QStringList();
+    full.hotkeyShortcut = KeyboardShortcut {};
+    full.byokGeminiModel = QString();
+    full.byokGroqModel = QString();
+    full.byokOpenaiModel = QString();
+    full.byokClaudeModel = QString();
+    full.renamePromptOverride = QString();
+    full.tagPromptOverride = QString();
+    QStringList names;
+    for (const auto &[key, value] : encodedFields(full))
+        names.append(key);
+    return names;
+}
+
 } // namespace Nomly

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QJsonObject>
 #include <QString>
+#include <QStringList>
 #include <optional>
 
 #include "settings/settings.h"
@@ -22,5 +23,8 @@ QByteArray settingsToJsonBytes(const Settings &settings);
 // wrong type fails the whole decode, with `error` naming it; an unreadable
 // processing mode alone falls back to the default instead.
 std::optional<Settings> settingsFromJson(const QJsonObject &json, QString *error = nullptr);
+
+// Every key the record may write, in field order, optional ones included.
+QStringList settingsFieldNames();
 
 } // namespace Nomly
