@@ -504,6 +504,39 @@ Result<> Database::deletePreset(const QUuid &id)
     });
 }
 
+Result<int> Database::updatePresetSettings(
+    const std::function<bool(const PresetSettingsRow &, AnalysisSettings &)> &change, const QString &decodeFailureLog)
+{
+    QMutexLocker locker(&m_mutex);
+    return inWriteTransaction(m_connection, [&]() -> Result<int> {
+        SqliteStatement select(m_connection, "SELECT id, name, bundled_id, settings_json FROM presets");
+        QList<QPair<QString, QByteArray>> changed;
+        const Result<> read = select.forEachRow([&] {
+            const PresetSettingsRow row { select.text(0),
+                                          select.text(1),
+                                          select.isNull(2) ? std::nullopt : std::optional(select.text(2)) };
+            std::optional<AnalysisSettings> settings = decodeAnalysisSettings(select.text(3).toUtf8());
+            if (!settings) {
+                qCCritical(lcDatabase).noquote() << decodeFailureLog + row.id;
+                return;
+            }
+            if (change(row, *settings))
+                changed.append({ row.id, compactJson(toJson(*settings)) });
+        });
+        if (!read)
+            return read.failure();
+        for (const auto &[id, json] : std::as_const(changed)) {
+            const Result<> written = SqliteStatement(m_connection, "UPDATE presets SET settings_json = ? WHERE id = ?")
+                                         .bind(json)
+                                         .bind(id)
+                                         .execute();
+            if (!written)
+                return written.failure();
+        }
+        return int(changed.size());
+    });
+}
+
 Result<QHash<QString, WatchedFolderConfig>> Database::loadFolderConfigs()
 {
     QMutexLocker locker(&m_mutex);

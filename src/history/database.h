@@ -7,6 +7,7 @@
 #include <QString>
 #include <QThreadPool>
 #include <QUuid>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -75,6 +76,21 @@ public:
     Result<> savePreset(const Preset &preset);
     // Removes the folder configurations that use the template as well.
     Result<> deletePreset(const QUuid &id);
+
+    // A stored template as the one-shot migrations see it.
+    struct PresetSettingsRow
+    {
+        QString id;
+        QString name;
+        std::optional<QString> bundledId;
+    };
+
+    // Walks every stored template and writes back, in one transaction, the
+    // settings that `change` altered (it returns true for those). A row whose
+    // settings do not decode is logged with `decodeFailureLog` and the id,
+    // and skipped. Returns how many rows were written.
+    Result<int> updatePresetSettings(const std::function<bool(const PresetSettingsRow &, AnalysisSettings &)> &change,
+                                     const QString &decodeFailureLog);
 
     Result<QHash<QString, WatchedFolderConfig>> loadFolderConfigs();
     Result<> saveFolderConfig(const WatchedFolderConfig &config);

@@ -40,7 +40,8 @@ public:
 
     T &value() & { return std::get<0>(m_state); }
 
-    T &&value() && { return std::get<0>(std::move(m_state)); }
+    // By value, so that `for (auto &x : load().value())` keeps the list alive.
+    T value() && { return std::get<0>(std::move(m_state)); }
 
     const Failure &failure() const { return std::get<1>(m_state); }
 

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QSettings>
+#include <QString>
+#include <QVariant>
+#include <memory>
+
+namespace Nomly {
+
+// Small flags and mirrors that must be readable before the database opens:
+// onboarding and consent flags, one-shot migration flags, mirrored settings,
+// cached configuration. An INI file at $XDG_CONFIG_HOME/Nomly/Nomly.conf;
+// tests point it at a file of their own.
+class UserDefaults final
+{
+public:
+    UserDefaults();
+    explicit UserDefaults(const QString &filePath);
+    UserDefaults(const UserDefaults &) = delete;
+    UserDefaults &operator=(const UserDefaults &) = delete;
+
+    static QString defaultFilePath();
+
+    QString filePath() const { return m_settings->fileName(); }
+
+    bool contains(const QString &key) const { return m_settings->contains(key); }
+
+    QVariant value(const QString &key, const QVariant &fallback = {}) const { return m_settings->value(key, fallback); }
+
+    bool boolValue(const QString &key, bool fallback = false) const;
+    void setValue(const QString &key, const QVariant &value);
+    void remove(const QString &key);
+
+private:
+    std::unique_ptr<QSettings> m_settings;
+};
+
+} // namespace Nomly
