@@ -98,9 +98,10 @@ ExitStatus runApplyCommand(const QStringList &arguments)
     if (!profile)
         return ExitStatus::UsageError;
 
-    EffectiveAnalysisSettings settings = TemplateOptions::resolve(Settings(), *preset);
-    settings.addFinderTags = parser.isSet(writeTagsOption);
-    settings.addSpotlightMetadata = parser.isSet(writeCommentOption);
+    EffectiveAnalysisSettings settings = TemplateOptions::resolve(profile->settings(), *preset);
+    // The flags turn writing on for this call; the settings may have it on already.
+    settings.addFinderTags = settings.addFinderTags || parser.isSet(writeTagsOption);
+    settings.addSpotlightMetadata = settings.addSpotlightMetadata || parser.isSet(writeCommentOption);
     ProcessAnalyzedFileUseCase useCase(profile->database(), profile->undoIgnore());
     ActivityViewModel &activity = profile->activity();
     useCase.setDependencies({

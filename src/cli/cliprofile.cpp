@@ -1,5 +1,6 @@
 #include "cli/cliprofile.h"
 
+#include "app/migrationservice.h"
 #include "cli/clioutput.h"
 #include "platform/datalocations.h"
 
@@ -7,8 +8,14 @@ namespace Nomly {
 
 CliProfile::CliProfile(std::unique_ptr<Database> database)
     : m_database(std::move(database))
+    , m_store(*m_database, m_userDefaults)
     , m_activity(*m_database, m_undoIgnore)
-{}
+{
+    // As at the application's launch: nothing reads the settings before the
+    // migrations of this version have run.
+    m_settings = m_store.load();
+    MigrationService(m_store).run(m_settings);
+}
 
 std::unique_ptr<CliProfile> CliProfile::open()
 {
@@ -19,6 +26,14 @@ std::unique_ptr<CliProfile> CliProfile::open()
         return nullptr;
     }
     return std::unique_ptr<CliProfile>(new CliProfile(std::move(database).value()));
+}
+
+Result<> CliProfile::saveSettings(const Settings &settings)
+{
+    auto saved = m_store.save(settings);
+    if (saved)
+        m_settings = settings;
+    return saved;
 }
 
 } // namespace Nomly

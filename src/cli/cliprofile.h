@@ -2,14 +2,17 @@
 
 #include <memory>
 
+#include "app/settingsstore.h"
 #include "history/activityviewmodel.h"
 #include "history/database.h"
 #include "history/undoignoreservice.h"
+#include "platform/userdefaults.h"
 
 namespace Nomly {
 
-// The user's profile as one command sees it: the database in the data folder
-// and the services over it that the application uses too.
+// The user's profile as one command sees it: the database in the data folder,
+// the user defaults, the settings after this version's migrations, and the
+// services over them that the application uses too.
 class CliProfile final
 {
 public:
@@ -17,6 +20,12 @@ public:
     static std::unique_ptr<CliProfile> open();
 
     Database &database() { return *m_database; }
+
+    UserDefaults &userDefaults() { return m_userDefaults; }
+
+    const Settings &settings() const { return m_settings; }
+
+    Result<> saveSettings(const Settings &settings);
 
     UndoIgnoreService &undoIgnore() { return m_undoIgnore; }
 
@@ -26,6 +35,9 @@ private:
     explicit CliProfile(std::unique_ptr<Database> database);
 
     std::unique_ptr<Database> m_database;
+    UserDefaults m_userDefaults;
+    SettingsStore m_store;
+    Settings m_settings;
     UndoIgnoreService m_undoIgnore;
     ActivityViewModel m_activity;
 };

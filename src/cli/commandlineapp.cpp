@@ -7,6 +7,7 @@
 #include "cli/applycommand.h"
 #include "cli/clicommand.h"
 #include "cli/clioutput.h"
+#include "cli/configcommand.h"
 #include "cli/fieldscommand.h"
 #include "cli/historycommand.h"
 #include "cli/previewcommand.h"
@@ -16,12 +17,13 @@ namespace Nomly {
 
 namespace {
 
-constexpr std::array<CliCommand, 5> Commands { {
+constexpr std::array<CliCommand, 6> Commands { {
     { u"fields", u"List the fields a naming pattern can use", &runFieldsCommand },
     { u"preview", u"Show the names files would get, without touching them", &runPreviewCommand },
     { u"apply", u"Rename files under a title you give, and record it", &runApplyCommand },
     { u"history", u"List the renames made, newest first", &runHistoryCommand },
     { u"undo", u"Take renames back", &runUndoCommand },
+    { u"config", u"Show and change the global settings", &runConfigCommand },
 } };
 
 QString usage()

@@ -7,6 +7,7 @@
 
 #include "cli/analysisoptions.h"
 #include "cli/clioutput.h"
+#include "cli/cliprofile.h"
 #include "cli/templateoptions.h"
 #include "naming/filerenamer.h"
 #include "settings/patternrendersettings.h"
@@ -61,7 +62,10 @@ ExitStatus runPreviewCommand(const QStringList &arguments)
         }
     }
 
-    const EffectiveAnalysisSettings effective = TemplateOptions::resolve(Settings(), *preset);
+    const auto profile = CliProfile::open();
+    if (!profile)
+        return ExitStatus::UsageError;
+    const EffectiveAnalysisSettings effective = TemplateOptions::resolve(profile->settings(), *preset);
     PatternRenderInput input = patternRenderInput(effective);
     input.title = analysis->title;
     input.type = analysis->type;
