@@ -57,7 +57,7 @@ ExitStatus runApplyCommand(const QStringList &arguments)
                        "Prints 'old -> new' per file. A file that fails is reported and the others go on; the exit "
                        "status is 1 when any failed."));
     const QCommandLineOption helpOption = parser.addHelpOption();
-    const TemplateOptions templateOptions(parser);
+    const TemplateOptions templateOptions(parser, TemplateOptions::StoredTemplate::Offered);
     const AnalysisOptions analysisOptions(parser, AnalysisOptions::Use::Rename);
     const QCommandLineOption descriptionOption(QStringLiteral("description"),
                                                QStringLiteral("Description, written as the file's comment."),
@@ -97,8 +97,13 @@ ExitStatus runApplyCommand(const QStringList &arguments)
     const auto profile = CliProfile::open();
     if (!profile)
         return ExitStatus::UsageError;
+    const auto chosen = templateOptions.withStoredTemplate(parser, *profile, *preset, &error);
+    if (!chosen) {
+        CliOutput::error(error);
+        return ExitStatus::UsageError;
+    }
 
-    EffectiveAnalysisSettings settings = TemplateOptions::resolve(profile->settings(), *preset);
+    EffectiveAnalysisSettings settings = TemplateOptions::resolve(profile->settings(), *chosen);
     // The flags turn writing on for this call; the settings may have it on already.
     settings.addFinderTags = settings.addFinderTags || parser.isSet(writeTagsOption);
     settings.addSpotlightMetadata = settings.addSpotlightMetadata || parser.isSet(writeCommentOption);

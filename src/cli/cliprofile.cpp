@@ -1,8 +1,11 @@
 #include "cli/cliprofile.h"
 
+#include "app/bundledpresetseeding.h"
 #include "app/migrationservice.h"
+#include "app/watchedfoldernormalization.h"
 #include "cli/clioutput.h"
 #include "platform/datalocations.h"
+#include "platform/logcategories.h"
 
 namespace Nomly {
 
@@ -15,6 +18,11 @@ CliProfile::CliProfile(std::unique_ptr<Database> database)
     // migrations of this version have run.
     m_settings = m_store.load();
     MigrationService(m_store).run(m_settings);
+    if (normalizeWatchedFolders(m_settings.watchedFolders)) {
+        if (const auto saved = m_store.save(m_settings); !saved)
+            qCCritical(lcConfig).noquote() << "Failed to save normalized watched folders:" << saved.error();
+    }
+    seedBundledPresetsOnce(*m_database, m_userDefaults);
 }
 
 std::unique_ptr<CliProfile> CliProfile::open()
@@ -34,6 +42,28 @@ Result<> CliProfile::saveSettings(const Settings &settings)
     if (saved)
         m_settings = settings;
     return saved;
+}
+
+QList<Preset> CliProfile::presets()
+{
+    return loadUpgradedPresets(*m_database);
+}
+
+std::optional<Preset> CliProfile::findPreset(const QString &nameOrId, QString *error)
+{
+    const QList<Preset> stored = presets();
+    const QUuid id = QUuid::fromString(nameOrId.trimmed());
+    QList<Preset> matches;
+    for (const Preset &preset : stored) {
+        if ((!id.isNull() && preset.id == id) || preset.name.compare(nameOrId.trimmed(), Qt::CaseInsensitive) == 0)
+            matches.append(preset);
+    }
+    if (matches.size() == 1)
+        return matches.first();
+    *error = matches.isEmpty()
+        ? QStringLiteral("no template named '%1'; 'nomly templates list' shows them").arg(nameOrId)
+        : QStringLiteral("%1 templates are named '%2'; give the id instead").arg(matches.size()).arg(nameOrId);
+    return std::nullopt;
 }
 
 } // namespace Nomly

@@ -27,6 +27,12 @@ public:
 
     Result<> saveSettings(const Settings &settings);
 
+    // The stored templates, oldest first, demo templates brought up to date.
+    QList<Preset> presets();
+    // A template by its name (any case) or id; none, with `error` set, when
+    // there is no such template or the name is not unique.
+    std::optional<Preset> findPreset(const QString &nameOrId, QString *error);
+
     UndoIgnoreService &undoIgnore() { return m_undoIgnore; }
 
     ActivityViewModel &activity() { return m_activity; }

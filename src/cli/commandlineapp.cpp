@@ -9,21 +9,25 @@
 #include "cli/clioutput.h"
 #include "cli/configcommand.h"
 #include "cli/fieldscommand.h"
+#include "cli/folderscommand.h"
 #include "cli/historycommand.h"
 #include "cli/previewcommand.h"
+#include "cli/templatescommand.h"
 #include "cli/undocommand.h"
 
 namespace Nomly {
 
 namespace {
 
-constexpr std::array<CliCommand, 6> Commands { {
+constexpr std::array<CliCommand, 8> Commands { {
     { u"fields", u"List the fields a naming pattern can use", &runFieldsCommand },
     { u"preview", u"Show the names files would get, without touching them", &runPreviewCommand },
     { u"apply", u"Rename files under a title you give, and record it", &runApplyCommand },
     { u"history", u"List the renames made, newest first", &runHistoryCommand },
     { u"undo", u"Take renames back", &runUndoCommand },
     { u"config", u"Show and change the global settings", &runConfigCommand },
+    { u"templates", u"List, create, delete and restore templates", &runTemplatesCommand },
+    { u"folders", u"The folders Monitor watches and their templates", &runFoldersCommand },
 } };
 
 QString usage()

@@ -23,7 +23,7 @@ ExitStatus runPreviewCommand(const QStringList &arguments)
                        "The template options override the global settings for this call; the analysis options stand in "
                        "for what the AI would say about the file."));
     const QCommandLineOption helpOption = parser.addHelpOption();
-    const TemplateOptions templateOptions(parser);
+    const TemplateOptions templateOptions(parser, TemplateOptions::StoredTemplate::Offered);
     const AnalysisOptions analysisOptions(parser, AnalysisOptions::Use::Preview);
     const QCommandLineOption jsonOption(QStringLiteral("json"),
                                         QStringLiteral("Print a JSON array of objects with file, name and "
@@ -65,7 +65,12 @@ ExitStatus runPreviewCommand(const QStringList &arguments)
     const auto profile = CliProfile::open();
     if (!profile)
         return ExitStatus::UsageError;
-    const EffectiveAnalysisSettings effective = TemplateOptions::resolve(profile->settings(), *preset);
+    const auto chosen = templateOptions.withStoredTemplate(parser, *profile, *preset, &error);
+    if (!chosen) {
+        CliOutput::error(error);
+        return ExitStatus::UsageError;
+    }
+    const EffectiveAnalysisSettings effective = TemplateOptions::resolve(profile->settings(), *chosen);
     PatternRenderInput input = patternRenderInput(effective);
     input.title = analysis->title;
     input.type = analysis->type;

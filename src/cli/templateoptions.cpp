@@ -1,5 +1,6 @@
 #include "cli/templateoptions.h"
 
+#include "cli/cliprofile.h"
 #include "naming/namingcasestyle.h"
 #include "naming/namingpatterneditor.h"
 #include "naming/namingpatternseparator.h"
@@ -29,8 +30,12 @@ QString choices(const auto &table)
 
 } // namespace
 
-TemplateOptions::TemplateOptions(QCommandLineParser &parser)
-    : m_pattern(QStringLiteral("pattern"),
+TemplateOptions::TemplateOptions(QCommandLineParser &parser, StoredTemplate storedTemplate)
+    : m_template(QStringLiteral("template"),
+                 QStringLiteral("A stored template, by name or id ('nomly templates list'); the options below change "
+                                "it for this call."),
+                 QStringLiteral("NAME|ID"))
+    , m_pattern(QStringLiteral("pattern"),
                 QStringLiteral("Naming pattern, fields in braces (see 'nomly fields'). Default: {title}."),
                 QStringLiteral("TEXT"))
     , m_style(QStringLiteral("style"),
@@ -46,7 +51,14 @@ TemplateOptions::TemplateOptions(QCommandLineParser &parser)
                    QStringLiteral("Date pattern such as yyyy-MM-dd or dd.MM.yyyy, or iso, dot, long, compact."),
                    QStringLiteral("TEXT"))
 {
+    if (storedTemplate == StoredTemplate::Offered)
+        parser.addOption(m_template);
     parser.addOptions({ m_pattern, m_style, m_wordSeparator, m_blockSeparator, m_dateFormat });
+}
+
+QString TemplateOptions::templateName(const QCommandLineParser &parser) const
+{
+    return parser.optionNames().contains(m_template.names().constFirst()) ? parser.value(m_template) : QString();
 }
 
 std::optional<AnalysisSettings> TemplateOptions::read(const QCommandLineParser &parser, QString *error) const
@@ -94,6 +106,37 @@ EffectiveAnalysisSettings TemplateOptions::resolve(const Settings &global, const
     if (preset.namingBlockSeparator)
         effective.namingPattern = withBlockSeparator(effective.namingPattern, *preset.namingBlockSeparator);
     return effective;
+}
+
+std::optional<AnalysisSettings> TemplateOptions::withStoredTemplate(const QCommandLineParser &parser,
+                                                                    CliProfile &profile,
+                                                                    const AnalysisSettings &given,
+                                                                    QString *error) const
+{
+    const QString name = templateName(parser);
+    if (name.isEmpty())
+        return given;
+    const std::optional<Preset> stored = profile.findPreset(name, error);
+    if (!stored)
+        return std::nullopt;
+    return overlaid(stored->settings, given);
+}
+
+AnalysisSettings TemplateOptions::overlaid(AnalysisSettings base, const AnalysisSettings &given)
+{
+    const auto over = [](auto &target, const auto &value) {
+        if (value)
+            target = value;
+    };
+    over(base.namingPattern, given.namingPattern);
+    over(base.namingCaseStyle, given.namingCaseStyle);
+    over(base.namingWordSeparator, given.namingWordSeparator);
+    over(base.namingBlockSeparator, given.namingBlockSeparator);
+    over(base.dateFormat, given.dateFormat);
+    // Stored blocks spell out the stored pattern; a pattern given here replaces both.
+    if (given.namingPattern)
+        base.namingPatternBlocks.reset();
+    return base;
 }
 
 } // namespace Nomly

@@ -11,12 +11,24 @@
 
 namespace Nomly {
 
+class CliProfile;
+
 // The options that describe a template on the command line: --pattern,
-// --style, --word-separator, --block-separator and --date-format.
+// --style, --word-separator, --block-separator and --date-format, and where
+// a stored template may serve, --template.
 class TemplateOptions final
 {
 public:
-    explicit TemplateOptions(QCommandLineParser &parser);
+    enum class StoredTemplate
+    {
+        NotOffered,
+        Offered,
+    };
+
+    explicit TemplateOptions(QCommandLineParser &parser, StoredTemplate storedTemplate = StoredTemplate::NotOffered);
+
+    // The --template argument, a name or an id; empty when not given.
+    QString templateName(const QCommandLineParser &parser) const;
 
     // The template the options describe, or an error text for a bad value.
     std::optional<AnalysisSettings> read(const QCommandLineParser &parser, QString *error) const;
@@ -26,7 +38,19 @@ public:
     // editor does when each gap is changed.
     static EffectiveAnalysisSettings resolve(const Settings &global, const AnalysisSettings &preset);
 
+    // The template the call renames with: `given` over the stored template
+    // that --template names, or `given` alone without one. None, with
+    // `error` set, when the named template does not exist.
+    std::optional<AnalysisSettings> withStoredTemplate(const QCommandLineParser &parser,
+                                                       CliProfile &profile,
+                                                       const AnalysisSettings &given,
+                                                       QString *error) const;
+
+    // `base` with every field the command line gave put over it.
+    static AnalysisSettings overlaid(AnalysisSettings base, const AnalysisSettings &given);
+
 private:
+    QCommandLineOption m_template;
     QCommandLineOption m_pattern;
     QCommandLineOption m_style;
     QCommandLineOption m_wordSeparator;

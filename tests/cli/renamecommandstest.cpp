@@ -13,7 +13,10 @@
 
 #include <sys/xattr.h>
 
+#include "cliprocess.h"
+
 using namespace Qt::StringLiterals;
+using namespace Nomly::Test;
 
 namespace {
 
@@ -76,20 +79,8 @@ private:
 
 Run RenameCommandsTest::runNomly(const QStringList &arguments) const
 {
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(u"HOME"_s, m_dir->path());
-    environment.insert(u"XDG_DATA_HOME"_s, m_dir->filePath(u"data"_s));
-    environment.insert(u"XDG_CONFIG_HOME"_s, m_dir->filePath(u"config"_s));
-    environment.insert(u"XDG_CACHE_HOME"_s, m_dir->filePath(u"cache"_s));
-    process.setProcessEnvironment(environment);
-    process.setWorkingDirectory(m_dir->filePath(u"files"_s));
-    process.start(QStringLiteral(NOMLY_BINARY), arguments);
-    if (!process.waitForFinished(60000))
-        return {};
-    return { process.exitCode(),
-             QString::fromUtf8(process.readAllStandardOutput()),
-             QString::fromUtf8(process.readAllStandardError()) };
+    const CliRun run = runCli(QStringLiteral(NOMLY_BINARY), arguments, m_dir->path(), m_dir->filePath(u"files"_s));
+    return { run.exitCode, run.out, run.err };
 }
 
 void RenameCommandsTest::setContents(const Contents &contents) const

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+namespace Nomly::Test {
+
+struct CliRun
+{
+    int exitCode = -1; // -1 when the program did not finish in time
+    QString out;
+    QString err;
+};
+
+// Runs a program with a profile of its own: HOME and the XDG data, config
+// and cache folders all inside `profileRoot`, never the real ones.
+CliRun runCli(const QString &program,
+              const QStringList &arguments,
+              const QString &profileRoot,
+              const QString &workingDirectory);
+
+} // namespace Nomly::Test
