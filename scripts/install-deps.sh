@@ -18,8 +18,14 @@ packages=(
     qcoro-qt6-dev
     libicu-dev
     libsqlite3-dev
+    qtkeychain-qt6-dev
     # getfattr and setfattr, to look at the attributes renamed files carry
     attr
+    # a private Secret Service for the key custody tests: dbus-run-session
+    # and gnome-keyring-daemon
+    dbus
+    dbus-bin
+    gnome-keyring
     # benchmarks
     libbenchmark-dev
 )

@@ -215,7 +215,7 @@ private:
         };
         add(u"{duration}", duration({}));
         add(u"{Duration}", duration({}));
-        add(u"{DURATION}", [=](PatternRenderContext &c) { return duration({})(c).toUpper(); });
+        add(u"{DURATION}", duration({}));
         for (const char16_t *suffix : { u"clock", u"minutes", u"seconds" })
             add(u"{duration_" + QStringView(suffix) + u'}', duration(suffix));
 
@@ -229,7 +229,7 @@ private:
         };
         add(u"{resolution}", resolution({}));
         add(u"{Resolution}", resolution({}));
-        add(u"{RESOLUTION}", [=](PatternRenderContext &c) { return resolution({})(c).toUpper(); });
+        add(u"{RESOLUTION}", resolution({}));
         add(u"{resolution_hyphen}", resolution(u"hyphen"));
         add(u"{resolution_height}", resolution(u"height"));
 
@@ -275,8 +275,8 @@ private:
             add(QStringView(token), pages);
         for (const char16_t *token : { u"{amount}", u"{Amount}", u"{AMOUNT}" })
             add(QStringView(token), amount);
-        // A currency is a code: its plain spelling stays as written ("USD").
-        add(u"{currency}", [](PatternRenderContext &c) { return sanitizeName(c.input().currency, true); });
+        // The same three spellings as the kind: "Usd", "usd", "USD".
+        add(u"{currency}", [](PatternRenderContext &c) { return c.currencyVariants()[TextVariants::Lower]; });
         add(u"{Currency}", [](PatternRenderContext &c) { return c.currencyVariants()[TextVariants::Normalized]; });
         add(u"{CURRENCY}", [](PatternRenderContext &c) { return c.currencyVariants()[TextVariants::NormalizedUpper]; });
     }

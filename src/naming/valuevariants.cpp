@@ -1,7 +1,12 @@
 #include "naming/valuevariants.h"
 
 #include <QRegularExpression>
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <optional>
+
+#include <unicode/numberformatter.h>
 
 #include "naming/nametext.h"
 
@@ -66,13 +71,24 @@ QString formatDecimal(double value, int maxFractionDigits)
 {
     if (!std::isfinite(value))
         return QString::asprintf("%.1f", value);
-    QString text = QString::number(value, 'f', maxFractionDigits);
-    if (text.contains(u'.')) {
-        while (text.endsWith(u'0'))
-            text.chop(1);
-        if (text.endsWith(u'.'))
-            text.chop(1);
+    // Ties go to the even digit, as number formatting does everywhere else:
+    // 1.25 gives "1.2". One formatter per digit count and thread, as building
+    // one costs far more than using it.
+    static constexpr int CachedDigits = 4;
+    thread_local std::array<std::optional<icu::number::LocalizedNumberFormatter>, CachedDigits + 1> formatters;
+    const int digits = std::clamp(maxFractionDigits, 0, CachedDigits);
+    auto &formatter = formatters[static_cast<size_t>(digits)];
+    if (!formatter) {
+        formatter = icu::number::NumberFormatter::withLocale(icu::Locale("en_US_POSIX"))
+                        .precision(icu::number::Precision::maxFraction(digits))
+                        .roundingMode(UNUM_ROUND_HALFEVEN)
+                        .grouping(UNUM_GROUPING_OFF);
     }
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::UnicodeString formatted = formatter->formatDouble(value, status).toString(status);
+    if (U_FAILURE(status))
+        return QString::number(value, 'f', digits);
+    QString text(reinterpret_cast<const QChar *>(formatted.getBuffer()), formatted.length());
     if (text == u"-0")
         text = QStringLiteral("0");
     return text;
@@ -133,11 +149,18 @@ QString durationVariant(QStringView suffix, std::optional<double> seconds, const
 
 QString resolutionVariant(QStringView suffix, const QString &resolution)
 {
+    // Whole numbers only, without blanks around them: "1920 x 1080" is text.
+    const auto integer = [](QStringView text, bool *ok) {
+        const QStringView digits = text.startsWith(u'+') || text.startsWith(u'-') ? text.mid(1) : text;
+        *ok = !digits.isEmpty()
+            && std::all_of(digits.begin(), digits.end(), [](QChar c) { return c >= u'0' && c <= u'9'; });
+        return *ok ? text.toLongLong(ok) : 0;
+    };
     const QStringList parts = resolution.trimmed().split(u'x');
     bool widthOk = false;
     bool heightOk = false;
-    const qint64 width = parts.size() == 2 ? parts.at(0).toLongLong(&widthOk) : 0;
-    const qint64 height = parts.size() == 2 ? parts.at(1).toLongLong(&heightOk) : 0;
+    const qint64 width = parts.size() == 2 ? integer(parts.at(0), &widthOk) : 0;
+    const qint64 height = parts.size() == 2 ? integer(parts.at(1), &heightOk) : 0;
     if (!widthOk || !heightOk)
         return sanitizeName(resolution, true);
     if (suffix == u"hyphen")

@@ -243,6 +243,10 @@ void FileRenamerTest::mediaForms_data()
     QTest::newRow("duration-forms-half-rounds-up")
         << u"{duration} {duration_clock} {duration_minutes} {duration_seconds}"_s << none << Number(84.5)
         << u"1m25s 00.01.25 1.4m 85s"_s;
+    QTest::newRow("duration-minutes-tie-goes-even") << u"{duration_minutes}"_s << none << Number(75) << u"1.2m"_s;
+    QTest::newRow("size-kilobytes-tie-goes-even") << u"{size_kb}"_s << none << Number(1280) << u"1.2KB"_s;
+    QTest::newRow("duration-spellings-agree")
+        << u"{duration} {Duration} {DURATION}"_s << none << Number(84) << u"1m24s 1m24s 1m24s"_s;
     QTest::newRow("duration-hours") << u"{Duration} {duration_minutes}"_s << none << Number(3725)
                                     << u"1h02m05s 62.1m"_s;
     QTest::newRow("duration-seconds-only") << u"{duration}"_s << none << Number(45) << u"45s"_s;
@@ -252,6 +256,8 @@ void FileRenamerTest::mediaForms_data()
     QTest::newRow("duration-infinite-uses-text") << u"{duration}"_s << u"1:24"_s << Number(qInf()) << u"124"_s;
     QTest::newRow("resolution-forms") << u"{resolution} {resolution_hyphen} {resolution_height}"_s << u"1920x1080"_s
                                       << Number() << u"1920x1080 1920-1080 1080p"_s;
+    QTest::newRow("resolution-with-blanks-is-text")
+        << u"{resolution_height}"_s << u"1920 x 1080"_s << Number() << u"1920 x 1080"_s;
     QTest::newRow("resolution-unreadable-sanitised")
         << u"{resolution_hyphen}"_s << u"1920×1080"_s << Number() << u"19201080"_s;
     QTest::newRow("frame-rate-two-digits") << u"{frame_rate}"_s << u"23.976"_s << Number() << u"23.98fps"_s;
