@@ -43,7 +43,8 @@ Result<Entries> loadEntries(const QString &path)
     const QByteArray nativePath = QFile::encodeName(path);
     const int fd = ::open(nativePath.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
     if (fd < 0) {
-        if (errno == ENOENT) {
+        // ENOTDIR: a path component is a file, so no secrets file can be there.
+        if (errno == ENOENT || errno == ENOTDIR) {
             return Entries {};
         }
         return refused(systemError(QStringLiteral("Cannot open secrets file"), path));

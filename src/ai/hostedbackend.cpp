@@ -1,0 +1,99 @@
+#include "ai/hostedbackend.h"
+
+#include <array>
+
+namespace Nomly {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+struct FunctionEntry
+{
+    BackendFunction function;
+    QStringView path;
+    QByteArrayView method;
+    std::chrono::milliseconds timeout;
+    bool jsonBody;
+};
+
+constexpr std::array<FunctionEntry, 4> Functions { {
+    { BackendFunction::Config, u"/functions/v1/config", "GET", 10s, false },
+    { BackendFunction::SaveApiKey, u"/functions/v1/save-api-key", "POST", 30s, true },
+    { BackendFunction::Analyze, u"/functions/v1/analyze", "POST", 120s, true },
+    { BackendFunction::IWorkExport, u"/functions/v1/iwork-export", "POST", 30s, false },
+} };
+
+const FunctionEntry &entryFor(BackendFunction function)
+{
+    for (const FunctionEntry &entry : Functions) {
+        if (entry.function == function) {
+            return entry;
+        }
+    }
+    Q_UNREACHABLE();
+}
+
+} // namespace
+
+HostedBackend::HostedBackend(QString configuredBaseUrl, QString gatewayToken)
+    : m_configuredBaseUrl(std::move(configuredBaseUrl))
+    , m_gatewayToken(std::move(gatewayToken))
+{}
+
+QString HostedBackend::path(BackendFunction function)
+{
+    return entryFor(function).path.toString();
+}
+
+QByteArray HostedBackend::method(BackendFunction function)
+{
+    return entryFor(function).method.toByteArray();
+}
+
+std::chrono::milliseconds HostedBackend::timeout(BackendFunction function)
+{
+    return entryFor(function).timeout;
+}
+
+Result<QUrl> HostedBackend::baseUrl() const
+{
+    QString text = qEnvironmentVariable(BaseUrlVariable.toLocal8Bit().constData()).trimmed();
+    if (text.isEmpty()) {
+        text = m_configuredBaseUrl.trimmed();
+    }
+    if (text.isEmpty()) {
+        return Failure { QStringLiteral("No backend base URL is set") };
+    }
+    const QUrl url(text, QUrl::StrictMode);
+    const bool web = url.scheme() == u"http" || url.scheme() == u"https";
+    if (!url.isValid() || !web || url.host().isEmpty() || url.hasQuery() || url.hasFragment()) {
+        return Failure { QStringLiteral("The backend base URL is not an http(s) URL: ") + text };
+    }
+    return url;
+}
+
+Result<QNetworkRequest> HostedBackend::request(BackendFunction function) const
+{
+    const Result<QUrl> base = baseUrl();
+    if (!base) {
+        return base.failure();
+    }
+    const FunctionEntry &entry = entryFor(function);
+    QUrl url = base.value();
+    QString prefix = url.path();
+    while (prefix.endsWith(u'/')) {
+        prefix.chop(1);
+    }
+    url.setPath(prefix + entry.path);
+
+    QNetworkRequest request(url);
+    request.setTransferTimeout(static_cast<int>(entry.timeout.count()));
+    request.setRawHeader("Authorization", "Bearer " + m_gatewayToken.toUtf8());
+    if (entry.jsonBody) {
+        request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
+    }
+    return request;
+}
+
+} // namespace Nomly
