@@ -1,5 +1,7 @@
 #include "cli/cliprofile.h"
 
+#include "ai/keycustody.h"
+#include "ai/secretstores.h"
 #include "app/bundledpresetseeding.h"
 #include "app/migrationservice.h"
 #include "app/watchedfoldernormalization.h"
@@ -17,7 +19,15 @@ CliProfile::CliProfile(std::unique_ptr<Database> database)
     // As at the application's launch: nothing reads the settings before the
     // migrations of this version have run.
     m_settings = m_store.load();
-    MigrationService(m_store).run(m_settings);
+    // Keys that older versions kept in the settings move to the secret store.
+    const auto saveApiKey = [](AIProvider provider, const QString &key) -> Result<> {
+        SecretStores stores = SecretStores::forSession();
+        KeyCustody custody(*stores.primary, stores.legacy.get());
+        if (!QCoro::waitFor(custody.save(provider, key)))
+            return Failure { QStringLiteral("the secret store refused the key for %1").arg(rawValue(provider)) };
+        return {};
+    };
+    MigrationService(m_store, saveApiKey).run(m_settings);
     if (normalizeWatchedFolders(m_settings.watchedFolders)) {
         if (const auto saved = m_store.save(m_settings); !saved)
             qCCritical(lcConfig).noquote() << "Failed to save normalized watched folders:" << saved.error();

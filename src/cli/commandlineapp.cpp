@@ -11,6 +11,7 @@
 #include "cli/fieldscommand.h"
 #include "cli/folderscommand.h"
 #include "cli/historycommand.h"
+#include "cli/keyscommand.h"
 #include "cli/previewcommand.h"
 #include "cli/templatescommand.h"
 #include "cli/undocommand.h"
@@ -19,7 +20,7 @@ namespace Nomly {
 
 namespace {
 
-constexpr std::array<CliCommand, 8> Commands { {
+constexpr std::array<CliCommand, 9> Commands { {
     { u"fields", u"List the fields a naming pattern can use", &runFieldsCommand },
     { u"preview", u"Show the names files would get, without touching them", &runPreviewCommand },
     { u"apply", u"Rename files under a title you give, and record it", &runApplyCommand },
@@ -28,6 +29,7 @@ constexpr std::array<CliCommand, 8> Commands { {
     { u"config", u"Show and change the global settings", &runConfigCommand },
     { u"templates", u"List, create, delete and restore templates", &runTemplatesCommand },
     { u"folders", u"The folders Monitor watches and their templates", &runFoldersCommand },
+    { u"keys", u"Your own API keys for the AI providers", &runKeysCommand },
 } };
 
 QString usage()

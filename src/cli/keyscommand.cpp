@@ -1,0 +1,139 @@
+#include "cli/keyscommand.h"
+
+#include <QCommandLineParser>
+#include <QTextStream>
+#include <cstdio>
+
+#include <unistd.h>
+
+#include "ai/keycustody.h"
+#include "ai/secretstores.h"
+#include "cli/clioutput.h"
+#include "cli/cliprofile.h"
+#include "platform/logcategories.h"
+
+namespace Nomly {
+
+namespace {
+
+const QString Usage = QStringLiteral("usage: nomly keys list | set PROVIDER | remove PROVIDER");
+
+QString providerNames()
+{
+    QStringList names;
+    for (const auto &[provider, raw] : AIProviderRawValues)
+        names.append(QString::fromUtf16(raw));
+    return names.join(QStringLiteral(", "));
+}
+
+// Keys come on standard input only: a key on the command line would stay in
+// the shell's history and in the process list.
+QString readKey()
+{
+    if (::isatty(STDIN_FILENO))
+        CliOutput::error(QStringLiteral("paste the key and press Enter (it is not shown again):"));
+    QTextStream in(stdin);
+    return in.readLine().trimmed();
+}
+
+// The settings say which providers have a key, for screens that must not ask
+// the secret store each time they draw.
+Result<> recordHasKey(CliProfile &profile, AIProvider provider, bool has)
+{
+    Settings settings = profile.settings();
+    switch (provider) {
+    case AIProvider::Gemini:
+        settings.hasGeminiApiKey = has;
+        break;
+    case AIProvider::OpenAI:
+        settings.hasOpenaiApiKey = has;
+        break;
+    case AIProvider::Claude:
+        settings.hasClaudeApiKey = has;
+        break;
+    case AIProvider::Groq:
+        settings.hasGroqApiKey = has;
+        break;
+    }
+    return settings == profile.settings() ? Result<>() : profile.saveSettings(settings);
+}
+
+} // namespace
+
+ExitStatus runKeysCommand(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Your own API keys for the AI providers (%1), kept in the desktop's Secret Service, or where "
+                       "none runs in a file only you can read ($XDG_CONFIG_HOME/Nomly/secrets.json).\n\n"
+                       "  nomly keys list              which providers have a key (never the key)\n"
+                       "  nomly keys set PROVIDER      reads the key from standard input\n"
+                       "  nomly keys remove PROVIDER\n\n"
+                       "Example: printf '%%s' \"$KEY\" | nomly keys set openai")
+            .arg(providerNames()));
+    const QCommandLineOption helpOption = parser.addHelpOption();
+    parser.addPositionalArgument(QStringLiteral("ACTION"), QStringLiteral("list, set or remove."));
+
+    if (!parser.parse(arguments)) {
+        CliOutput::error(parser.errorText());
+        return ExitStatus::UsageError;
+    }
+    if (parser.isSet(helpOption)) {
+        CliOutput::line(parser.helpText());
+        return ExitStatus::Success;
+    }
+    const QStringList words = parser.positionalArguments();
+    const QString action = words.value(0);
+    const bool takesProvider = action == u"set" || action == u"remove";
+    if ((!takesProvider && action != u"list") || words.size() != (takesProvider ? 2 : 1)) {
+        CliOutput::error(Usage);
+        return ExitStatus::UsageError;
+    }
+    const auto provider = takesProvider ? aiProviderFromRaw(words.at(1).toLower()) : std::nullopt;
+    if (takesProvider && !provider) {
+        CliOutput::error(QStringLiteral("unknown provider '%1'; use one of: %2").arg(words.at(1), providerNames()));
+        return ExitStatus::UsageError;
+    }
+    QString key;
+    if (action == u"set") {
+        key = readKey();
+        if (key.isEmpty()) {
+            CliOutput::error(QStringLiteral("no key on standard input; nothing was saved"));
+            return ExitStatus::UsageError;
+        }
+    }
+
+    const auto profile = CliProfile::open();
+    if (!profile)
+        return ExitStatus::UsageError;
+    SecretStores stores = SecretStores::forSession();
+    KeyCustody custody(*stores.primary, stores.legacy.get());
+    if (stores.usesFileFallback)
+        CliOutput::error(QStringLiteral("no Secret Service answers on this session; keys are kept in a file only you "
+                                        "can read"));
+
+    if (action == u"list") {
+        for (const auto &[each, raw] : AIProviderRawValues) {
+            const bool has = QCoro::waitFor(custody.has(each));
+            CliOutput::line(QStringLiteral("%1  %2")
+                                .arg(QString::fromUtf16(raw), -8)
+                                .arg(has ? QStringLiteral("set") : QStringLiteral("not set")));
+        }
+        return ExitStatus::Success;
+    }
+    if (action == u"set") {
+        if (!QCoro::waitFor(custody.save(*provider, key))) {
+            CliOutput::error(QStringLiteral("the key for %1 could not be stored").arg(rawValue(*provider)));
+            return ExitStatus::ItemFailed;
+        }
+        (void)recordHasKey(*profile, *provider, true);
+        CliOutput::line(QStringLiteral("Stored the key for %1").arg(rawValue(*provider)));
+        return ExitStatus::Success;
+    }
+    QCoro::waitFor(custody.remove(*provider));
+    (void)recordHasKey(*profile, *provider, false);
+    CliOutput::line(QStringLiteral("Removed the key for %1").arg(rawValue(*provider)));
+    return ExitStatus::Success;
+}
+
+} // namespace Nomly
