@@ -27,11 +27,12 @@ private slots:
     void storedSettingsDriveNames();
     void folders_data();
     void folders();
+    void keysNeverShow();
 
 private:
-    CliRun nomly(const QStringList &arguments) const
+    CliRun nomly(const QStringList &arguments, const QByteArray &input = {}) const
     {
-        return runCli(QStringLiteral(NOMLY_BINARY), arguments, m_dir->path(), m_dir->filePath(u"files"_s));
+        return runCli(QStringLiteral(NOMLY_BINARY), arguments, m_dir->path(), m_dir->filePath(u"files"_s), input);
     }
 
     QStringList templateNames() const;
@@ -190,6 +191,32 @@ void ProfileCommandsTest::folders()
     QVERIFY(listed.contains(u"Clinic Records"_s));
     QCOMPARE(nomly({ u"folders"_s, u"remove"_s, path }).exitCode, 0);
     QVERIFY(nomly({ u"folders"_s, u"list"_s }).out.startsWith(u"No watched folders"_s));
+}
+
+// Wherever the key is kept, it never shows: not in the listing, the settings,
+// the database or any output. Without a Secret Service here it is the file
+// only its owner can read.
+void ProfileCommandsTest::keysNeverShow()
+{
+    const QByteArray key = "sk-test-123-never-shown";
+    const CliRun set = nomly({ u"keys"_s, u"set"_s, u"OpenAI"_s }, key + '\n');
+    QCOMPARE(set.exitCode, 0);
+    QCOMPARE(nomly({ u"keys"_s, u"set"_s, u"openai"_s }, "").exitCode, 2);
+    QCOMPARE(nomly({ u"keys"_s, u"set"_s, u"acme"_s }, key).exitCode, 2);
+
+    const CliRun listed = nomly({ u"keys"_s, u"list"_s });
+    QVERIFY(listed.out.contains(u"openai    set"_s));
+    QVERIFY(listed.out.contains(u"gemini    not set"_s));
+    const CliRun shown = nomly({ u"config"_s, u"show"_s, u"--json"_s });
+    QVERIFY(shown.out.contains(u"\"hasOpenaiApiKey\": true"_s));
+    for (const CliRun &run : { set, listed, shown })
+        QVERIFY(!QString(run.out + run.err).contains(QString::fromLatin1(key)));
+    QFile database(m_dir->filePath(u"data/Nomly/nomly.db"_s));
+    QVERIFY(database.open(QIODevice::ReadOnly));
+    QVERIFY(!database.readAll().contains(key));
+
+    QCOMPARE(nomly({ u"keys"_s, u"remove"_s, u"openai"_s }).exitCode, 0);
+    QVERIFY(nomly({ u"keys"_s, u"list"_s }).out.contains(u"openai    not set"_s));
 }
 
 QTEST_GUILESS_MAIN(ProfileCommandsTest)

@@ -7,7 +7,8 @@ namespace Nomly::Test {
 CliRun runCli(const QString &program,
               const QStringList &arguments,
               const QString &profileRoot,
-              const QString &workingDirectory)
+              const QString &workingDirectory,
+              const QByteArray &standardInput)
 {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -15,9 +16,15 @@ CliRun runCli(const QString &program,
     environment.insert(QStringLiteral("XDG_DATA_HOME"), profileRoot + QStringLiteral("/data"));
     environment.insert(QStringLiteral("XDG_CONFIG_HOME"), profileRoot + QStringLiteral("/config"));
     environment.insert(QStringLiteral("XDG_CACHE_HOME"), profileRoot + QStringLiteral("/cache"));
+    // No session bus, so a key a test stores can never land in the keyring
+    // of whoever runs the tests.
+    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+                       QStringLiteral("unix:path=") + profileRoot + QStringLiteral("/no-bus"));
     process.setProcessEnvironment(environment);
     process.setWorkingDirectory(workingDirectory);
     process.start(program, arguments);
+    process.write(standardInput);
+    process.closeWriteChannel();
     if (!process.waitForFinished(60000))
         return {};
     return { process.exitCode(),

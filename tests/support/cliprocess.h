@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
@@ -13,10 +14,12 @@ struct CliRun
 };
 
 // Runs a program with a profile of its own: HOME and the XDG data, config
-// and cache folders all inside `profileRoot`, never the real ones.
+// and cache folders all inside `profileRoot`, never the real ones, and no
+// session bus.
 CliRun runCli(const QString &program,
               const QStringList &arguments,
               const QString &profileRoot,
-              const QString &workingDirectory);
+              const QString &workingDirectory,
+              const QByteArray &standardInput = {});
 
 } // namespace Nomly::Test
