@@ -26,9 +26,9 @@ ExitStatus list(CliProfile &profile)
     const QList<Preset> presets = profile.presets();
     for (const QString &folder : folders) {
         QString templateName = QStringLiteral("(global settings)");
-        const auto presetId = configs ? configs.value().value(folder).presetId : std::nullopt;
+        const WatchedFolderConfig config = configs ? configs.value().value(folder) : WatchedFolderConfig();
         for (const Preset &preset : presets) {
-            if (presetId && preset.id == *presetId)
+            if (config.presetId == preset.id)
                 templateName = preset.name;
         }
         const bool present = QFileInfo(folder).isDir();
