@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -35,6 +36,38 @@ QString systemError(const QString &what, const QString &path)
 {
     return what + QStringLiteral(" ") + path + QStringLiteral(": ") + QString::fromLocal8Bit(std::strerror(errno));
 }
+
+// Holds an exclusive lock on a file beside the secrets for one
+// read-modify-write, so that the command line and the desktop program saving
+// at the same moment cannot drop each other's key. The mutex of the store
+// already keeps threads of one process apart.
+class CrossProcessLock final
+{
+public:
+    explicit CrossProcessLock(const QString &secretsPath)
+    {
+        QDir().mkpath(QFileInfo(secretsPath).absolutePath());
+        m_fd = ::open(QFile::encodeName(secretsPath + QStringLiteral(".lock")).constData(),
+                      O_RDWR | O_CREAT | O_CLOEXEC,
+                      OwnerOnly);
+        if (m_fd >= 0 && ::flock(m_fd, LOCK_EX) != 0) {
+            ::close(m_fd);
+            m_fd = -1;
+        }
+    }
+
+    ~CrossProcessLock()
+    {
+        if (m_fd >= 0)
+            ::close(m_fd); // releases the lock
+    }
+
+    CrossProcessLock(const CrossProcessLock &) = delete;
+    CrossProcessLock &operator=(const CrossProcessLock &) = delete;
+
+private:
+    int m_fd = -1;
+};
 
 // A missing file holds nothing. A file others may read is narrowed to the
 // owner before anything is taken from it.
@@ -147,6 +180,7 @@ QCoro::Task<Result<std::optional<QByteArray>>> FileSecretStore::read(QString ser
 QCoro::Task<Result<>> FileSecretStore::write(QString service, QString account, QByteArray value)
 {
     QMutexLocker locker(&m_mutex);
+    const CrossProcessLock processLock(m_filePath);
     Result<Entries> entries = loadEntries(m_filePath);
     if (!entries) {
         co_return entries.failure();
@@ -160,6 +194,7 @@ QCoro::Task<Result<>> FileSecretStore::write(QString service, QString account, Q
 QCoro::Task<Result<>> FileSecretStore::remove(QString service, QString account)
 {
     QMutexLocker locker(&m_mutex);
+    const CrossProcessLock processLock(m_filePath);
     Result<Entries> entries = loadEntries(m_filePath);
     if (!entries) {
         co_return entries.failure();

@@ -10,6 +10,8 @@
 
 #include <sys/stat.h>
 
+#include <QtConcurrent/QtConcurrentRun>
+
 #include "ai/filesecretstore.h"
 #include "ai/keychainsecretstore.h"
 #include "ai/keycustody.h"
@@ -91,6 +93,7 @@ private slots:
     void looseFileIsNarrowed();
     void legacyKeyMovesOnSave();
     void undecodableKeyCountsAsNone();
+    void twoWritersLoseNothing();
 
     void secretServiceRoundTrip();
     void secretServiceTakesOverFileKeys();
@@ -166,7 +169,10 @@ void KeyCustodyTest::fileKeepsOwnerOnlyMode()
             QCoro::waitFor(custody.remove(providerNamed(words.at(1))));
         }
         QCOMPARE(modeOf(m_secretsPath), mode_t(0600));
-        QCOMPARE(QDir(QFileInfo(m_secretsPath).path()).entryList(QDir::Files), QStringList { u"secrets.json"_s });
+        // No temporary copy is left behind; the lock file holds no secret.
+        QCOMPARE(QDir(QFileInfo(m_secretsPath).path()).entryList(QDir::Files),
+                 (QStringList { u"secrets.json"_s, u"secrets.json.lock"_s }));
+        QCOMPARE(QFileInfo(m_secretsPath + u".lock"_s).size(), 0);
     }
     ::umask(previousUmask);
 
@@ -257,6 +263,33 @@ void KeyCustodyTest::undecodableKeyCountsAsNone()
     KeyCustody custody(primary, &legacy);
     QCOMPARE(awaited(custody.load(AIProvider::Gemini)), std::nullopt);
     QVERIFY(s_logLines.contains(u"Keychain read decode error for gemini"_s));
+}
+
+// Two stores on one file stand for two processes: only the lock beside the
+// file keeps one's read-modify-write from dropping the other's entries.
+void KeyCustodyTest::twoWritersLoseNothing()
+{
+    const QString path = m_dir->filePath(u"shared/secrets.json"_s);
+    const auto writeMany = [path](const QString &prefix) {
+        FileSecretStore store(path);
+        for (int i = 0; i < 40; ++i) {
+            if (!awaited(store.write(u"svc"_s, prefix + QString::number(i), "v")).ok())
+                return false;
+        }
+        return true;
+    };
+    auto first = QtConcurrent::run(writeMany, u"a"_s);
+    auto second = QtConcurrent::run(writeMany, u"b"_s);
+    QVERIFY(first.result());
+    QVERIFY(second.result());
+
+    FileSecretStore reader(path);
+    int found = 0;
+    for (const QString &prefix : { u"a"_s, u"b"_s }) {
+        for (int i = 0; i < 40; ++i)
+            found += awaited(reader.read(u"svc"_s, prefix + QString::number(i))).value().has_value() ? 1 : 0;
+    }
+    QCOMPARE(found, 80);
 }
 
 void KeyCustodyTest::secretServiceRoundTrip()

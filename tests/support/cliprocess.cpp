@@ -4,13 +4,8 @@
 
 namespace Nomly::Test {
 
-CliRun runCli(const QString &program,
-              const QStringList &arguments,
-              const QString &profileRoot,
-              const QString &workingDirectory,
-              const QByteArray &standardInput)
+QProcessEnvironment cliEnvironment(const QString &profileRoot)
 {
-    QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("HOME"), profileRoot);
     environment.insert(QStringLiteral("XDG_DATA_HOME"), profileRoot + QStringLiteral("/data"));
@@ -20,7 +15,17 @@ CliRun runCli(const QString &program,
     // of whoever runs the tests.
     environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
                        QStringLiteral("unix:path=") + profileRoot + QStringLiteral("/no-bus"));
-    process.setProcessEnvironment(environment);
+    return environment;
+}
+
+CliRun runCli(const QString &program,
+              const QStringList &arguments,
+              const QString &profileRoot,
+              const QString &workingDirectory,
+              const QByteArray &standardInput)
+{
+    QProcess process;
+    process.setProcessEnvironment(cliEnvironment(profileRoot));
     process.setWorkingDirectory(workingDirectory);
     process.start(program, arguments);
     process.write(standardInput);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
 
@@ -12,6 +13,10 @@ struct CliRun
     QString out;
     QString err;
 };
+
+// The environment of a program with a profile of its own: HOME and the XDG
+// data, config and cache folders all inside `profileRoot`, and no session bus.
+QProcessEnvironment cliEnvironment(const QString &profileRoot);
 
 // Runs a program with a profile of its own: HOME and the XDG data, config
 // and cache folders all inside `profileRoot`, never the real ones, and no
