@@ -159,12 +159,14 @@ QString PatternRenderContext::nowFormatted(const QString &pattern) const
 QString PatternRenderContext::nowDate(QStringView suffix) const
 {
     const QString pattern = fixedDatePattern(suffix);
-    return sanitizeName(nowFormatted(pattern.isEmpty() ? m_datePattern : pattern), true);
+    // Raw: the whole name is sanitised once, so punctuation at the edge of the
+    // date ("2026.09.") survives when text follows it.
+    return nowFormatted(pattern.isEmpty() ? m_datePattern : pattern);
 }
 
 QString PatternRenderContext::nowTime(QStringView suffix) const
 {
-    return sanitizeName(nowFormatted(fixedTimePattern(suffix)), true);
+    return nowFormatted(fixedTimePattern(suffix));
 }
 
 QString PatternRenderContext::detectedRaw(const QString &normalizedName) const

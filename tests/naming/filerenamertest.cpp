@@ -60,6 +60,7 @@ class FileRenamerTest : public QObject
     Q_OBJECT
 
 private slots:
+    void dateIsSanitisedWithTheName();
     void initTestCase();
     void forms_data();
     void forms();
@@ -149,6 +150,13 @@ void FileRenamerTest::values_data()
     QTest::newRow("amount-falls-back-on-analysis") << u"{total_amount}"_s << QString() << u"120.00"_s;
     QTest::newRow("non-literal-number-split-into-words") << u"{subtotal}"_s << u"$42.99"_s << u"42 99"_s;
     QTest::newRow("missing-value-vanishes") << u"x {author}"_s << QString() << u"x"_s;
+}
+
+void FileRenamerTest::dateIsSanitisedWithTheName()
+{
+    PatternRenderInput input = inputFor(u"{date}_{title}"_s);
+    input.dateFormat = u"yyyy.MM."_s;
+    QCOMPARE(FileRenamer::applyPattern(input), u"2026.09._NASA Launch Plan"_s);
 }
 
 void FileRenamerTest::values()
