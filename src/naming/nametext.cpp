@@ -15,9 +15,16 @@ bool isMark(char32_t c)
         || category == QChar::Mark_Enclosing;
 }
 
+// Joiners and variation selectors belong to the character before them: a
+// Persian word keeps its zero-width non-joiner, an Indic conjunct its joiner.
+bool isClusterExtender(char32_t c)
+{
+    return c == 0x200C || c == 0x200D || (c >= 0xFE00 && c <= 0xFE0F);
+}
+
 bool isWordCharacter(char32_t c)
 {
-    return QChar::isLetterOrNumber(c) || isMark(c);
+    return QChar::isLetterOrNumber(c) || isMark(c) || isClusterExtender(c);
 }
 
 bool isWhitespace(char32_t c)
@@ -121,8 +128,8 @@ QString sanitizeName(QStringView text, bool keepSpaces)
         bool keep = false;
         if (c < 0x80 && ForbiddenCharacters.contains(QChar(static_cast<char16_t>(c))))
             keep = false;
-        else if (isMark(c))
-            keep = previousWasWord; // accents of a kept letter, not stray marks
+        else if (isMark(c) || isClusterExtender(c))
+            keep = previousWasWord; // accents and joiners of a kept letter, not stray ones
         else if (QChar::isLetterOrNumber(c))
             keep = true;
         else

@@ -57,6 +57,9 @@ void NameTextTest::sanitize_data()
     QTest::newRow("trailing-hyphen-stays") << u"-name-"_s << true << u"-name-"_s;
     QTest::newRow("lone-surrogate-removed") << (u"a"_s + QChar(0xd800) + u"b"_s) << true << u"ab"_s;
     QTest::newRow("stray-mark-removed") << u"\u0301abc"_s << true << u"abc"_s;
+    QTest::newRow("non-joiner-inside-word-kept") << u"می\u200Cخواهم"_s << true << u"می\u200Cخواهم"_s;
+    QTest::newRow("joiner-in-conjunct-kept") << u"\u0915\u094D\u200D\u0937"_s << true << u"\u0915\u094D\u200D\u0937"_s;
+    QTest::newRow("emoji-joiner-goes-with-emoji") << u"a \U0001F468\u200D\U0001F4BB b"_s << true << u"a b"_s;
 }
 
 void NameTextTest::sanitize()

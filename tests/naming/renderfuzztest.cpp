@@ -159,12 +159,19 @@ QString nameFault(const QString &name)
 {
     if (name.isEmpty())
         return u"empty"_s;
+    bool afterWord = false;
     for (const char32_t c : name.toUcs4()) {
         const auto category = QChar::category(c);
-        if (!QChar::isLetterOrNumber(c) && category != QChar::Mark_NonSpacing
-            && category != QChar::Mark_SpacingCombining && category != QChar::Mark_Enclosing
+        const bool mark = category == QChar::Mark_NonSpacing || category == QChar::Mark_SpacingCombining
+            || category == QChar::Mark_Enclosing;
+        // Joiners and variation selectors only ever follow a letter, number or mark.
+        const bool extender = c == 0x200C || c == 0x200D || (c >= 0xFE00 && c <= 0xFE0F);
+        if (extender && !afterWord)
+            return u"joiner or variation selector that follows no letter"_s;
+        if (!QChar::isLetterOrNumber(c) && !mark && !extender
             && !(c < 0x80 && QStringView(u"-_. ").contains(QChar(static_cast<char16_t>(c)))))
             return u"character outside letters, numbers, marks and -_. (or a lone surrogate)"_s;
+        afterWord = QChar::isLetterOrNumber(c) || mark || extender;
     }
     if (u" _."_s.contains(name.front()) || u" _."_s.contains(name.back()) || name.contains(u"__")
         || name.contains(u"  "))
