@@ -17,21 +17,35 @@ QString UserDefaults::defaultFilePath()
     return DataLocations::configDirectory() + QStringLiteral("/Nomly.conf");
 }
 
+bool UserDefaults::contains(const QString &key) const
+{
+    const QMutexLocker lock(&m_mutex);
+    return m_settings->contains(key);
+}
+
+QVariant UserDefaults::value(const QString &key, const QVariant &fallback) const
+{
+    const QMutexLocker lock(&m_mutex);
+    return m_settings->value(key, fallback);
+}
+
 bool UserDefaults::boolValue(const QString &key, bool fallback) const
 {
-    return m_settings->value(key, fallback).toBool();
+    return value(key, fallback).toBool();
 }
 
 // Written through at once: another process (the command line beside the
 // desktop program) reads the same file.
 void UserDefaults::setValue(const QString &key, const QVariant &value)
 {
+    const QMutexLocker lock(&m_mutex);
     m_settings->setValue(key, value);
     m_settings->sync();
 }
 
 void UserDefaults::remove(const QString &key)
 {
+    const QMutexLocker lock(&m_mutex);
     m_settings->remove(key);
     m_settings->sync();
 }

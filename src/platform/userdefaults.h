@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMutex>
 #include <QSettings>
 #include <QString>
 #include <QVariant>
@@ -10,7 +11,7 @@ namespace Nomly {
 // Small flags and mirrors that must be readable before the database opens:
 // onboarding and consent flags, one-shot migration flags, mirrored settings,
 // cached configuration. An INI file at $XDG_CONFIG_HOME/Nomly/Nomly.conf;
-// tests point it at a file of their own.
+// tests point it at a file of their own. Any thread may use it.
 class UserDefaults final
 {
 public:
@@ -23,15 +24,16 @@ public:
 
     QString filePath() const { return m_settings->fileName(); }
 
-    bool contains(const QString &key) const { return m_settings->contains(key); }
-
-    QVariant value(const QString &key, const QVariant &fallback = {}) const { return m_settings->value(key, fallback); }
+    bool contains(const QString &key) const;
+    QVariant value(const QString &key, const QVariant &fallback = {}) const;
 
     bool boolValue(const QString &key, bool fallback = false) const;
     void setValue(const QString &key, const QVariant &value);
     void remove(const QString &key);
 
 private:
+    // Saves run on the database's thread while the interface reads flags.
+    mutable QMutex m_mutex;
     std::unique_ptr<QSettings> m_settings;
 };
 
