@@ -1,0 +1,228 @@
+#pragma once
+
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QUuid>
+#include <functional>
+#include <optional>
+
+#include <qcoro/qcorotask.h>
+
+#include "ai/imageanalysis.h"
+#include "app/migrationservice.h"
+#include "app/settingsstore.h"
+#include "app/settingstab.h"
+#include "history/activityviewmodel.h"
+#include "history/processedfile.h"
+#include "settings/effectiveanalysissettings.h"
+#include "settings/preset.h"
+#include "settings/settings.h"
+#include "settings/watchedfolderconfig.h"
+#include "workflows/fileprocessingresult.h"
+#include "workflows/processanalyzedfileusecase.h"
+
+namespace Nomly {
+
+class BookmarkService;
+class Database;
+class NetworkService;
+class UndoIgnoreService;
+class UserDefaults;
+
+// The state the interface binds to: the global settings, the templates and
+// the folders' configurations, and the workflows built on them. Lives on the
+// main thread, and its values change only there, so a workflow that reads
+// them between two waits sees a whole record; the database is read and
+// written on its own thread while the main thread waits.
+class SettingsViewModel final : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(Nomly::Settings settings READ settings WRITE setSettings NOTIFY settingsChanged)
+    Q_PROPERTY(QList<Nomly::Preset> presets READ presets NOTIFY presetsChanged)
+    Q_PROPERTY(FolderConfigs folderConfigs READ folderConfigs NOTIFY folderConfigsChanged)
+    Q_PROPERTY(QUuid batchPresetId READ batchPresetId WRITE setBatchPresetId NOTIFY batchPresetIdChanged)
+    Q_PROPERTY(Nomly::SettingsTab selectedTab READ selectedTab WRITE setSelectedTab NOTIFY selectedTabChanged)
+    Q_PROPERTY(bool isOnboardingComplete READ isOnboardingComplete NOTIFY isOnboardingCompleteChanged)
+    Q_PROPERTY(bool aiDataConsentGranted READ aiDataConsentGranted NOTIFY aiDataConsentGrantedChanged)
+    Q_PROPERTY(bool showForbiddenFolderAlert READ showForbiddenFolderAlert WRITE setShowForbiddenFolderAlert NOTIFY
+                   showForbiddenFolderAlertChanged)
+    Q_PROPERTY(bool showUnsupportedFilesAlert READ showUnsupportedFilesAlert WRITE setShowUnsupportedFilesAlert NOTIFY
+                   showUnsupportedFilesAlertChanged)
+    Q_PROPERTY(QString unsupportedFilesAlertMessage READ unsupportedFilesAlertMessage NOTIFY
+                   unsupportedFilesAlertMessageChanged)
+    Q_PROPERTY(bool showAISetupProviderNudge READ showAISetupProviderNudge WRITE setShowAISetupProviderNudge NOTIFY
+                   showAISetupProviderNudgeChanged)
+    Q_PROPERTY(bool isOffline READ isOffline NOTIFY isOfflineChanged)
+
+public:
+    using FolderConfigs = QHash<QString, WatchedFolderConfig>;
+    // Whether the secret store holds a key for the provider; reading it never
+    // asks the user anything.
+    using HasApiKey = std::function<QCoro::Task<bool>(AIProvider provider)>;
+
+    static const QString HasLaunchedBeforeKey;
+    static const QString HasAgreedToAIDataProcessingKey;
+    static const QString HasTouchedAISetupProviderFeatureKey;
+
+    // Without `hasApiKey` the key flags stay as stored.
+    SettingsViewModel(Database &database,
+                      UserDefaults &userDefaults,
+                      UndoIgnoreService &undoIgnore,
+                      NetworkService &network,
+                      BookmarkService &bookmarks,
+                      HasApiKey hasApiKey = {},
+                      MigrationService::SaveApiKey saveApiKey = {},
+                      QObject *parent = nullptr);
+
+    // Brings the profile up to date and loads it: first launch mark, settings,
+    // migrations, folder normalisation, key flags, folder configurations, demo
+    // templates, templates, then follows connectivity. Call once.
+    QCoro::Task<> setUp();
+
+    // True when this launch is the profile's first.
+    bool isFirstLaunch() const { return m_isFirstLaunch; }
+
+    const Settings &settings() const { return m_settings; }
+
+    // In memory only; saveSettings() writes.
+    void setSettings(const Settings &settings);
+    // Writes the settings. On failure, logged, the value stays in memory and
+    // the next save tries again. Callers that changed what the Monitor reads
+    // ask for a watcher reconfiguration themselves.
+    QCoro::Task<bool> saveSettings();
+
+    const QList<Preset> &presets() const { return m_presets; }
+
+    const FolderConfigs &folderConfigs() const { return m_folderConfigs; }
+
+    // Null when AI Rename uses no template.
+    QUuid batchPresetId() const { return m_batchPresetId; }
+
+    void setBatchPresetId(const QUuid &id);
+
+    SettingsTab selectedTab() const { return m_selectedTab; }
+
+    void setSelectedTab(SettingsTab tab);
+
+    bool isOnboardingComplete() const { return m_isOnboardingComplete; }
+
+    bool aiDataConsentGranted() const { return m_aiDataConsentGranted; }
+
+    bool showForbiddenFolderAlert() const { return m_showForbiddenFolderAlert; }
+
+    void setShowForbiddenFolderAlert(bool show);
+
+    bool showUnsupportedFilesAlert() const { return m_showUnsupportedFilesAlert; }
+
+    void setShowUnsupportedFilesAlert(bool show);
+
+    QString unsupportedFilesAlertMessage() const { return m_unsupportedFilesAlertMessage; }
+
+    bool showAISetupProviderNudge() const { return m_showAISetupProviderNudge; }
+
+    void setShowAISetupProviderNudge(bool show);
+
+    bool isOffline() const { return m_isOffline; }
+
+    ActivityViewModel &activity() { return m_activity; }
+
+    // Effective settings: a file takes those of the watched folder holding
+    // it, a folder its template and own overrides over the global record,
+    // the batch its chosen template.
+    EffectiveAnalysisSettings effectiveAnalysisForFile(const QString &path) const;
+    EffectiveAnalysisSettings effectiveAnalysisForFolder(const QString &path) const;
+    EffectiveAnalysisSettings effectiveAnalysisForBatch() const;
+    EffectiveAnalysisSettings effectiveAnalysisGlobal() const;
+    // The innermost watched folder holding the path, resolved; the file's own
+    // name is kept even when it is a symbolic link.
+    std::optional<QString> watchedFolder(const QString &path) const;
+
+    // Renames a file the AI has analysed, with the settings its source calls
+    // for: a watched file its folder's, a batch its template's, the rest the
+    // global ones.
+    QCoro::Task<FileProcessingResult> processAnalyzedFile(QString path,
+                                                          ImageAnalysis analysis,
+                                                          std::optional<QString> contentHash,
+                                                          ProcessedFileSource source,
+                                                          QString aiProvider);
+
+    QCoro::Task<bool> createPreset(Preset preset);
+    QCoro::Task<bool> updatePreset(Preset preset);
+    // Folders that used the template go on with the global settings, and
+    // AI Rename with none.
+    QCoro::Task<bool> deletePreset(QUuid id);
+    // Adds the demo templates that are missing; how many were added.
+    QCoro::Task<int> restoreBundledPresets();
+
+    // A configuration with neither template nor overrides is deleted instead.
+    QCoro::Task<bool> saveFolderConfig(WatchedFolderConfig config);
+    QCoro::Task<bool> deleteFolderConfig(QString path);
+
+    // Both compare folders resolved, and save the settings.
+    QCoro::Task<bool> addWatchedFolder(QString path);
+    QCoro::Task<bool> removeWatchedFolder(QString path);
+
+    // A drop for AI Rename held nothing it can name.
+    void reportNoSupportedFiles();
+    static QString unsupportedFilesAlertTitle();
+
+Q_SIGNALS:
+    void settingsChanged();
+    void presetsChanged();
+    void folderConfigsChanged();
+    void batchPresetIdChanged();
+    void selectedTabChanged();
+    void isOnboardingCompleteChanged();
+    void aiDataConsentGrantedChanged();
+    void showForbiddenFolderAlertChanged();
+    void showUnsupportedFilesAlertChanged();
+    void unsupportedFilesAlertMessageChanged();
+    void showAISetupProviderNudgeChanged();
+    void isOfflineChanged();
+    // A short text for the user, such as "Demo templates are already present".
+    void noticeRequested(const QString &text);
+    // Hand-offs to the Monitor: the watched folders changed, or the network
+    // came or went.
+    void watcherReconfigurationRequested();
+    void connectivityChanged(bool isConnected);
+    // The activity log changed in a way the statistics count.
+    void statisticsAffected();
+
+private:
+    EffectiveAnalysisSettings settingsFor(const QString &path, ProcessedFileSource source) const;
+    const Preset *findPreset(const QUuid &id) const;
+    // Empty on success, otherwise the store's message.
+    QCoro::Task<QString> storeSettings(Settings settings);
+    QCoro::Task<> bringKeyFlagsInLine();
+    void startConnectivityObservation();
+    void setIsOffline(bool offline);
+    void publishSettings(const Settings &settings);
+
+    Database &m_database;
+    UserDefaults &m_userDefaults;
+    NetworkService &m_network;
+    BookmarkService &m_bookmarks;
+    HasApiKey m_hasApiKey;
+    MigrationService::SaveApiKey m_saveApiKey;
+    SettingsStore m_store;
+    ActivityViewModel m_activity;
+    ProcessAnalyzedFileUseCase m_processAnalyzedFile;
+
+    Settings m_settings;
+    QList<Preset> m_presets;
+    FolderConfigs m_folderConfigs;
+    QUuid m_batchPresetId;
+    SettingsTab m_selectedTab = SettingsTab::AIRename;
+    bool m_isFirstLaunch = false;
+    bool m_isOnboardingComplete = false;
+    bool m_aiDataConsentGranted = false;
+    bool m_showForbiddenFolderAlert = false;
+    bool m_showUnsupportedFilesAlert = false;
+    QString m_unsupportedFilesAlertMessage;
+    bool m_showAISetupProviderNudge = false;
+    bool m_isOffline = false;
+};
+
+} // namespace Nomly
