@@ -2,38 +2,33 @@
 
 #include "ai/keycustody.h"
 #include "ai/secretstores.h"
-#include "app/bundledpresetseeding.h"
-#include "app/migrationservice.h"
-#include "app/watchedfoldernormalization.h"
 #include "cli/clioutput.h"
 #include "platform/datalocations.h"
-#include "platform/logcategories.h"
 
 namespace Nomly {
 
+namespace {
+
+// Keys that older versions kept in the settings move to the secret store.
+// The store is only reached when there is such a key to move.
+Result<> saveApiKey(AIProvider provider, const QString &key)
+{
+    SecretStores stores = SecretStores::forSession();
+    KeyCustody custody(*stores.primary, stores.legacy.get());
+    if (!QCoro::waitFor(custody.save(provider, key)))
+        return Failure { QStringLiteral("the secret store refused the key for %1").arg(rawValue(provider)) };
+    return {};
+}
+
+} // namespace
+
+// The key flags are left as stored: asking the secret store at every command
+// could prompt to unlock a keyring; `nomly keys` keeps them in line.
 CliProfile::CliProfile(std::unique_ptr<Database> database)
     : m_database(std::move(database))
-    , m_store(*m_database, m_userDefaults)
-    , m_activity(*m_database, m_undoIgnore)
-{
-    // As at the application's launch: nothing reads the settings before the
-    // migrations of this version have run.
-    m_settings = m_store.load();
-    // Keys that older versions kept in the settings move to the secret store.
-    const auto saveApiKey = [](AIProvider provider, const QString &key) -> Result<> {
-        SecretStores stores = SecretStores::forSession();
-        KeyCustody custody(*stores.primary, stores.legacy.get());
-        if (!QCoro::waitFor(custody.save(provider, key)))
-            return Failure { QStringLiteral("the secret store refused the key for %1").arg(rawValue(provider)) };
-        return {};
-    };
-    MigrationService(m_store, saveApiKey).run(m_settings);
-    if (normalizeWatchedFolders(m_settings.watchedFolders)) {
-        if (const auto saved = m_store.save(m_settings); !saved)
-            qCCritical(lcConfig).noquote() << "Failed to save normalized watched folders:" << saved.error();
-    }
-    seedBundledPresetsOnce(*m_database, m_userDefaults);
-}
+    , m_bookmarks(m_userDefaults)
+    , m_state(*m_database, m_userDefaults, m_undoIgnore, m_network, m_bookmarks, {}, &saveApiKey)
+{}
 
 std::unique_ptr<CliProfile> CliProfile::open()
 {
@@ -43,28 +38,26 @@ std::unique_ptr<CliProfile> CliProfile::open()
         CliOutput::error(QStringLiteral("cannot open the database in '%1': %2").arg(directory, database.error()));
         return nullptr;
     }
-    return std::unique_ptr<CliProfile>(new CliProfile(std::move(database).value()));
+    std::unique_ptr<CliProfile> profile(new CliProfile(std::move(database).value()));
+    QCoro::waitFor(profile->m_state.setUp());
+    return profile;
 }
 
 Result<> CliProfile::saveSettings(const Settings &settings)
 {
-    auto saved = m_store.save(settings);
-    if (saved)
-        m_settings = settings;
-    return saved;
+    // The central state keeps a refused value in memory for the next try; a
+    // command ends here, so the refusal is its answer.
+    m_state.setSettings(settings);
+    if (!QCoro::waitFor(m_state.saveSettings()))
+        return Failure { QStringLiteral("the database refused the settings") };
+    return {};
 }
 
-QList<Preset> CliProfile::presets()
+std::optional<Preset> CliProfile::findPreset(const QString &nameOrId, QString *error) const
 {
-    return loadUpgradedPresets(*m_database);
-}
-
-std::optional<Preset> CliProfile::findPreset(const QString &nameOrId, QString *error)
-{
-    const QList<Preset> stored = presets();
     const QUuid id = QUuid::fromString(nameOrId.trimmed());
     QList<Preset> matches;
-    for (const Preset &preset : stored) {
+    for (const Preset &preset : presets()) {
         if ((!id.isNull() && preset.id == id) || preset.name.compare(nameOrId.trimmed(), Qt::CaseInsensitive) == 0)
             matches.append(preset);
     }

@@ -2,17 +2,19 @@
 
 #include <memory>
 
-#include "app/settingsstore.h"
-#include "history/activityviewmodel.h"
+#include "app/bookmarkservice.h"
+#include "app/networkservice.h"
+#include "app/settingsviewmodel.h"
 #include "history/database.h"
 #include "history/undoignoreservice.h"
 #include "platform/userdefaults.h"
 
 namespace Nomly {
 
-// The user's profile as one command sees it: the database in the data folder,
-// the user defaults, the settings after this version's migrations, and the
-// services over them that the application uses too.
+// The user's profile as one command sees it: the same central state the
+// desktop application builds at launch, over the database in the data folder
+// and the user defaults, set up the same way (migrations, demo templates,
+// folder normalisation) before the command reads anything.
 class CliProfile final
 {
 public:
@@ -23,29 +25,33 @@ public:
 
     UserDefaults &userDefaults() { return m_userDefaults; }
 
-    const Settings &settings() const { return m_settings; }
+    BookmarkService &bookmarks() { return m_bookmarks; }
 
-    Result<> saveSettings(const Settings &settings);
-
-    // The stored templates, oldest first, demo templates brought up to date.
-    QList<Preset> presets();
-    // A template by its name (any case) or id; none, with `error` set, when
-    // there is no such template or the name is not unique.
-    std::optional<Preset> findPreset(const QString &nameOrId, QString *error);
+    SettingsViewModel &state() { return m_state; }
 
     UndoIgnoreService &undoIgnore() { return m_undoIgnore; }
 
-    ActivityViewModel &activity() { return m_activity; }
+    ActivityViewModel &activity() { return m_state.activity(); }
+
+    const Settings &settings() const { return m_state.settings(); }
+
+    Result<> saveSettings(const Settings &settings);
+
+    const QList<Preset> &presets() const { return m_state.presets(); }
+
+    // A template by its name (any case) or id; none, with `error` set, when
+    // there is no such template or the name is not unique.
+    std::optional<Preset> findPreset(const QString &nameOrId, QString *error) const;
 
 private:
     explicit CliProfile(std::unique_ptr<Database> database);
 
     std::unique_ptr<Database> m_database;
     UserDefaults m_userDefaults;
-    SettingsStore m_store;
-    Settings m_settings;
     UndoIgnoreService m_undoIgnore;
-    ActivityViewModel m_activity;
+    NetworkService m_network;
+    BookmarkService m_bookmarks;
+    SettingsViewModel m_state;
 };
 
 } // namespace Nomly

@@ -3,7 +3,6 @@
 #include <QCommandLineParser>
 #include <QFileInfo>
 
-#include "app/bookmarkservice.h"
 #include "app/folderclassification.h"
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
@@ -22,11 +21,11 @@ ExitStatus list(CliProfile &profile)
         CliOutput::line(QStringLiteral("No watched folders; 'nomly folders add PATH' adds one"));
         return ExitStatus::Success;
     }
-    const auto configs = profile.database().loadFolderConfigs();
-    const QList<Preset> presets = profile.presets();
+    const auto &configs = profile.state().folderConfigs();
+    const QList<Preset> &presets = profile.presets();
     for (const QString &folder : folders) {
         QString templateName = QStringLiteral("(global settings)");
-        const WatchedFolderConfig config = configs ? configs.value().value(folder) : WatchedFolderConfig();
+        const WatchedFolderConfig config = configs.value(folder);
         for (const Preset &preset : presets) {
             if (config.presetId == preset.id)
                 templateName = preset.name;
@@ -60,26 +59,20 @@ ExitStatus add(CliProfile &profile, const QString &path, const QString &template
     }
 
     const QString resolved = canonicalPath(path);
-    Settings settings = profile.settings();
-    const bool known = std::any_of(settings.watchedFolders.cbegin(),
-                                   settings.watchedFolders.cend(),
+    const bool known = std::any_of(profile.settings().watchedFolders.cbegin(),
+                                   profile.settings().watchedFolders.cend(),
                                    [&](const QString &folder) { return canonicalPath(folder) == resolved; });
-    if (!known) {
-        settings.watchedFolders.append(resolved);
-        if (const auto saved = profile.saveSettings(settings); !saved) {
-            CliOutput::error(QStringLiteral("the folder could not be saved: %1").arg(saved.error()));
-            return ExitStatus::ItemFailed;
-        }
+    if (!QCoro::waitFor(profile.state().addWatchedFolder(resolved))) {
+        CliOutput::error(QStringLiteral("the folder could not be saved"));
+        return ExitStatus::ItemFailed;
     }
-    BookmarkService(profile.userDefaults()).saveBookmark(resolved);
+    profile.bookmarks().saveBookmark(resolved);
     if (preset) {
-        WatchedFolderConfig config;
-        if (const auto configs = profile.database().loadFolderConfigs(); configs)
-            config = configs.value().value(resolved);
+        WatchedFolderConfig config = profile.state().folderConfigs().value(resolved);
         config.path = resolved;
         config.presetId = preset->id;
-        if (const auto saved = profile.database().saveFolderConfig(config); !saved) {
-            CliOutput::error(QStringLiteral("the folder's template could not be saved: %1").arg(saved.error()));
+        if (!QCoro::waitFor(profile.state().saveFolderConfig(config))) {
+            CliOutput::error(QStringLiteral("the folder's template could not be saved"));
             return ExitStatus::ItemFailed;
         }
     }
@@ -93,20 +86,19 @@ ExitStatus add(CliProfile &profile, const QString &path, const QString &template
 ExitStatus remove(CliProfile &profile, const QString &path)
 {
     const QString resolved = canonicalPath(path);
-    Settings settings = profile.settings();
-    const qsizetype removed = settings.watchedFolders.removeIf(
-        [&](const QString &folder) { return folder == path || canonicalPath(folder) == resolved; });
-    if (removed == 0) {
+    const bool watched
+        = std::any_of(profile.settings().watchedFolders.cbegin(),
+                      profile.settings().watchedFolders.cend(),
+                      [&](const QString &folder) { return folder == path || canonicalPath(folder) == resolved; });
+    if (!watched) {
         CliOutput::error(QStringLiteral("'%1' is not a watched folder").arg(path));
         return ExitStatus::UsageError;
     }
-    if (const auto saved = profile.saveSettings(settings); !saved) {
-        CliOutput::error(QStringLiteral("the folder could not be removed: %1").arg(saved.error()));
+    // Its bookmark and its configuration go with it.
+    if (!QCoro::waitFor(profile.state().removeWatchedFolder(path))) {
+        CliOutput::error(QStringLiteral("the folder could not be removed"));
         return ExitStatus::ItemFailed;
     }
-    BookmarkService(profile.userDefaults()).removeBookmark(resolved);
-    if (const auto deleted = profile.database().deleteFolderConfig(resolved); !deleted)
-        CliOutput::error(QStringLiteral("the folder's configuration stays: %1").arg(deleted.error()));
     CliOutput::line(QStringLiteral("Removed %1").arg(resolved));
     return ExitStatus::Success;
 }

@@ -113,8 +113,8 @@ ExitStatus create(CliProfile &profile,
         }
         preset.color = *color;
     }
-    if (const auto saved = profile.database().savePreset(preset); !saved) {
-        CliOutput::error(QStringLiteral("the template could not be saved: %1").arg(saved.error()));
+    if (!QCoro::waitFor(profile.state().createPreset(preset))) {
+        CliOutput::error(QStringLiteral("the template could not be saved"));
         return ExitStatus::ItemFailed;
     }
     CliOutput::line(
@@ -130,8 +130,8 @@ ExitStatus remove(CliProfile &profile, const QString &nameOrId)
         CliOutput::error(error);
         return ExitStatus::UsageError;
     }
-    if (const auto deleted = profile.database().deletePreset(preset->id); !deleted) {
-        CliOutput::error(QStringLiteral("the template could not be deleted: %1").arg(deleted.error()));
+    if (!QCoro::waitFor(profile.state().deletePreset(preset->id))) {
+        CliOutput::error(QStringLiteral("the template could not be deleted"));
         return ExitStatus::ItemFailed;
     }
     CliOutput::line(
@@ -142,18 +142,20 @@ ExitStatus remove(CliProfile &profile, const QString &nameOrId)
 ExitStatus restore(CliProfile &profile)
 {
     const QList<Preset> missing = missingBundledPresets(profile.presets());
-    bool anyFailed = false;
-    for (const Preset &preset : missing) {
-        if (const auto saved = profile.database().savePreset(preset); !saved) {
-            CliOutput::error(QStringLiteral("%1: %2").arg(preset.name, saved.error()));
-            anyFailed = true;
-        } else {
-            CliOutput::line(QStringLiteral("Restored %1").arg(preset.name));
-        }
+    if (missing.isEmpty()) {
+        CliOutput::line(QStringLiteral("Demo templates are already present"));
+        return ExitStatus::Success;
     }
-    if (missing.isEmpty())
-        CliOutput::line(QStringLiteral("Every demo template is there"));
-    return anyFailed ? ExitStatus::ItemFailed : ExitStatus::Success;
+    const int restored = QCoro::waitFor(profile.state().restoreBundledPresets());
+    for (const Preset &preset : missing)
+        CliOutput::line(QStringLiteral("Restored %1").arg(preset.name));
+    if (restored < missing.size()) {
+        CliOutput::error(QStringLiteral("%1 of %2 demo templates could not be restored")
+                             .arg(missing.size() - restored)
+                             .arg(missing.size()));
+        return ExitStatus::ItemFailed;
+    }
+    return ExitStatus::Success;
 }
 
 } // namespace
