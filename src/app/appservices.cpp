@@ -1,0 +1,116 @@
+#include "app/appservices.h"
+
+#include <mutex>
+#include <optional>
+
+#include "ai/deviceservice.h"
+#include "ai/keycustody.h"
+#include "ai/secretstores.h"
+#include "app/bookmarkservice.h"
+#include "app/networkservice.h"
+#include "history/database.h"
+#include "history/undoignoreservice.h"
+#include "platform/datalocations.h"
+#include "platform/userdefaults.h"
+
+namespace Nomly {
+
+namespace {
+
+// Builds each service on first use, after the ones it needs. Looking for a
+// Secret Service costs a round trip on the session bus, so a launch that never
+// touches a secret never pays it.
+class ServiceHolder final
+{
+public:
+    ServiceHolder() = default;
+    ServiceHolder(const ServiceHolder &) = delete;
+    ServiceHolder &operator=(const ServiceHolder &) = delete;
+
+    // Built on first use, once, whichever thread asks first.
+    template<typename T, typename Make> T &lazily(std::unique_ptr<T> &slot, Make make)
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!slot)
+            slot = make();
+        return *slot;
+    }
+
+    UserDefaults &userDefaults()
+    {
+        return lazily(m_userDefaults, [&] { return std::make_unique<UserDefaults>(); });
+    }
+
+    NetworkService &network()
+    {
+        return lazily(m_network, [&] { return std::make_unique<NetworkService>(); });
+    }
+
+    BookmarkService &bookmarks()
+    {
+        return lazily(m_bookmarks, [&] { return std::make_unique<BookmarkService>(userDefaults()); });
+    }
+
+    UndoIgnoreService &undoIgnore()
+    {
+        return lazily(m_undoIgnore, [&] { return std::make_unique<UndoIgnoreService>(); });
+    }
+
+    DeviceService &device()
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!m_device) {
+            SecretStores &stores = secretStores();
+            m_device = std::make_unique<DeviceService>(userDefaults(), *stores.primary, stores.legacy.get());
+        }
+        return *m_device;
+    }
+
+    KeyCustody *keys()
+    {
+        const std::lock_guard lock(m_mutex);
+        if (!m_keys) {
+            SecretStores &stores = secretStores();
+            m_keys = std::make_unique<KeyCustody>(*stores.primary, stores.legacy.get());
+        }
+        return m_keys.get();
+    }
+
+private:
+    SecretStores &secretStores()
+    {
+        if (!m_secretStores)
+            m_secretStores = SecretStores::forSession();
+        return *m_secretStores;
+    }
+
+    // Recursive: a service takes the lock again to reach those it is built on.
+    std::recursive_mutex m_mutex;
+    // Declared before their users, so destroyed after them.
+    std::unique_ptr<UserDefaults> m_userDefaults;
+    std::optional<SecretStores> m_secretStores;
+    std::unique_ptr<NetworkService> m_network;
+    std::unique_ptr<BookmarkService> m_bookmarks;
+    std::unique_ptr<UndoIgnoreService> m_undoIgnore;
+    std::unique_ptr<DeviceService> m_device;
+    std::unique_ptr<KeyCustody> m_keys;
+};
+
+} // namespace
+
+AppServices defaultAppServices()
+{
+    auto holder = std::make_shared<ServiceHolder>();
+    AppServices services;
+    services.networkProvider = [holder]() -> NetworkService & { return holder->network(); };
+    services.bookmarksProvider = [holder]() -> BookmarkService & { return holder->bookmarks(); };
+    services.deviceProvider = [holder]() -> DeviceService & { return holder->device(); };
+    services.userDefaultsProvider = [holder]() -> UserDefaults & { return holder->userDefaults(); };
+    services.undoIgnoreProvider = [holder]() -> UndoIgnoreService & { return holder->undoIgnore(); };
+    services.keysProvider = [holder] { return holder->keys(); };
+    services.dataDirectoryProvider = [] { return DataLocations::dataDirectory(); };
+    services.databaseOpener = [](const QString &directory) { return Database::open(directory); };
+    return services;
+}
+
+} // namespace Nomly

@@ -1,0 +1,274 @@
+// The launch over a real profile in a temporary folder: the database file, the
+// defaults file, and the files that arrive while it comes up.
+
+#include <QDir>
+#include <QFile>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <memory>
+
+#include <qcoro/qcorotask.h>
+
+#include "app/applaunch.h"
+#include "app/appservices.h"
+#include "app/bookmarkservice.h"
+#include "app/networkservice.h"
+#include "app/settingsviewmodel.h"
+#include "history/database.h"
+#include "history/undoignoreservice.h"
+#include "platform/datalocations.h"
+#include "platform/userdefaults.h"
+
+using namespace Qt::StringLiterals;
+using namespace Nomly;
+
+namespace {
+
+// The services of one test's profile, kept for the whole test as the
+// application keeps its own. No secret store: the key flags stay as stored.
+struct ProfileServices
+{
+    explicit ProfileServices(const QString &root)
+        : dataDirectory(root + u"/data"_s)
+        , defaults(root + u"/Nomly.conf"_s)
+        , bookmarks(defaults)
+    {}
+
+    AppServices services()
+    {
+        AppServices services;
+        services.networkProvider = [this]() -> NetworkService & { return network; };
+        services.bookmarksProvider = [this]() -> BookmarkService & { return bookmarks; };
+        services.userDefaultsProvider = [this]() -> UserDefaults & { return defaults; };
+        services.undoIgnoreProvider = [this]() -> UndoIgnoreService & { return undoIgnore; };
+        services.dataDirectoryProvider = [this] { return dataDirectory; };
+        services.databaseOpener = [](const QString &directory) { return Database::open(directory); };
+        return services;
+    }
+
+    QString dataDirectory;
+    UserDefaults defaults;
+    UndoIgnoreService undoIgnore;
+    NetworkService network;
+    BookmarkService bookmarks;
+};
+
+// "open:a,b" is openFiles({a, b}), "rename:c" quickRename({c}); a handler
+// records its call in the same form.
+void send(AppLauncher &launcher, const QStringList &events)
+{
+    for (const QString &event : events) {
+        const QString kind = event.section(u':', 0, 0);
+        const QStringList paths = event.section(u':', 1).split(u',');
+        if (kind == u"open"_s)
+            launcher.openFiles(paths);
+        else
+            launcher.quickRename(paths);
+    }
+}
+
+void record(AppLauncher &launcher, QStringList &calls)
+{
+    launcher.openFilesHandler = [&calls](const QStringList &paths) { calls.append(u"open:"_s + paths.join(u',')); };
+    launcher.quickRenameHandler = [&calls](const QStringList &paths) { calls.append(u"rename:"_s + paths.join(u',')); };
+}
+
+bool started(AppLauncher &launcher)
+{
+    auto starting = launcher.start();
+    return QCoro::waitFor(std::move(starting));
+}
+
+} // namespace
+
+class AppLaunchTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void filesHandedOver_data();
+    void filesHandedOver();
+    void corruptDatabaseFails();
+    void freshProfileSeedsTemplates();
+    void deletedTemplateStaysDeleted();
+    void secondStartDoesNothing();
+    void defaultServicesBuiltOnce();
+
+private:
+    QTemporaryDir m_xdg;
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<ProfileServices> m_profile;
+};
+
+void AppLaunchTest::initTestCase()
+{
+    QStandardPaths::setTestModeEnabled(true);
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_xdg.filePath(u"config"_s)));
+    qputenv("XDG_DATA_HOME", QFile::encodeName(m_xdg.filePath(u"data"_s)));
+}
+
+void AppLaunchTest::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_dir->isValid());
+    m_profile = std::make_unique<ProfileServices>(m_dir->path());
+}
+
+void AppLaunchTest::cleanup()
+{
+    m_profile.reset();
+    m_dir.reset();
+}
+
+void AppLaunchTest::filesHandedOver_data()
+{
+    QTest::addColumn<QStringList>("beforeSetup");
+    QTest::addColumn<QStringList>("duringSetup");
+    QTest::addColumn<QStringList>("afterSetup");
+    QTest::addColumn<QStringList>("calls");
+
+    QTest::newRow("nothing-arrives-nothing-called") << QStringList() << QStringList() << QStringList() << QStringList();
+    QTest::newRow("opened-before-setup-once")
+        << QStringList { u"open:/a"_s } << QStringList() << QStringList() << QStringList { u"open:/a"_s };
+    QTest::newRow("quick-rename-before-setup-once")
+        << QStringList { u"rename:/a,/b"_s } << QStringList() << QStringList() << QStringList { u"rename:/a,/b"_s };
+    QTest::newRow("opened-during-setup-once")
+        << QStringList() << QStringList { u"open:/a"_s } << QStringList() << QStringList { u"open:/a"_s };
+    QTest::newRow("arrival-order-kept-across-stages") << QStringList { u"open:/a"_s, u"rename:/r1"_s, u"open:/b,/c"_s }
+                                                      << QStringList { u"rename:/r2"_s, u"open:/d"_s } << QStringList()
+                                                      << QStringList { u"open:/a,/b,/c,/d"_s, u"rename:/r1,/r2"_s };
+    QTest::newRow("same-file-twice-kept-twice") << QStringList { u"open:/a"_s, u"open:/a"_s } << QStringList()
+                                                << QStringList() << QStringList { u"open:/a,/a"_s };
+    QTest::newRow("after-setup-straight-through")
+        << QStringList() << QStringList() << QStringList { u"rename:/r"_s, u"open:/a"_s, u"open:/b"_s }
+        << QStringList { u"rename:/r"_s, u"open:/a"_s, u"open:/b"_s };
+    QTest::newRow("buffered-first-then-later-arrivals")
+        << QStringList { u"rename:/r1"_s } << QStringList { u"open:/a"_s } << QStringList { u"open:/b"_s }
+        << QStringList { u"open:/a"_s, u"rename:/r1"_s, u"open:/b"_s };
+}
+
+void AppLaunchTest::filesHandedOver()
+{
+    QFETCH(QStringList, beforeSetup);
+    QFETCH(QStringList, duringSetup);
+    QFETCH(QStringList, afterSetup);
+    QFETCH(QStringList, calls);
+
+    QStringList recorded;
+    AppLauncher launcher(m_profile->services());
+    record(launcher, recorded);
+
+    send(launcher, beforeSetup);
+    QCOMPARE(launcher.stage(), AppLauncher::Stage::BeforeSetup);
+    // Setup runs until it waits for the database, then these arrive.
+    auto starting = launcher.start();
+    QCOMPARE(launcher.stage(), AppLauncher::Stage::SettingUp);
+    QVERIFY(!launcher.viewModel());
+    send(launcher, duringSetup);
+    QVERIFY(recorded.isEmpty());
+    QVERIFY(QCoro::waitFor(std::move(starting)));
+    QCOMPARE(launcher.stage(), AppLauncher::Stage::Running);
+    send(launcher, afterSetup);
+    // A second start hands nothing over again.
+    QVERIFY(started(launcher));
+
+    QCOMPARE(recorded, calls);
+}
+
+void AppLaunchTest::corruptDatabaseFails()
+{
+    QVERIFY(QDir().mkpath(m_profile->dataDirectory));
+    QFile garbage(m_profile->dataDirectory + u"/nomly.db"_s);
+    QVERIFY(garbage.open(QIODevice::WriteOnly));
+    QCOMPARE(garbage.write(QByteArray(4096, 'x')), 4096);
+    garbage.close();
+
+    QStringList recorded;
+    AppLauncher launcher(m_profile->services());
+    record(launcher, recorded);
+    launcher.openFiles({ u"/early"_s });
+
+    QTest::ignoreMessage(QtCriticalMsg, QRegularExpression(u"^Error initializing app: .+"_s));
+    QVERIFY(!started(launcher));
+
+    QCOMPARE(launcher.stage(), AppLauncher::Stage::Failed);
+    QVERIFY(!launcher.failureDescription().isEmpty());
+    QVERIFY(!launcher.viewModel());
+    QVERIFY(!launcher.database());
+    // Nothing of the profile was touched.
+    QVERIFY(!m_profile->defaults.contains(SettingsViewModel::HasLaunchedBeforeKey));
+    // Files neither buffered for later nor passed to a face with no state.
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Setup failed; dropped"_s));
+    launcher.quickRename({ u"/late"_s });
+    QVERIFY(recorded.isEmpty());
+    QVERIFY(!started(launcher));
+    QCOMPARE(launcher.stage(), AppLauncher::Stage::Failed);
+}
+
+void AppLaunchTest::freshProfileSeedsTemplates()
+{
+    AppLauncher launcher(m_profile->services());
+    QVERIFY(started(launcher));
+
+    QVERIFY(launcher.viewModel());
+    QVERIFY(launcher.database());
+    QVERIFY(launcher.failureDescription().isEmpty());
+    QVERIFY(launcher.viewModel()->isFirstLaunch());
+    QCOMPARE(launcher.viewModel()->presets().size(), 11);
+    QVERIFY(QFile::exists(m_profile->dataDirectory + u"/nomly.db"_s));
+    QCOMPARE(launcher.database()->loadPresets().value().size(), 11);
+}
+
+void AppLaunchTest::deletedTemplateStaysDeleted()
+{
+    QUuid deleted;
+    {
+        AppLauncher launcher(m_profile->services());
+        QVERIFY(started(launcher));
+        deleted = launcher.viewModel()->presets().first().id;
+        auto deleting = launcher.viewModel()->deletePreset(deleted);
+        QVERIFY(QCoro::waitFor(std::move(deleting)));
+    }
+
+    AppLauncher relaunched(m_profile->services());
+    QVERIFY(started(relaunched));
+    QVERIFY(!relaunched.viewModel()->isFirstLaunch());
+    const QList<Preset> presets = relaunched.viewModel()->presets();
+    QCOMPARE(presets.size(), 10);
+    for (const Preset &preset : presets)
+        QVERIFY(preset.id != deleted);
+}
+
+void AppLaunchTest::secondStartDoesNothing()
+{
+    AppLauncher launcher(m_profile->services());
+    QVERIFY(started(launcher));
+    SettingsViewModel *first = launcher.viewModel();
+    Database *database = launcher.database();
+
+    QVERIFY(started(launcher));
+    QCOMPARE(launcher.viewModel(), first);
+    QCOMPARE(launcher.database(), database);
+}
+
+void AppLaunchTest::defaultServicesBuiltOnce()
+{
+    const AppServices services = defaultAppServices();
+    const AppServices copy = services;
+    QCOMPARE(&copy.networkProvider(), &services.networkProvider());
+    QCOMPARE(&copy.bookmarksProvider(), &services.bookmarksProvider());
+    QCOMPARE(&copy.undoIgnoreProvider(), &services.undoIgnoreProvider());
+    QCOMPARE(&copy.userDefaultsProvider(), &services.userDefaultsProvider());
+    // The user's own files, which test mode keeps apart from the real ones.
+    QCOMPARE(services.userDefaultsProvider().filePath(), UserDefaults::defaultFilePath());
+    QCOMPARE(services.dataDirectoryProvider(), DataLocations::dataDirectory());
+}
+
+QTEST_GUILESS_MAIN(AppLaunchTest)
+
+#include "applaunchtest.moc"
