@@ -1,0 +1,64 @@
+#include "gui/alertbox.h"
+
+#include <QAbstractButton>
+#include <QHash>
+#include <QMessageBox>
+#include <QPointer>
+#include <QPushButton>
+
+#include <qcoro/qcorosignal.h>
+
+namespace Nomly {
+
+namespace {
+
+const QString CancelText = QStringLiteral("Cancel");
+const QString OkText = QStringLiteral("OK");
+
+QMessageBox::ButtonRole roleFor(const QString &text)
+{
+    if (text == CancelText)
+        return QMessageBox::RejectRole;
+    if (text == QStringLiteral("Undo All"))
+        return QMessageBox::AcceptRole;
+    return QMessageBox::DestructiveRole;
+}
+
+} // namespace
+
+QCoro::Task<QString> showAlert(QWidget *parent, UndoAlertState state)
+{
+    // Deleted only once the answer is read: deleting on close would drop the
+    // queued wake-up of this coroutine together with the box.
+    QPointer<QMessageBox> box = new QMessageBox(parent);
+    box->setWindowTitle(state.title());
+    box->setText(state.title());
+    box->setInformativeText(state.message());
+    box->setIcon(state.buttons().isEmpty() ? QMessageBox::Information : QMessageBox::Warning);
+
+    // The texts are kept apart from the buttons, which a platform theme may
+    // decorate with accelerators.
+    QHash<QAbstractButton *, QString> texts;
+    QStringList buttons = state.buttons();
+    if (buttons.isEmpty())
+        texts.insert(box->addButton(OkText, QMessageBox::AcceptRole), QString());
+    if (buttons.size() == 1)
+        buttons.append(CancelText);
+    for (const QString &text : std::as_const(buttons)) {
+        QPushButton *button = box->addButton(text, roleFor(text));
+        texts.insert(button, text == CancelText ? QString() : text);
+        if (text == CancelText)
+            box->setEscapeButton(button);
+    }
+
+    box->open();
+    auto finished = qCoro(box.data(), &QMessageBox::finished);
+    co_await finished;
+    if (!box)
+        co_return QString();
+    const QString answer = texts.value(box->clickedButton());
+    box->deleteLater();
+    co_return answer;
+}
+
+} // namespace Nomly

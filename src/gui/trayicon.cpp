@@ -1,0 +1,43 @@
+#include "gui/trayicon.h"
+
+#include <QApplication>
+#include <QIcon>
+#include <QMenu>
+#include <QStyle>
+#include <QSystemTrayIcon>
+
+namespace Nomly {
+
+TrayIcon::TrayIcon(QObject *parent)
+    : QObject(parent)
+    // A menu has no parent object; it is deleted with the icon.
+    , m_menu(new QMenu)
+    , m_icon(new QSystemTrayIcon(this))
+{
+    m_menu->addAction(QStringLiteral("Open Nomly"), this, &TrayIcon::openRequested);
+    m_menu->addSeparator();
+    m_menu->addAction(QStringLiteral("Quit Nomly"), this, &TrayIcon::quitRequested);
+
+    const QIcon themed = QIcon::fromTheme(QStringLiteral("nomly"));
+    m_icon->setIcon(themed.isNull() ? QApplication::style()->standardIcon(QStyle::SP_FileDialogContentsView) : themed);
+    m_icon->setToolTip(QStringLiteral("Nomly"));
+    m_icon->setContextMenu(m_menu);
+    connect(m_icon, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
+            emit openRequested();
+    });
+}
+
+TrayIcon::~TrayIcon()
+{
+    // The icon goes first, so that it never holds a deleted menu.
+    delete m_icon;
+    delete m_menu;
+}
+
+void TrayIcon::show()
+{
+    m_icon->show();
+}
+
+} // namespace Nomly
