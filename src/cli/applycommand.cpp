@@ -6,6 +6,7 @@
 #include "cli/analysisoptions.h"
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
+#include "cli/commandparsing.h"
 #include "cli/templateoptions.h"
 #include "workflows/processanalyzedfileusecase.h"
 
@@ -73,14 +74,8 @@ ExitStatus runApplyCommand(const QStringList &arguments)
     parser.addOptions({ descriptionOption, tagsOption, writeTagsOption, writeCommentOption });
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Files to rename."), QStringLiteral("FILE..."));
 
-    if (!parser.parse(arguments)) {
-        CliOutput::error(parser.errorText());
-        return ExitStatus::UsageError;
-    }
-    if (parser.isSet(helpOption)) {
-        CliOutput::line(parser.helpText());
-        return ExitStatus::Success;
-    }
+    if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
+        return *answered;
     QString error;
     const auto preset = templateOptions.read(parser, &error);
     const auto given = preset ? analysisOptions.read(parser, &error) : std::nullopt;
@@ -97,13 +92,12 @@ ExitStatus runApplyCommand(const QStringList &arguments)
     const auto profile = CliProfile::open();
     if (!profile)
         return ExitStatus::UsageError;
-    const auto chosen = templateOptions.withStoredTemplate(parser, *profile, *preset, &error);
-    if (!chosen) {
+    auto resolved = templateOptions.effectiveSettings(parser, *profile, *preset, &error);
+    if (!resolved) {
         CliOutput::error(error);
         return ExitStatus::UsageError;
     }
-
-    EffectiveAnalysisSettings settings = TemplateOptions::resolve(profile->settings(), *chosen);
+    EffectiveAnalysisSettings settings = std::move(*resolved);
     // The flags turn writing on for this call; the settings may have it on already.
     settings.addFinderTags = settings.addFinderTags || parser.isSet(writeTagsOption);
     settings.addSpotlightMetadata = settings.addSpotlightMetadata || parser.isSet(writeCommentOption);

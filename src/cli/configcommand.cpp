@@ -6,6 +6,7 @@
 
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
+#include "cli/commandparsing.h"
 #include "settings/settingsjson.h"
 
 namespace Nomly {
@@ -108,14 +109,8 @@ ExitStatus runConfigCommand(const QStringList &arguments)
     parser.addPositionalArgument(
         QStringLiteral("ACTION"), QStringLiteral("show, get or set."), QStringLiteral("ACTION"));
 
-    if (!parser.parse(arguments)) {
-        CliOutput::error(parser.errorText());
-        return ExitStatus::UsageError;
-    }
-    if (parser.isSet(helpOption)) {
-        CliOutput::line(parser.helpText());
-        return ExitStatus::Success;
-    }
+    if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
+        return *answered;
     const QStringList words = parser.positionalArguments();
     const QString action = words.value(0);
     const qsizetype expected = action == u"show" ? 1 : action == u"get" ? 2 : action == u"set" ? 3 : -1;

@@ -5,6 +5,7 @@
 #include <QJsonObject>
 
 #include "cli/clioutput.h"
+#include "cli/commandparsing.h"
 #include "naming/fieldcatalogue.h"
 
 namespace Nomly {
@@ -21,14 +22,8 @@ ExitStatus runFieldsCommand(const QStringList &arguments)
                                         QStringLiteral("Print the fields as JSON, with group, "
                                                        "description and aliases."));
     parser.addOption(jsonOption);
-    if (!parser.parse(arguments)) {
-        CliOutput::error(parser.errorText());
-        return ExitStatus::UsageError;
-    }
-    if (parser.isSet(helpOption)) {
-        CliOutput::line(parser.helpText());
-        return ExitStatus::Success;
-    }
+    if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
+        return *answered;
     if (!parser.positionalArguments().isEmpty()) {
         CliOutput::error(QStringLiteral("fields takes no arguments"));
         return ExitStatus::UsageError;

@@ -6,6 +6,7 @@
 #include "app/folderclassification.h"
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
+#include "cli/commandparsing.h"
 #include "platform/canonicalpath.h"
 
 namespace Nomly {
@@ -122,14 +123,8 @@ ExitStatus runFoldersCommand(const QStringList &arguments)
     parser.addOption(templateOption);
     parser.addPositionalArgument(QStringLiteral("ACTION"), QStringLiteral("list, add or remove."));
 
-    if (!parser.parse(arguments)) {
-        CliOutput::error(parser.errorText());
-        return ExitStatus::UsageError;
-    }
-    if (parser.isSet(helpOption)) {
-        CliOutput::line(parser.helpText());
-        return ExitStatus::Success;
-    }
+    if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
+        return *answered;
     const QStringList words = parser.positionalArguments();
     const QString action = words.value(0);
     const bool takesPath = action == u"add" || action == u"remove";

@@ -6,6 +6,7 @@
 
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
+#include "cli/commandparsing.h"
 #include "cli/recordids.h"
 #include "history/processedfilejson.h"
 
@@ -88,14 +89,8 @@ ExitStatus runHistoryCommand(const QStringList &arguments)
     parser.addPositionalArgument(
         QStringLiteral("ID"), QStringLiteral("Record ids, with --remove."), QStringLiteral("[ID...]"));
 
-    if (!parser.parse(arguments)) {
-        CliOutput::error(parser.errorText());
-        return ExitStatus::UsageError;
-    }
-    if (parser.isSet(helpOption)) {
-        CliOutput::line(parser.helpText());
-        return ExitStatus::Success;
-    }
+    if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
+        return *answered;
     const bool removing = parser.isSet(removeOption);
     const bool clearing = parser.isSet(clearOption);
     if ((removing && clearing) || ((removing || clearing) && (parser.isSet(jsonOption) || parser.isSet(limitOption)))) {

@@ -10,6 +10,7 @@
 #include "ai/secretstores.h"
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
+#include "cli/commandparsing.h"
 #include "platform/logcategories.h"
 
 namespace Nomly {
@@ -74,14 +75,8 @@ ExitStatus runKeysCommand(const QStringList &arguments)
     const QCommandLineOption helpOption = parser.addHelpOption();
     parser.addPositionalArgument(QStringLiteral("ACTION"), QStringLiteral("list, set or remove."));
 
-    if (!parser.parse(arguments)) {
-        CliOutput::error(parser.errorText());
-        return ExitStatus::UsageError;
-    }
-    if (parser.isSet(helpOption)) {
-        CliOutput::line(parser.helpText());
-        return ExitStatus::Success;
-    }
+    if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
+        return *answered;
     const QStringList words = parser.positionalArguments();
     const QString action = words.value(0);
     const bool takesProvider = action == u"set" || action == u"remove";

@@ -8,6 +8,7 @@
 #include "cli/analysisoptions.h"
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
+#include "cli/commandparsing.h"
 #include "cli/templateoptions.h"
 #include "naming/filerenamer.h"
 #include "settings/patternrendersettings.h"
@@ -32,14 +33,8 @@ ExitStatus runPreviewCommand(const QStringList &arguments)
     parser.addPositionalArgument(
         QStringLiteral("FILE"), QStringLiteral("Files to preview."), QStringLiteral("FILE..."));
 
-    if (!parser.parse(arguments)) {
-        CliOutput::error(parser.errorText());
-        return ExitStatus::UsageError;
-    }
-    if (parser.isSet(helpOption)) {
-        CliOutput::line(parser.helpText());
-        return ExitStatus::Success;
-    }
+    if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
+        return *answered;
 
     QString error;
     const auto preset = templateOptions.read(parser, &error);
@@ -65,12 +60,12 @@ ExitStatus runPreviewCommand(const QStringList &arguments)
     const auto profile = CliProfile::open();
     if (!profile)
         return ExitStatus::UsageError;
-    const auto chosen = templateOptions.withStoredTemplate(parser, *profile, *preset, &error);
-    if (!chosen) {
+    auto resolved = templateOptions.effectiveSettings(parser, *profile, *preset, &error);
+    if (!resolved) {
         CliOutput::error(error);
         return ExitStatus::UsageError;
     }
-    const EffectiveAnalysisSettings effective = TemplateOptions::resolve(profile->settings(), *chosen);
+    const EffectiveAnalysisSettings effective = std::move(*resolved);
     PatternRenderInput input = patternRenderInput(effective);
     input.title = analysis->title;
     input.type = analysis->type;

@@ -122,6 +122,17 @@ std::optional<AnalysisSettings> TemplateOptions::withStoredTemplate(const QComma
     return overlaid(stored->settings, given);
 }
 
+std::optional<EffectiveAnalysisSettings> TemplateOptions::effectiveSettings(const QCommandLineParser &parser,
+                                                                            CliProfile &profile,
+                                                                            const AnalysisSettings &given,
+                                                                            QString *error) const
+{
+    const auto chosen = withStoredTemplate(parser, profile, given, error);
+    if (!chosen)
+        return std::nullopt;
+    return resolve(profile.settings(), *chosen);
+}
+
 AnalysisSettings TemplateOptions::overlaid(AnalysisSettings base, const AnalysisSettings &given)
 {
     const auto over = [](auto &target, const auto &value) {

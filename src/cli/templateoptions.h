@@ -38,6 +38,18 @@ public:
     // editor does when each gap is changed.
     static EffectiveAnalysisSettings resolve(const Settings &global, const AnalysisSettings &preset);
 
+    // The settings files get in this call: the stored settings, under the
+    // stored template that --template names, under `given`. None, with
+    // `error` set, when the named template does not exist.
+    std::optional<EffectiveAnalysisSettings> effectiveSettings(const QCommandLineParser &parser,
+                                                               CliProfile &profile,
+                                                               const AnalysisSettings &given,
+                                                               QString *error) const;
+
+    // `base` with every field the command line gave put over it.
+    static AnalysisSettings overlaid(AnalysisSettings base, const AnalysisSettings &given);
+
+private:
     // The template the call renames with: `given` over the stored template
     // that --template names, or `given` alone without one. None, with
     // `error` set, when the named template does not exist.
@@ -46,10 +58,6 @@ public:
                                                        const AnalysisSettings &given,
                                                        QString *error) const;
 
-    // `base` with every field the command line gave put over it.
-    static AnalysisSettings overlaid(AnalysisSettings base, const AnalysisSettings &given);
-
-private:
     QCommandLineOption m_template;
     QCommandLineOption m_pattern;
     QCommandLineOption m_style;

@@ -6,6 +6,7 @@
 
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
+#include "cli/commandparsing.h"
 #include "cli/templateoptions.h"
 #include "settings/analysissettingsjson.h"
 #include "settings/bundledpresets.h"
@@ -187,14 +188,8 @@ ExitStatus runTemplatesCommand(const QStringList &arguments)
     parser.addOptions({ jsonOption, descriptionOption, iconOption, colorOption });
     parser.addPositionalArgument(QStringLiteral("ACTION"), QStringLiteral("list, show, create, delete or restore."));
 
-    if (!parser.parse(arguments)) {
-        CliOutput::error(parser.errorText());
-        return ExitStatus::UsageError;
-    }
-    if (parser.isSet(helpOption)) {
-        CliOutput::line(parser.helpText());
-        return ExitStatus::Success;
-    }
+    if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
+        return *answered;
     const QStringList words = parser.positionalArguments();
     const QString action = words.value(0);
     const bool takesName = action == u"show" || action == u"create" || action == u"delete";

@@ -4,6 +4,7 @@
 
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
+#include "cli/commandparsing.h"
 #include "cli/recordids.h"
 
 namespace Nomly {
@@ -100,14 +101,8 @@ ExitStatus runUndoCommand(const QStringList &arguments)
     parser.addPositionalArgument(
         QStringLiteral("ID"), QStringLiteral("Record ids to undo."), QStringLiteral("[ID...]"));
 
-    if (!parser.parse(arguments)) {
-        CliOutput::error(parser.errorText());
-        return ExitStatus::UsageError;
-    }
-    if (parser.isSet(helpOption)) {
-        CliOutput::line(parser.helpText());
-        return ExitStatus::Success;
-    }
+    if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
+        return *answered;
     const bool last = parser.isSet(lastOption);
     const bool all = parser.isSet(allOption);
     const bool byId = !parser.positionalArguments().isEmpty();
