@@ -12,6 +12,7 @@
 #include "app/settingsviewmodel.h"
 #include "gui/settingswindow.h"
 #include "gui/trayicon.h"
+#include "platform/singleinstance.h"
 
 namespace Nomly {
 
@@ -76,6 +77,18 @@ QCoro::Task<bool> GuiApplication::start()
 
 int GuiApplication::run(const QStringList &files)
 {
+    // A second launch, or a file-manager action while Nomly runs, hands its
+    // files to the running process, which comes forward, and ends.
+    m_instance = std::make_unique<SingleInstance>();
+    if (!m_instance->claim())
+        return m_instance->forward(files) ? 0 : 1;
+    connect(m_instance.get(), &SingleInstance::filesReceived, this, [this](const QStringList &received) {
+        if (received.isEmpty() && m_window)
+            m_window->present();
+        else
+            m_launcher->openFiles(received);
+    });
+
     // The tray keeps the process alive with every window closed.
     QApplication::setQuitOnLastWindowClosed(false);
     if (!files.isEmpty())

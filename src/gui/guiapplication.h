@@ -11,6 +11,7 @@
 namespace Nomly {
 
 class AppLauncher;
+class SingleInstance;
 class SettingsWindow;
 class TrayIcon;
 
@@ -46,6 +47,7 @@ public:
 private:
     void buildInterface();
 
+    std::unique_ptr<SingleInstance> m_instance;
     std::unique_ptr<AppLauncher> m_launcher;
     std::unique_ptr<SettingsWindow> m_window;
     std::unique_ptr<TrayIcon> m_tray;
