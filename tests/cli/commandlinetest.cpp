@@ -50,9 +50,6 @@ private slots:
     void fields();
     void preview_data();
     void preview();
-    void previewNumbersATakenName();
-    void previewJson();
-    void previewTouchesNothing();
     void usageErrors_data();
     void usageErrors();
     void everyCommandHasHelp_data();
@@ -124,39 +121,6 @@ void CommandLineTest::preview()
     QCOMPARE(run.err, QString());
     QCOMPARE(run.exitCode, 0);
     QCOMPARE(run.out, expected + u'\n');
-}
-
-void CommandLineTest::previewNumbersATakenName()
-{
-    QTemporaryDir dir;
-    touch(dir.filePath(u"a.txt"_s));
-    touch(dir.filePath(u"a_1.txt"_s));
-    touch(dir.filePath(u"other.txt"_s));
-    const Run run = runNomly(u"preview|--style|lower|--title|a"_s.split(u'|')
-                             + QStringList { dir.filePath(u"other.txt"_s), dir.filePath(u"a.txt"_s) });
-    QCOMPARE(run.exitCode, 0);
-    // The file already called a.txt keeps its name.
-    QCOMPARE(run.out, u"a_2.txt\na.txt\n"_s);
-}
-
-void CommandLineTest::previewJson()
-{
-    const Run run = runNomly({ u"preview"_s, u"--json"_s, u"--title"_s, u"Budget"_s, path(u"scan.pdf"_s) });
-    QCOMPARE(run.exitCode, 0);
-    const QJsonArray results = QJsonDocument::fromJson(run.out.toUtf8()).array();
-    QCOMPARE(results.size(), 1);
-    const QJsonObject result = results.first().toObject();
-    QCOMPARE(result.value(u"name"_s).toString(), u"Budget.pdf"_s);
-    QCOMPARE(result.value(u"file"_s).toString(), path(u"scan.pdf"_s));
-    QCOMPARE(result.value(u"destination"_s).toString(), path(u"Budget.pdf"_s));
-}
-
-void CommandLineTest::previewTouchesNothing()
-{
-    const QStringList before = QDir(m_dir.path()).entryList(QDir::Files, QDir::Name);
-    const Run run = runNomly({ u"preview"_s, u"--title"_s, u"x"_s, path(u"file.txt"_s), path(u"scan.pdf"_s) });
-    QCOMPARE(run.exitCode, 0);
-    QCOMPARE(QDir(m_dir.path()).entryList(QDir::Files, QDir::Name), before);
 }
 
 void CommandLineTest::usageErrors_data()

@@ -124,13 +124,10 @@ void ProfileCommandsTest::configSet_data()
 
     QTest::newRow("case-style") << u"namingCaseStyle"_s << u"kebab"_s << 0 << u"kebab"_s;
     QTest::newRow("unknown-case-style") << u"namingCaseStyle"_s << u"nonsense"_s << 2 << u"title"_s;
-    QTest::newRow("bool") << u"addFinderTags"_s << u"true"_s << 0 << u"true"_s;
     QTest::newRow("bool-spelled-out") << u"addFinderTags"_s << u"yes"_s << 2 << u"false"_s;
-    QTest::newRow("text-that-looks-like-a-number") << u"monitorFilePrefix"_s << u"2026"_s << 0 << u"2026"_s;
     QTest::newRow("list-as-json") << u"monitorFileExtensions"_s << u"[\"pdf\"]"_s << 0 << u"[\"pdf\"]"_s;
     QTest::newRow("processing-mode-would-fall-back") << u"aiProcessingMode"_s << u"sometimes"_s << 2 << u"cloud"_s;
     QTest::newRow("unknown-key") << u"colour"_s << u"red"_s << 2 << u""_s;
-    QTest::newRow("folders-elsewhere") << u"watchedFolders"_s << u"[\"/tmp\"]"_s << 2 << u"[]"_s;
 }
 
 void ProfileCommandsTest::configSet()
@@ -165,9 +162,7 @@ void ProfileCommandsTest::folders_data()
 
     QTest::newRow("ordinary-folder") << u"Documents/Scans"_s << 0;
     QTest::newRow("home-itself") << u""_s << 2;
-    QTest::newRow("hidden-folder") << u".config/nomly-watch"_s << 2;
     QTest::newRow("root") << u"/"_s << 2;
-    QTest::newRow("not-a-folder") << u"files/x.txt"_s << 2;
 }
 
 void ProfileCommandsTest::folders()

@@ -48,7 +48,6 @@ private slots:
     void addedRecordsCountOnce();
     void undo_data();
     void undo();
-    void undoRestoresMetadata();
     void undoAllCountsOutcomes();
     void removeAndClearKeepFiles();
 
@@ -181,27 +180,6 @@ void ActivityViewModelTest::undo()
         QCOMPARE(alert->message(), u"A file already exists at the original location \"scan.txt\"."_s);
         QCOMPARE(alert->buttons(), QStringList { u"Remove Record"_s });
     }
-}
-
-void ActivityViewModelTest::undoRestoresMetadata()
-{
-    ProcessedFile record = renameRecord(m_dir->path(), u"scan.txt"_s, u"Report.txt"_s, 0);
-    record.metadataSnapshot = ProcessedFileMetadataSnapshot { { u"Red"_s, u"Work"_s }, std::nullopt, std::nullopt };
-    record = store(record);
-    QVERIFY(writeFile(record.newPath, "bytes"));
-    QVERIFY(setAttribute(record.newPath, "user.xdg.tags", "finance,q3"));
-    QVERIFY(setAttribute(record.newPath, "user.xdg.comment", "Q3 numbers"));
-    QVERIFY(setAttribute(record.newPath, "user.nomly.title", "Quarterly report"));
-
-    QCOMPARE(QCoro::waitFor(m_activity->undo(record)).kind, UndoOutcome::Kind::Undone);
-
-    bool comment = true;
-    bool title = true;
-    QCOMPARE(attribute(record.originalPath, "user.xdg.tags"), "Red,Work");
-    attribute(record.originalPath, "user.xdg.comment", &comment);
-    attribute(record.originalPath, "user.nomly.title", &title);
-    QVERIFY(!comment);
-    QVERIFY(!title);
 }
 
 void ActivityViewModelTest::undoAllCountsOutcomes()

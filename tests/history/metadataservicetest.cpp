@@ -69,11 +69,9 @@ void MetadataServiceTest::roundTrip_data()
 
     QTest::newRow("bare-file") << Attributes {};
     QTest::newRow("user-tags") << Attributes { { "user.xdg.tags", "Red,Work" } };
-    QTest::newRow("comment-only") << Attributes { { "user.xdg.comment", "kept from before" } };
     QTest::newRow("everything") << Attributes { { "user.xdg.tags", "Red" },
                                                 { "user.xdg.comment", "née" },
                                                 { "user.nomly.title", "Old title" } };
-    QTest::newRow("empty-comment-is-a-comment") << Attributes { { "user.xdg.comment", "" } };
 }
 
 void MetadataServiceTest::roundTrip()
@@ -106,8 +104,6 @@ void MetadataServiceTest::snapshotReads_data()
                                                     << QStringList { u"Red"_s, u"Work"_s } << std::optional<QString>();
     QTest::newRow("comment-not-utf8-refuses")
         << Attributes { { "user.xdg.comment", "\xff\xfe" } } << false << QStringList {} << std::optional<QString>();
-    QTest::newRow("utf8-comment") << Attributes { { "user.xdg.comment", "Caf\xc3\xa9" } } << true << QStringList {}
-                                  << std::optional<QString>(u"Café"_s);
 }
 
 void MetadataServiceTest::snapshotReads()

@@ -1,6 +1,3 @@
-// Rendering names from patterns, and picking a free destination in a real
-// folder.
-
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
@@ -35,14 +32,10 @@ PatternRenderInput richInputFor(const QString &pattern)
 {
     PatternRenderInput input = inputFor(pattern);
     input.dateFormat = u"dd/MM/yy"_s;
-    input.type = u"bank statement"_s;
     input.vendor = u"acme corp"_s;
-    input.kind = u"document"_s;
     input.amount = u"$42.99"_s;
     input.currency = u"usd"_s;
     PatternFileMetadata &metadata = input.metadata;
-    metadata.fileExtension = u"pdf"_s;
-    metadata.fileExtensionOriginal = u"PdF"_s;
     metadata.createdDate = u"2026-01-15"_s;
     metadata.modifiedDate = u"last week"_s;
     metadata.parentFolder = u"tax_docs 2026"_s;
@@ -88,11 +81,7 @@ void FileRenamerTest::forms_data()
     QTest::addColumn<QString>("expected");
 
     QTest::newRow("title") << u"{Title} {TITLE}"_s << u"NASA Launch Plan NASA LAUNCH PLAN"_s;
-    QTest::newRow("title-lowered") << u"{Title name} {title Name}"_s << u"Nasa launch plan nasa Launch Plan"_s;
     QTest::newRow("title-underscored") << u"{Title_Name} {Title_name}"_s << u"NASA_Launch_Plan Nasa_launch_plan"_s;
-    QTest::newRow("title-joined") << u"{titleName} {titlename}"_s << u"nASALaunchPlan nasalaunchplan"_s;
-    QTest::newRow("original-separated") << u"{Original Name} {Original_name} {original-name}"_s
-                                        << u"Scan 0042 Tax Return Scan_0042_tax_return scan-0042-tax-return"_s;
     QTest::newRow("original-as-it-stands-and-joined") << u"{original} {ORIGINALNAME} {originalName}"_s
                                                       << u"scan_0042 Tax-return SCAN0042TAXRETURN scan0042TaxReturn"_s;
     QTest::newRow("dates-in-setting-slashes-removed") << u"{date} {created_date}"_s << u"030926 150126"_s;
@@ -102,12 +91,7 @@ void FileRenamerTest::forms_data()
     QTest::newRow("time-forms") << u"{time} {time_short} {time_compact} {time_hyphen} {time_12h}"_s
                                 << u"14.30.05 14.30 143005 14-30-05 2.30 PM"_s;
     QTest::newRow("year-and-month") << u"{year_short} {month} {month_short} {MONTH}"_s << u"26 09 Sep SEPTEMBER"_s;
-    QTest::newRow("type-forms") << u"{Type} {type} {TYPE_NAME}"_s << u"Bank Statement Bank Statement BANK_STATEMENT"_s;
     QTest::newRow("vendor-forms") << u"{VENDOR} {vendor_name} {Vendor_Name}"_s << u"ACME CORP acme_corp Acme_Corp"_s;
-    QTest::newRow("vendor-joined") << u"{VendorName} {vendorName}"_s << u"AcmeCorp acmeCorp"_s;
-    QTest::newRow("kind-forms") << u"{Kind} {kind} {KIND}"_s << u"Document document DOCUMENT"_s;
-    QTest::newRow("extension-forms") << u"{extension} {Extension} {EXTENSION} {extension_original}"_s
-                                     << u"pdf Pdf PDF PdF"_s;
     QTest::newRow("amount-and-currency") << u"{amount} {currency} {Currency} {CURRENCY}"_s << u"42.99 usd Usd USD"_s;
     QTest::newRow("file-facts-in-style-acronyms-kept")
         << u"{parent_folder} {camera_model} {width}x{HEIGHT} {capture_time_12h}"_s
@@ -132,22 +116,15 @@ void FileRenamerTest::values_data()
 
     QTest::newRow("vendor-acronym-kept-but-not-in-base")
         << u"{Vendor} {Vendor_Name}"_s << u"IBM research"_s << u"IBM Research Ibm_Research"_s;
-    QTest::newRow("vendor-all-capitals-normalised") << u"{Vendor}"_s << u"IBM"_s << u"Ibm"_s;
     QTest::newRow("punctuation-dropped-or-splitting")
         << u"{Vendor} {vendor}"_s << u"O'Reilly & Sons, Inc."_s << u"Oreilly Sons Inc O Reilly Sons Inc"_s;
-    QTest::newRow("original-acronym-survives") << u"{Original Name}"_s << u"IBM invoice"_s << u"IBM Invoice"_s;
-    QTest::newRow("original-loses-forbidden-characters") << u"{original}"_s << u"a:b?c"_s << u"abc"_s;
     QTest::newRow("title-cannot-inject") << u"{title} {Title_Name} {titlename}"_s << u"{year}"_s << u"Year Year year"_s;
-    QTest::newRow("vendor-and-original-cannot-inject") << u"{vendor} {original}"_s << u"{time}"_s << u"Time time"_s;
     QTest::newRow("detected-date") << u"{invoice_date} {invoice_date_iso}"_s << u"3/4/2026"_s
                                    << u"03.04.2026 2026-04-03"_s;
     QTest::newRow("unreadable-date-sanitised-not-case-rendered")
         << u"{due_date} {due_date_dot}"_s << u"end of month!"_s << u"end of month end of month"_s;
     QTest::newRow("number-kept-literally") << u"{invoice_number}"_s << u"inv-0042/b"_s << u"inv-0042b"_s;
-    QTest::newRow("listed-name-kept-literally") << u"{location}"_s << u"new york"_s << u"new york"_s;
-    QTest::newRow("identifier-kept-literally") << u"{patient_id}"_s << u"ab-12 x"_s << u"ab-12 x"_s;
     QTest::newRow("amount-loses-currency-sign") << u"{total_amount}"_s << u"$42.99"_s << u"42.99"_s;
-    QTest::newRow("amount-falls-back-on-analysis") << u"{total_amount}"_s << QString() << u"120.00"_s;
     QTest::newRow("non-literal-number-split-into-words") << u"{subtotal}"_s << u"$42.99"_s << u"42 99"_s;
     QTest::newRow("missing-value-vanishes") << u"x {author}"_s << QString() << u"x"_s;
 }
@@ -168,7 +145,6 @@ void FileRenamerTest::values()
     PatternRenderInput input = inputFor(pattern);
     input.title = input.originalName = input.vendor = value;
     input.dateFormat = u"dot"_s;
-    input.amount = u"120.00"_s;
     if (!value.isEmpty()) {
         for (const NamingPatternField *field : fieldCatalogue().allFields())
             input.metadata.detectedFields.insert(normalizedFieldName(field->token), value);
@@ -178,7 +154,6 @@ void FileRenamerTest::values()
 
 void FileRenamerTest::styles_data()
 {
-    // `value` is the title and every detected field.
     QTest::addColumn<QString>("pattern");
     QTest::addColumn<QString>("value");
     QTest::addColumn<NamingCaseStyle>("caseStyle");
@@ -186,23 +161,10 @@ void FileRenamerTest::styles_data()
     QTest::addColumn<QString>("expected");
 
     const QString title = u"{title}"_s;
-    const QString budget = u"Budget - Q3"_s;
-    const QString nasa = u"NASA launch plan"_s;
     using Case = NamingCaseStyle;
     using Separator = NamingPatternSeparator;
-    QTest::newRow("dash-kept-and-normalised")
-        << title << u"budget - q3"_s << Case::Title << Separator::Space << u"Budget - Q3"_s;
-    QTest::newRow("dash-dropped-in-snake") << title << budget << Case::Snake << Separator::Underscore << u"budget_q3"_s;
-    QTest::newRow("dash-dropped-with-underscores")
-        << title << budget << Case::Title << Separator::Underscore << u"Budget_Q3"_s;
-    QTest::newRow("punctuation-gone") << title << u"Tom's notes: draft"_s << Case::Title << Separator::Space
-                                      << u"Toms Notes Draft"_s;
-    QTest::newRow("kebab-with-underscore")
-        << title << nasa << Case::Kebab << Separator::Underscore << u"nasa_launch_plan"_s;
-    QTest::newRow("camel-ignores-separator")
-        << title << nasa << Case::Camel << Separator::Hyphen << u"nasaLaunchPlan"_s;
-    QTest::newRow("text-in-style") << u"{author}"_s << u"jane doe"_s << Case::Snake << Separator::Underscore
-                                   << u"jane_doe"_s;
+    QTest::newRow("dash-dropped-in-snake")
+        << title << u"Budget - Q3"_s << Case::Snake << Separator::Underscore << u"budget_q3"_s;
     QTest::newRow("text-joined-with-setting-separator")
         << u"{author}"_s << u"jane doe"_s << Case::Snake << Separator::Space << u"jane doe"_s;
     QTest::newRow("text-punctuation-splits-words") << u"{meeting_title}"_s << u"q3 planning: budget"_s << Case::Kebab
@@ -236,43 +198,24 @@ void FileRenamerTest::mediaForms_data()
     QTest::addColumn<QString>("expected");
 
     using Number = std::optional<double>;
-    constexpr double KiB = 1024;
     const QString none;
     QTest::newRow("size-bytes-whole") << u"{size}"_s << none << Number(1023) << u"1023B"_s;
-    QTest::newRow("size-one-kilobyte-one-decimal") << u"{Size}"_s << none << Number(KiB) << u"1.0KB"_s;
     QTest::newRow("size-half-rounds-up") << u"{size}"_s << none << Number(10752) << u"11KB"_s;
-    QTest::newRow("size-just-under-a-megabyte") << u"{size}"_s << none << Number(KiB * KiB - 1) << u"1024KB"_s;
-    QTest::newRow("size-terabytes-last-unit")
-        << u"{size}"_s << none << Number(2048 * KiB * KiB * KiB * KiB) << u"2048TB"_s;
     QTest::newRow("size-forms") << u"{SIZE} {size_bytes} {size_kb} {size_mb}"_s << none << Number(1468006)
                                 << u"1.4MB 1468006B 1433.6KB 1.4MB"_s;
-    QTest::newRow("size-megabytes-two-digits") << u"{size_mb}"_s << none << Number(1234567) << u"1.18MB"_s;
     QTest::newRow("size-missing-count-uses-text") << u"{size_kb}"_s << u"12 KB"_s << Number() << u"12 KB"_s;
     QTest::newRow("duration-forms-half-rounds-up")
         << u"{duration} {duration_clock} {duration_minutes} {duration_seconds}"_s << none << Number(84.5)
         << u"1m25s 00.01.25 1.4m 85s"_s;
     QTest::newRow("duration-minutes-tie-goes-even") << u"{duration_minutes}"_s << none << Number(75) << u"1.2m"_s;
-    QTest::newRow("size-kilobytes-tie-goes-even") << u"{size_kb}"_s << none << Number(1280) << u"1.2KB"_s;
-    QTest::newRow("duration-spellings-agree")
-        << u"{duration} {Duration} {DURATION}"_s << none << Number(84) << u"1m24s 1m24s 1m24s"_s;
     QTest::newRow("duration-hours") << u"{Duration} {duration_minutes}"_s << none << Number(3725)
                                     << u"1h02m05s 62.1m"_s;
-    QTest::newRow("duration-seconds-only") << u"{duration}"_s << none << Number(45) << u"45s"_s;
     QTest::newRow("duration-rounding-reaches-a-minute") << u"{duration}"_s << none << Number(59.6) << u"1m00s"_s;
-    QTest::newRow("duration-clock-past-a-day") << u"{duration_clock}"_s << none << Number(90061) << u"25.01.01"_s;
-    QTest::newRow("duration-missing-uses-text") << u"{duration_clock}"_s << u"1m24s"_s << Number() << u"1m24s"_s;
     QTest::newRow("duration-infinite-uses-text") << u"{duration}"_s << u"1:24"_s << Number(qInf()) << u"124"_s;
     QTest::newRow("resolution-forms") << u"{resolution} {resolution_hyphen} {resolution_height}"_s << u"1920x1080"_s
                                       << Number() << u"1920x1080 1920-1080 1080p"_s;
-    QTest::newRow("resolution-with-blanks-is-text")
-        << u"{resolution_height}"_s << u"1920 x 1080"_s << Number() << u"1920 x 1080"_s;
-    QTest::newRow("resolution-unreadable-sanitised")
-        << u"{resolution_hyphen}"_s << u"1920×1080"_s << Number() << u"19201080"_s;
-    QTest::newRow("frame-rate-two-digits") << u"{frame_rate}"_s << u"23.976"_s << Number() << u"23.98fps"_s;
     QTest::newRow("frame-rate-forms") << u"{frame_rate} {frame_rate_rounded} {frame_rate_number}"_s << u"29.97 fps"_s
                                       << Number() << u"29.97fps 30fps 29.97"_s;
-    QTest::newRow("frame-rate-no-number-kept") << u"{frame_rate}"_s << u"variable"_s << Number() << u"variable"_s;
-    QTest::newRow("frame-rate-two-dots") << u"{frame_rate_number}"_s << u"1.2.3"_s << Number() << u"1.2.3"_s;
     QTest::newRow("zero-and-missing-vanish")
         << u"s{size}{size_mb}d{duration}r{resolution}f{frame_rate}"_s << none << Number(0) << u"sdrf"_s;
 }
@@ -308,12 +251,8 @@ void FileRenamerTest::cleanupAndFallbacks_data()
     QTest::newRow("inner-underscores-collapse") << u"{title}_{vendor}_{date}"_s << t << scan << u"Title_2026-09-03"_s;
     QTest::newRow("forbidden-separator-removed") << u"{title}/{original}"_s << t << scan << u"Titlescan"_s;
     QTest::newRow("unknown-token-loses-braces") << u"{foo}"_s << t << scan << u"foo"_s;
-    QTest::newRow("unclosed-brace-is-text") << u"{title"_s << t << scan << u"title"_s;
-    QTest::newRow("token-inside-braces") << u"{{title}}"_s << t << scan << u"Title"_s;
     QTest::newRow("empty-render-uses-title") << u"{vendor}"_s << u"budget plan"_s << scan << u"Budget Plan"_s;
     QTest::newRow("forbidden-title-uses-original-name") << u"{title}"_s << u"///"_s << u"my report"_s << u"my report"_s;
-    QTest::newRow("emoji-title-uses-original-name")
-        << u"{Title}"_s << u"\U0001F389\U0001F389"_s << u"IMG_0042"_s << u"IMG_0042"_s;
     QTest::newRow("nothing-left-is-untitled") << u"{title}"_s << u"???"_s << u"***"_s << u"Untitled"_s;
 }
 
@@ -344,8 +283,6 @@ void FileRenamerTest::destination_data()
     QStringList crowded { u"scan.txt"_s, u"a.txt"_s };
     for (int n = 1; n <= 1000; ++n)
         crowded.append(u"a_"_s + QString::number(n) + u".txt"_s);
-    QTest::newRow("free-name") << QStringList { u"scan.pdf"_s } << u"scan.pdf"_s << title << u"tax return"_s
-                               << u"tax return.pdf"_s;
     QTest::newRow("own-name-without-suffix") << QStringList { u"tax return.pdf"_s } << u"tax return.pdf"_s << title
                                              << u"tax return"_s << u"tax return.pdf"_s;
     QTest::newRow("next-free-number") << QStringList { u"scan.txt"_s, u"a.txt"_s, u"a_1.txt"_s } << u"scan.txt"_s
@@ -354,8 +291,6 @@ void FileRenamerTest::destination_data()
         << QStringList { u"a.txt"_s, u"a_1.txt"_s } << u"a_1.txt"_s << title << u"a"_s << u"a_1.txt"_s;
     QTest::newRow("dangling-symlink-occupies")
         << QStringList { u"scan.txt"_s, u"a.txt->missing.txt"_s } << u"scan.txt"_s << title << u"a"_s << u"a_1.txt"_s;
-    QTest::newRow("folder-occupies") << QStringList { u"scan.txt"_s, u"a.txt/"_s } << u"scan.txt"_s << title << u"a"_s
-                                     << u"a_1.txt"_s;
     QTest::newRow("extension-tokens-from-source")
         << QStringList { u"IMG_0042.JPG"_s } << u"IMG_0042.JPG"_s << u"{kind} {extension} {extension_original}"_s
         << u"holiday"_s << u"image jpg JPG.JPG"_s;
@@ -364,8 +299,6 @@ void FileRenamerTest::destination_data()
     QTest::newRow("no-extension-empty-extension-file-kind")
         << QStringList { u"README"_s } << u"README"_s << u"{title} {kind}{extension}{EXTENSION}"_s << u"notes"_s
         << u"notes file"_s;
-    QTest::newRow("no-extension-numbered")
-        << QStringList { u"README"_s, u"notes"_s } << u"README"_s << title << u"notes"_s << u"notes_1"_s;
     QTest::newRow("dot-file-has-no-extension")
         << QStringList { u".bashrc"_s } << u".bashrc"_s << u"{original} {title}"_s << u"shell"_s << u"bashrc shell"_s;
     QTest::newRow("random-suffix-after-a-thousand-numbers")

@@ -1,6 +1,3 @@
-// Sanitising, word splitting, case rendering and title normalisation: the
-// text rules every character of a new file name passes through.
-
 #include <QTest>
 #include <optional>
 
@@ -33,24 +30,18 @@ void NameTextTest::sanitize_data()
     QTest::addColumn<QString>("expected");
 
     QTest::newRow("forbidden-characters-removed") << u"a/b\\c:d*e?f\"g<h>i|j"_s << true << u"abcdefghij"_s;
-    QTest::newRow("forbidden-only-gives-empty") << u"/:*?|"_s << true << QString();
-    QTest::newRow("braces-lose-their-meaning") << u"{date}"_s << true << u"date"_s;
     QTest::newRow("punctuation-removed") << u"Tom's [draft] & notes+v1, final"_s << true
                                          << u"Toms draft notesv1 final"_s;
     QTest::newRow("control-characters-removed") << u"a\u0001b\u0007c\u007fd"_s << true << u"abcd"_s;
     QTest::newRow("tab-and-newline-are-whitespace") << u"line1\tline2\nline3"_s << true << u"line1 line2 line3"_s;
     QTest::newRow("whitespace-becomes-underscore") << u"line1\t line2\nline3"_s << false << u"line1_line2_line3"_s;
-    QTest::newRow("emoji-removed-spaces-collapse") << u"Trip \U0001F389 photos"_s << true << u"Trip photos"_s;
     QTest::newRow("emoji-removed-underscores-collapse") << u"Trip \U0001F389 photos"_s << false << u"Trip_photos"_s;
     QTest::newRow("accented-letters-survive") << u"Café résumé naïve"_s << true << u"Café résumé naïve"_s;
     QTest::newRow("decomposed-accent-survives") << u"Cafe\u0301 menu"_s << true << u"Cafe\u0301 menu"_s;
     QTest::newRow("cjk-survives") << u"東京 写真 2026"_s << false << u"東京_写真_2026"_s;
-    QTest::newRow("arabic-survives") << u"تقرير مالي"_s << true << u"تقرير مالي"_s;
     QTest::newRow("supplementary-letters-survive") << u"\U0001D400bc"_s << true << u"\U0001D400bc"_s;
     QTest::newRow("hyphen-underscore-dot-kept") << u"a-b_c.d"_s << false << u"a-b_c.d"_s;
-    QTest::newRow("double-underscore-collapses") << u"a___b__c"_s << true << u"a_b_c"_s;
     QTest::newRow("underscore-left-by-removal-collapses") << u"a_&_b"_s << true << u"a_b"_s;
-    QTest::newRow("spaced-underscore-collapses") << u"a _ b"_s << false << u"a_b"_s;
     QTest::newRow("hyphen-pair-not-collapsed") << u"a--b"_s << true << u"a--b"_s;
     QTest::newRow("space-runs-collapse") << u"a   b    c"_s << true << u"a b c"_s;
     QTest::newRow("ends-trimmed-of-space-underscore-dot") << u" _. name ._ "_s << true << u"name"_s;
@@ -110,34 +101,24 @@ void NameTextTest::renderCase_data()
         << u"NASA launch plan"_s << habit << NamingCaseStyle::Title << u"NASA Launch Plan"_s;
     QTest::newRow("title-all-capitals-lose-acronyms")
         << u"NASA LAUNCH"_s << habit << NamingCaseStyle::Title << u"Nasa Launch"_s;
-    QTest::newRow("title-letters-only-count-for-acronym")
-        << u"H2O levels"_s << habit << NamingCaseStyle::Title << u"H2O Levels"_s;
     QTest::newRow("title-single-capital-is-no-acronym")
         << u"plan B2 ready"_s << habit << NamingCaseStyle::Title << u"Plan B2 Ready"_s;
     QTest::newRow("title-mixed-case-word-capitalised")
         << u"iPhone review"_s << habit << NamingCaseStyle::Title << u"Iphone Review"_s;
-    QTest::newRow("title-accented-initial")
-        << u"éclair recipe"_s << habit << NamingCaseStyle::Title << u"Éclair Recipe"_s;
     QTest::newRow("title-with-underscore")
         << u"my file"_s << Separator(NamingPatternSeparator::Underscore) << NamingCaseStyle::Title << u"My_File"_s;
     QTest::newRow("sentence") << name << habit << NamingCaseStyle::Sentence << u"My file name"_s;
-    QTest::newRow("lower") << name << habit << NamingCaseStyle::Lower << u"my file name"_s;
     QTest::newRow("upper") << name << habit << NamingCaseStyle::Upper << u"MY FILE NAME"_s;
     QTest::newRow("upper-full-case-mapping") << u"straße"_s << habit << NamingCaseStyle::Upper << u"STRASSE"_s;
     QTest::newRow("snake") << name << habit << NamingCaseStyle::Snake << u"my_file_name"_s;
     QTest::newRow("kebab") << name << habit << NamingCaseStyle::Kebab << u"my-file-name"_s;
-    QTest::newRow("dot") << name << habit << NamingCaseStyle::Dot << u"my.file.name"_s;
     QTest::newRow("constant") << name << habit << NamingCaseStyle::Constant << u"MY_FILE_NAME"_s;
     QTest::newRow("camel-lowercases-acronym-first")
         << u"HTTP server log"_s << habit << NamingCaseStyle::Camel << u"httpServerLog"_s;
     QTest::newRow("camel-ignores-separator")
         << name << Separator(NamingPatternSeparator::Hyphen) << NamingCaseStyle::Camel << u"myFileName"_s;
-    QTest::newRow("pascal-ignores-separator")
-        << name << Separator(NamingPatternSeparator::Underscore) << NamingCaseStyle::Pascal << u"MyFileName"_s;
     QTest::newRow("snake-with-hyphen") << u"my file"_s << Separator(NamingPatternSeparator::Hyphen)
                                        << NamingCaseStyle::Snake << u"my-file"_s;
-    QTest::newRow("kebab-with-underscore")
-        << u"my file"_s << Separator(NamingPatternSeparator::Underscore) << NamingCaseStyle::Kebab << u"my_file"_s;
     QTest::newRow("separators-become-word-breaks")
         << u"my_file.v2-final"_s << habit << NamingCaseStyle::Snake << u"my_file_v2_final"_s;
     QTest::newRow("punctuation-lost") << u"Tom's notes!"_s << habit << NamingCaseStyle::Kebab << u"tom-s-notes"_s;
@@ -160,9 +141,7 @@ void NameTextTest::normalizeTitle_data()
     QTest::addColumn<QString>("expected");
 
     QTest::newRow("all-capitals-become-title-case") << u"REPORT FINAL"_s << u"Report Final"_s;
-    QTest::newRow("acronym-survives-beside-lowercase") << u"NASA launch plan"_s << u"NASA Launch Plan"_s;
     QTest::newRow("mixed-case-word-capitalised") << u"iPhone review"_s << u"Iphone Review"_s;
-    QTest::newRow("letters-only-count-for-acronym") << u"H2O report"_s << u"H2O Report"_s;
     QTest::newRow("text-between-words-kept") << u"budget - q3, draft"_s << u"Budget - Q3, Draft"_s;
     QTest::newRow("underscores-kept") << u"hello_world"_s << u"Hello_World"_s;
     QTest::newRow("all-capitals-with-hyphen") << u"ALL-CAPS 2026"_s << u"All-Caps 2026"_s;

@@ -77,12 +77,8 @@ private slots:
     void load();
     void textFromItems_data();
     void textFromItems();
-    void originalSpellingsRoundTrip();
     void operations_data();
     void operations();
-    void chipsKeepTheirIds();
-    void formatMenus_data();
-    void formatMenus();
 };
 
 // Chips come from the stored text, or from its blocks when they spell the text
@@ -176,16 +172,6 @@ void NamingPatternEditorTest::textFromItems()
     QCOMPARE(describe(Nomly::itemsFromBlocks(blocks)), describe(items));
 }
 
-void NamingPatternEditorTest::originalSpellingsRoundTrip()
-{
-    for (const OriginalNameToken &row : OriginalNameTokens) {
-        const QString token = QString::fromUtf16(row.token);
-        const NamingPatternItems items = Nomly::itemsFromText(token);
-        QCOMPARE(describe(items), u"{original}@" + formattingText({ row.caseStyle, row.wordSeparator }));
-        QCOMPARE(joinedText(blocksFromItems(items, Style::Snake, Sep::Hyphen)), token);
-    }
-}
-
 // The editor writes title chips as "{Title Name}" and joins added chips with
 // "-". An empty result means the change is refused and nothing moves.
 void NamingPatternEditorTest::operations_data()
@@ -271,61 +257,6 @@ void NamingPatternEditorTest::operations()
     } else {
         QCOMPARE(describe(editor), before);
     }
-}
-
-void NamingPatternEditorTest::chipsKeepTheirIds()
-{
-    NamingPatternEditor editor(Style::Title, Sep::Space, Sep::Hyphen);
-    editor.load(u"IMG_{created_date}-{title}"_s, {}, u"{title}"_s);
-    const QUuid text = editor.items().at(0).id;
-    const QUuid date = editor.items().at(1).id;
-    QVERIFY(!text.isNull() && text != date);
-
-    QVERIFY(editor.changeFormat(1, u"{created_date_long}"_s));
-    QVERIFY(editor.editCustomText(0, u"Scan"_s));
-    QVERIFY(editor.moveItem(1, 2));
-    QCOMPARE(editor.indexOf(date), 2);
-    QCOMPARE(editor.indexOf(text), 0);
-    QCOMPARE(editor.indexOf(QUuid::createUuid()), -1);
-    QCOMPARE(editor.text(), u"Scan_{Title Name}-{created_date_long}"_s);
-}
-
-// A family's menu is found through any spelling of its fields and offers the
-// chip's own format among its choices.
-void NamingPatternEditorTest::formatMenus_data()
-{
-    QTest::addColumn<QString>("token");
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<qsizetype>("optionCount");
-
-    auto row = [](const char *tag, const char16_t *token, const char16_t *title, qsizetype count) {
-        QTest::newRow(tag) << QString::fromUtf16(token) << QString::fromUtf16(title) << count;
-    };
-    row("date-alias", u"{creation date}", u"Date format", 5);
-    row("detected-date-variant", u"{invoice_date_long}", u"Date format", 5);
-    row("time-variant", u"{capture_time_12h}", u"Time format", 5);
-    row("month-number", u"{month}", u"Month format", 3);
-    row("frame-rate-alias", u"{fps}", u"Frame rate format", 3);
-    row("title-has-none", u"{title}", u"", 0);
-    row("wrong-suffix-has-none", u"{created_date_short}", u"", 0);
-}
-
-void NamingPatternEditorTest::formatMenus()
-{
-    QFETCH(QString, token);
-    QFETCH(QString, title);
-    QFETCH(qsizetype, optionCount);
-
-    const std::optional<NamingPatternFormatMenu> menu = formatMenuForToken(token);
-    QCOMPARE(menu.has_value(), !title.isEmpty());
-    if (!menu)
-        return;
-    QCOMPARE(menu->title, title);
-    QStringList tokens;
-    for (const NamingPatternTokenFormatOption &option : menu->options)
-        tokens.append(option.token);
-    QCOMPARE(tokens.size(), optionCount);
-    QVERIFY(tokens.contains(canonicalToken(token)));
 }
 
 QTEST_GUILESS_MAIN(NamingPatternEditorTest)

@@ -191,7 +191,6 @@ private slots:
     void initTestCase_data();
     void initTestCase();
     void applyPattern();
-    void dateParsers();
 };
 
 // Every test runs once for each seed.
@@ -219,29 +218,6 @@ void RenderFuzzTest::applyPattern()
         const QString name = FileRenamer::applyPattern(input);
         if (const QString fault = nameFault(name); !fault.isEmpty())
             firstFault = fault + u": "_s + name + u" from pattern "_s + input.pattern + u" title "_s + input.title;
-    }
-    QCOMPARE(firstFault, QString());
-}
-
-void RenderFuzzTest::dateParsers()
-{
-    QFETCH_GLOBAL(quint32, seed);
-
-    // A date that was read is valid, in UTC, and reads back the same from its
-    // own ISO text; formatting with any pattern returns.
-    Fuzzer fuzzer { QRandomGenerator(seed) };
-    QString firstFault;
-    for (int i = 0; i < IterationsPerSeed && firstFault.isEmpty(); ++i) {
-        const QString text = fuzzer.dateText();
-        DateFormats::format(fuzzer.moment(), fuzzer.dateFormat());
-        const auto general = DateFormats::parseGeneral(text);
-        for (const auto &parsed : { general, DateFormats::parseWide(text) }) {
-            if (parsed && (!parsed->isValid() || parsed->timeSpec() != Qt::UTC))
-                firstFault = u"invalid or not UTC: "_s + text;
-        }
-        if (firstFault.isEmpty() && general
-            && DateFormats::parseGeneral(DateFormats::format(*general, u"yyyy-MM-dd"_s)) != general)
-            firstFault = u"does not read back: "_s + text;
     }
     QCOMPARE(firstFault, QString());
 }

@@ -58,8 +58,6 @@ private slots:
     void encode();
     void decode_data();
     void decode();
-    void summary_data();
-    void summary();
     void resolve_data();
     void resolve();
     void equalSettingsShareAKey();
@@ -135,34 +133,6 @@ void AnalysisSettingsTest::decode()
     }
     QVERIFY2(decoded, qPrintable(error));
     QCOMPARE(text(toJson(*decoded)), text(toJson(expected)));
-}
-
-void AnalysisSettingsTest::summary_data()
-{
-    using A = AnalysisSettings;
-    QTest::addColumn<AnalysisSettings>("settings");
-    QTest::addColumn<QString>("expected");
-
-    QTest::newRow("nothing-set-inherits") << A() << u"Inherits Smart Rename settings"_s;
-    // Present counts even when false or empty.
-    QTest::newRow("all-groups-in-order") << with<A>([](A &a) {
-        a.renamePromptOverride = u"r"_s;
-        a.addSpotlightMetadata = false;
-        a.outputLanguage = u"de"_s;
-        a.namingPatternBlocks = QList<NamingPatternBlock>();
-    }) << u"Custom naming · Custom localization · Custom metadata · Custom prompts"_s;
-    QTest::newRow("date-format-is-localization") << with<A>([](A &a) {
-        a.dateFormat = u"yyyy"_s;
-        a.tagPromptOverride = QString();
-    }) << u"Custom localization · Custom prompts"_s;
-}
-
-void AnalysisSettingsTest::summary()
-{
-    QFETCH(AnalysisSettings, settings);
-    QFETCH(QString, expected);
-
-    QCOMPARE(overrideSummary(settings), expected);
 }
 
 void AnalysisSettingsTest::resolve_data()

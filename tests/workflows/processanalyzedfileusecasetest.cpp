@@ -51,7 +51,6 @@ private slots:
     void failures();
     void metadataFollowsTheSettings_data();
     void metadataFollowsTheSettings();
-    void takenNameGetsASuffix();
     void sameNameStillRecorded();
     void databaseRefusalLeavesFileRenamed();
     void withoutOwnerNothingHappens();
@@ -232,19 +231,6 @@ void ProcessAnalyzedFileUseCaseTest::metadataFollowsTheSettings()
     QVERIFY(m_undoIgnore->isPathIgnored(path));
     QVERIFY(m_undoIgnore->isPathIgnored(*result.newPath));
     QVERIFY(m_undoIgnore->isHashIgnored(*stored.contentHash));
-}
-
-void ProcessAnalyzedFileUseCaseTest::takenNameGetsASuffix()
-{
-    const QString path = m_dir->filePath(u"scan001.txt"_s);
-    QVERIFY(writeFile(path, "new"));
-    QVERIFY(writeFile(m_dir->filePath(u"Report.txt"_s), "already here"));
-
-    const FileProcessingResult result = process(path, analysisTitled(u"Report"_s));
-
-    QCOMPARE(result.newName, u"Report_1.txt"_s);
-    QCOMPARE(readFile(m_dir->filePath(u"Report.txt"_s)), "already here");
-    QCOMPARE(readFile(m_dir->filePath(u"Report_1.txt"_s)), "new");
 }
 
 void ProcessAnalyzedFileUseCaseTest::sameNameStillRecorded()
