@@ -2,13 +2,16 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QPointer>
 #include <algorithm>
 #include <array>
 
 #include <qcoro/qcorofuture.h>
 
+#include "ai/keycustody.h"
 #include "app/bookmarkservice.h"
 #include "app/bundledpresetseeding.h"
+#include "app/folderclassification.h"
 #include "app/networkservice.h"
 #include "app/watchedfoldernormalization.h"
 #include "history/database.h"
@@ -34,13 +37,18 @@ constexpr std::array<KeyFlag, 4> KeyFlags { {
     { AIProvider::Groq, &Settings::hasGroqApiKey },
 } };
 
+bool Settings::*keyFlag(AIProvider provider)
+{
+    const auto entry = std::find_if(KeyFlags.cbegin(), KeyFlags.cend(), [provider](const KeyFlag &candidate) {
+        return candidate.provider == provider;
+    });
+    Q_ASSERT(entry != KeyFlags.cend());
+    return entry->flag;
+}
+
 bool hasKeyFlag(const Settings &settings, AIProvider provider)
 {
-    for (const KeyFlag &entry : KeyFlags) {
-        if (entry.provider == provider)
-            return settings.*entry.flag;
-    }
-    return false;
+    return settings.*keyFlag(provider);
 }
 
 // A route that needs no setup from us: the user's own key for the chosen
@@ -188,6 +196,11 @@ void SettingsViewModel::publishSettings(const Settings &settings)
     emit settingsChanged();
 }
 
+SettingsViewModel::~SettingsViewModel()
+{
+    m_database.waitForPendingWork();
+}
+
 void SettingsViewModel::setSettings(const Settings &settings)
 {
     publishSettings(settings);
@@ -215,6 +228,38 @@ QCoro::Task<bool> SettingsViewModel::saveSettings()
         m_userDefaults.setValue(HasTouchedAISetupProviderFeatureKey, true);
     }
     co_return true;
+}
+
+QCoro::Task<bool> SettingsViewModel::markApiKey(AIProvider provider, bool has)
+{
+    if (hasKeyFlag(m_settings, provider) == has)
+        co_return true;
+    Settings marked = m_settings;
+    marked.*keyFlag(provider) = has;
+    publishSettings(marked);
+    auto saving = saveSettings();
+    co_return co_await saving;
+}
+
+QCoro::Task<bool> SettingsViewModel::saveApiKey(KeyCustody &custody, AIProvider provider, QString key)
+{
+    QPointer<SettingsViewModel> self(this);
+    auto storing = custody.save(provider, std::move(key));
+    if (!co_await storing || !self)
+        co_return false;
+    auto marking = markApiKey(provider, true);
+    co_return co_await marking;
+}
+
+QCoro::Task<bool> SettingsViewModel::removeApiKey(KeyCustody &custody, AIProvider provider)
+{
+    QPointer<SettingsViewModel> self(this);
+    auto removing = custody.remove(provider);
+    co_await removing;
+    if (!self)
+        co_return false;
+    auto marking = markApiKey(provider, false);
+    co_return co_await marking;
 }
 
 QCoro::Task<> SettingsViewModel::bringKeyFlagsInLine()
@@ -493,6 +538,31 @@ QCoro::Task<bool> SettingsViewModel::addWatchedFolder(QString path)
     publishSettings(changed);
     auto saving = saveSettings();
     co_return co_await saving;
+}
+
+QCoro::Task<bool> SettingsViewModel::addFolder(QString path)
+{
+    if (classifyFolder(path) == FolderClassification::Forbidden) {
+        setShowForbiddenFolderAlert(true);
+        co_return false;
+    }
+    const QString resolved = canonicalPath(path);
+    m_bookmarks.saveBookmark(resolved);
+    auto adding = addWatchedFolder(resolved);
+    const bool added = co_await adding;
+    emit watcherReconfigurationRequested();
+    co_return added;
+}
+
+void SettingsViewModel::completeOnboarding()
+{
+    m_store.setHasCompletedOnboarding(true);
+    if (!m_isOnboardingComplete) {
+        m_isOnboardingComplete = true;
+        emit isOnboardingCompleteChanged();
+    }
+    emit watcherReconfigurationRequested();
+    qCInfo(lcGeneral) << "Onboarding completed";
 }
 
 QCoro::Task<bool> SettingsViewModel::removeWatchedFolder(QString path)

@@ -27,6 +27,7 @@ namespace Nomly {
 
 class BookmarkService;
 class Database;
+class KeyCustody;
 class NetworkService;
 class UndoIgnoreService;
 class UserDefaults;
@@ -75,6 +76,9 @@ public:
                       HasApiKey hasApiKey = {},
                       MigrationService::SaveApiKey saveApiKey = {},
                       QObject *parent = nullptr);
+    // Waits for the saves still running on the database's thread, which
+    // read this object's store.
+    ~SettingsViewModel() override;
 
     // Brings the profile up to date and loads it: first launch mark, settings,
     // migrations, folder normalisation, key flags, folder configurations, demo
@@ -163,6 +167,19 @@ public:
     // Both compare folders resolved, and save the settings.
     QCoro::Task<bool> addWatchedFolder(QString path);
     QCoro::Task<bool> removeWatchedFolder(QString path);
+    // A folder the user picked to watch. A refused one raises the "Folder
+    // Not Allowed" alert and changes nothing; an allowed one keeps its
+    // access, is added once, and the Monitor is asked to follow it.
+    QCoro::Task<bool> addFolder(QString path);
+
+    // Keeps the user's key for a provider in custody and marks the settings
+    // as holding one; false, with nothing marked, when custody refused it.
+    QCoro::Task<bool> saveApiKey(KeyCustody &custody, AIProvider provider, QString key);
+    QCoro::Task<bool> removeApiKey(KeyCustody &custody, AIProvider provider);
+
+    // Remembers that the user has been through the welcome window, so it
+    // is not shown again, and lets the Monitor start.
+    void completeOnboarding();
 
     // A drop for AI Rename held nothing it can name.
     void reportNoSupportedFiles();
@@ -196,6 +213,7 @@ private:
     // Empty on success, otherwise the store's message.
     QCoro::Task<QString> storeSettings(Settings settings);
     QCoro::Task<> bringKeyFlagsInLine();
+    QCoro::Task<bool> markApiKey(AIProvider provider, bool has);
     void startConnectivityObservation();
     void setIsOffline(bool offline);
     void publishSettings(const Settings &settings);

@@ -45,10 +45,6 @@ ExitStatus add(CliProfile &profile, const QString &path, const QString &template
         CliOutput::error(QStringLiteral("'%1' is not a folder").arg(path));
         return ExitStatus::UsageError;
     }
-    if (classifyFolder(path) == FolderClassification::Forbidden) {
-        CliOutput::error(QStringLiteral("%1: %2").arg(forbiddenFolderAlertTitle(), forbiddenFolderAlertMessage()));
-        return ExitStatus::UsageError;
-    }
     std::optional<Preset> preset;
     if (!templateName.isEmpty()) {
         QString error;
@@ -63,11 +59,14 @@ ExitStatus add(CliProfile &profile, const QString &path, const QString &template
     const bool known = std::any_of(profile.settings().watchedFolders.cbegin(),
                                    profile.settings().watchedFolders.cend(),
                                    [&](const QString &folder) { return canonicalPath(folder) == resolved; });
-    if (!QCoro::waitFor(profile.state().addWatchedFolder(resolved))) {
+    if (!QCoro::waitFor(profile.state().addFolder(path))) {
+        if (profile.state().showForbiddenFolderAlert()) {
+            CliOutput::error(QStringLiteral("%1: %2").arg(forbiddenFolderAlertTitle(), forbiddenFolderAlertMessage()));
+            return ExitStatus::UsageError;
+        }
         CliOutput::error(QStringLiteral("the folder could not be saved"));
         return ExitStatus::ItemFailed;
     }
-    profile.bookmarks().saveBookmark(resolved);
     if (preset) {
         WatchedFolderConfig config = profile.state().folderConfigs().value(resolved);
         config.path = resolved;

@@ -37,28 +37,6 @@ QString readKey()
     return in.readLine().trimmed();
 }
 
-// The settings say which providers have a key, for screens that must not ask
-// the secret store each time they draw.
-Result<> recordHasKey(CliProfile &profile, AIProvider provider, bool has)
-{
-    Settings settings = profile.settings();
-    switch (provider) {
-    case AIProvider::Gemini:
-        settings.hasGeminiApiKey = has;
-        break;
-    case AIProvider::OpenAI:
-        settings.hasOpenaiApiKey = has;
-        break;
-    case AIProvider::Claude:
-        settings.hasClaudeApiKey = has;
-        break;
-    case AIProvider::Groq:
-        settings.hasGroqApiKey = has;
-        break;
-    }
-    return settings == profile.settings() ? Result<>() : profile.saveSettings(settings);
-}
-
 } // namespace
 
 ExitStatus runKeysCommand(const QStringList &arguments)
@@ -117,16 +95,14 @@ ExitStatus runKeysCommand(const QStringList &arguments)
         return ExitStatus::Success;
     }
     if (action == u"set") {
-        if (!QCoro::waitFor(custody.save(*provider, key))) {
+        if (!QCoro::waitFor(profile->state().saveApiKey(custody, *provider, key))) {
             CliOutput::error(QStringLiteral("the key for %1 could not be stored").arg(rawValue(*provider)));
             return ExitStatus::ItemFailed;
         }
-        (void)recordHasKey(*profile, *provider, true);
         CliOutput::line(QStringLiteral("Stored the key for %1").arg(rawValue(*provider)));
         return ExitStatus::Success;
     }
-    QCoro::waitFor(custody.remove(*provider));
-    (void)recordHasKey(*profile, *provider, false);
+    QCoro::waitFor(profile->state().removeApiKey(custody, *provider));
     CliOutput::line(QStringLiteral("Removed the key for %1").arg(rawValue(*provider)));
     return ExitStatus::Success;
 }

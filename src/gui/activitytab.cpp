@@ -14,6 +14,7 @@
 
 #include "gui/activityrow.h"
 #include "gui/alertbox.h"
+#include "gui/launch.h"
 #include "history/activityviewmodel.h"
 
 namespace Nomly {
@@ -30,13 +31,6 @@ enum Page
     EmptyPage,
     ListPage,
 };
-
-// Starts an action from a button; the task finishes on its own and guards
-// the tab itself.
-void launch(QCoro::Task<> task)
-{
-    Q_UNUSED(task);
-}
 
 } // namespace
 

@@ -28,18 +28,23 @@ QMessageBox::ButtonRole roleFor(const QString &text)
 
 QCoro::Task<QString> showAlert(QWidget *parent, UndoAlertState state)
 {
+    auto showing = showAlert(parent, state.title(), state.message(), state.buttons());
+    co_return co_await showing;
+}
+
+QCoro::Task<QString> showAlert(QWidget *parent, QString title, QString message, QStringList buttons)
+{
     // Deleted only once the answer is read: deleting on close would drop the
     // queued wake-up of this coroutine together with the box.
     QPointer<QMessageBox> box = new QMessageBox(parent);
-    box->setWindowTitle(state.title());
-    box->setText(state.title());
-    box->setInformativeText(state.message());
-    box->setIcon(state.buttons().isEmpty() ? QMessageBox::Information : QMessageBox::Warning);
+    box->setWindowTitle(title);
+    box->setText(title);
+    box->setInformativeText(message);
+    box->setIcon(buttons.isEmpty() ? QMessageBox::Information : QMessageBox::Warning);
 
     // The texts are kept apart from the buttons, which a platform theme may
     // decorate with accelerators.
     QHash<QAbstractButton *, QString> texts;
-    QStringList buttons = state.buttons();
     if (buttons.isEmpty())
         texts.insert(box->addButton(OkText, QMessageBox::AcceptRole), QString());
     if (buttons.size() == 1)
@@ -59,6 +64,13 @@ QCoro::Task<QString> showAlert(QWidget *parent, UndoAlertState state)
     const QString answer = texts.value(box->clickedButton());
     box->deleteLater();
     co_return answer;
+}
+
+AlertPresenter messageBoxPresenter(QWidget *parent)
+{
+    return [parent](const QString &title, const QString &message, const QStringList &buttons) {
+        return showAlert(parent, title, message, buttons);
+    };
 }
 
 } // namespace Nomly

@@ -10,8 +10,11 @@
 
 #include "app/applaunch.h"
 #include "app/settingsviewmodel.h"
+#include "gui/presentation.h"
 #include "gui/settingswindow.h"
 #include "gui/trayicon.h"
+#include "gui/welcomewindow.h"
+#include "platform/logcategories.h"
 #include "platform/singleinstance.h"
 
 namespace Nomly {
@@ -30,16 +33,12 @@ bool drawsNothing()
 
 GuiApplication::GuiApplication(AppServices services, QObject *parent)
     : QObject(parent)
+    , m_services(services)
     , m_launcher(std::make_unique<AppLauncher>(std::move(services)))
 {
-    // Files arriving with the program have no screen of their own yet; the
-    // window is brought up so that the user sees the program answer.
-    const auto present = [this](const QStringList &) {
-        if (m_window)
-            m_window->present();
-    };
-    m_launcher->openFilesHandler = present;
-    m_launcher->quickRenameHandler = present;
+    const auto receive = [this](const QStringList &paths) { receiveFiles(paths); };
+    m_launcher->openFilesHandler = receive;
+    m_launcher->quickRenameHandler = receive;
 }
 
 GuiApplication::~GuiApplication()
@@ -47,6 +46,7 @@ GuiApplication::~GuiApplication()
     // The interface binds to the launcher's state, so it goes first.
     m_tray.reset();
     m_window.reset();
+    m_welcome.reset();
 }
 
 QCoro::Task<bool> GuiApplication::start()
@@ -70,9 +70,45 @@ QCoro::Task<bool> GuiApplication::start()
         }
         co_return false;
     }
-    if (!m_window)
-        buildInterface();
+    buildTray();
+    showPrimary();
+    qCInfo(lcGeneral).noquote() << "Application initialized successfully";
     co_return true;
+}
+
+void GuiApplication::showPrimary()
+{
+    SettingsViewModel *model = m_launcher->viewModel();
+    if (!model)
+        return;
+    if (!model->isOnboardingComplete()) {
+        if (!m_welcome) {
+            m_welcome = std::make_unique<WelcomeWindow>();
+            connect(m_welcome.get(), &WelcomeWindow::completed, this, &GuiApplication::completeOnboarding);
+        }
+        m_welcome->present();
+        return;
+    }
+    if (!m_window) {
+        KeyCustody *custody = m_services.keysProvider ? m_services.keysProvider() : nullptr;
+        m_window = std::make_unique<SettingsWindow>(*model, custody);
+    }
+    m_window->present();
+}
+
+void GuiApplication::completeOnboarding()
+{
+    SettingsViewModel *model = m_launcher->viewModel();
+    if (!model)
+        return;
+    model->completeOnboarding();
+    if (m_tray)
+        m_tray->setSetupRequired(false);
+    // Hidden only once the settings window is up, so that a desktop without
+    // a tray never sees its last window close in between.
+    showPrimary();
+    if (m_welcome)
+        m_welcome->hide();
 }
 
 int GuiApplication::run(const QStringList &files)
@@ -83,14 +119,16 @@ int GuiApplication::run(const QStringList &files)
     if (!m_instance->claim())
         return m_instance->forward(files) ? 0 : 1;
     connect(m_instance.get(), &SingleInstance::filesReceived, this, [this](const QStringList &received) {
-        if (received.isEmpty() && m_window)
-            m_window->present();
+        if (received.isEmpty())
+            showPrimary();
         else
             m_launcher->openFiles(received);
     });
 
-    // The tray keeps the process alive with every window closed.
-    QApplication::setQuitOnLastWindowClosed(false);
+    applyPresentation(m_services.userDefaultsProvider(), this);
+    // The tray keeps the process alive with every window closed; without a
+    // tray, closing the last window ends the program.
+    QApplication::setQuitOnLastWindowClosed(!QSystemTrayIcon::isSystemTrayAvailable());
     if (!files.isEmpty())
         m_launcher->openFiles(files);
     QTimer::singleShot(0, this, [this] {
@@ -103,20 +141,28 @@ int GuiApplication::run(const QStringList &files)
     return QApplication::exec();
 }
 
-void GuiApplication::buildInterface()
+void GuiApplication::buildTray()
 {
-    m_window = std::make_unique<SettingsWindow>(m_launcher->viewModel()->activity());
-    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
-        // Without a tray nothing else would reach the program, and closing
-        // its only window ends it.
-        QApplication::setQuitOnLastWindowClosed(true);
-        m_window->present();
+    if (m_tray || !QSystemTrayIcon::isSystemTrayAvailable())
         return;
-    }
     m_tray = std::make_unique<TrayIcon>();
-    connect(m_tray.get(), &TrayIcon::openRequested, m_window.get(), &SettingsWindow::present);
+    m_tray->setSetupRequired(!m_launcher->viewModel()->isOnboardingComplete());
+    connect(m_tray.get(), &TrayIcon::openRequested, this, &GuiApplication::showPrimary);
+    connect(m_tray.get(), &TrayIcon::aboutRequested, this, [this] {
+        m_launcher->viewModel()->setSelectedTab(SettingsTab::About);
+        showPrimary();
+    });
     connect(m_tray.get(), &TrayIcon::quitRequested, qApp, &QCoreApplication::quit);
     m_tray->show();
+}
+
+// Files opened with the program or handed over by a second launch. Naming
+// them needs AI Rename's intake; until it exists the window comes forward
+// and the log keeps what arrived.
+void GuiApplication::receiveFiles(const QStringList &paths)
+{
+    qCInfo(lcGeneral).noquote() << "Received" << paths.size() << "file(s):" << paths.join(QStringLiteral(", "));
+    showPrimary();
 }
 
 } // namespace Nomly

@@ -14,10 +14,12 @@ class AppLauncher;
 class SingleInstance;
 class SettingsWindow;
 class TrayIcon;
+class WelcomeWindow;
 
-// The desktop face: brings the application up, then builds the window and the
-// tray icon on it. Lives on the main thread, under a QApplication, for the
-// whole run.
+// The desktop face: brings the application up, then shows the welcome window
+// on a profile that has not been through it, or else the settings window, and
+// puts the icon in the tray. Lives on the main thread, under a QApplication,
+// for the whole run.
 class GuiApplication final : public QObject
 {
     Q_OBJECT
@@ -28,27 +30,38 @@ public:
 
     AppLauncher &launcher() const { return *m_launcher; }
 
-    // Null until setup has succeeded.
+    // Each is made on first use, after setup has succeeded; null before.
     SettingsWindow *settingsWindow() const { return m_window.get(); }
+
+    WelcomeWindow *welcomeWindow() const { return m_welcome.get(); }
 
     // Null also where the desktop has no tray.
     TrayIcon *trayIcon() const { return m_tray.get(); }
 
-    // Sets up and builds the interface. The window is shown at once when
-    // there is no tray to reach it from. False when setup failed: the reason
-    // has been shown unless the platform draws nothing, and the caller ends
-    // the process with a non-zero status.
+    // Sets up, then shows the primary window. False when setup failed: the
+    // reason has been shown unless the platform draws nothing, and the caller
+    // ends the process with a non-zero status.
     QCoro::Task<bool> start();
+
+    // The welcome window until onboarding is complete, the settings window
+    // after; nothing before setup has succeeded.
+    void showPrimary();
+
+    // The user has been through the welcome window.
+    void completeOnboarding();
 
     // Runs the application from main(): the files named on the command line,
     // the launch, then the event loop; answers the exit status.
     int run(const QStringList &files);
 
 private:
-    void buildInterface();
+    void buildTray();
+    void receiveFiles(const QStringList &paths);
 
+    AppServices m_services;
     std::unique_ptr<SingleInstance> m_instance;
     std::unique_ptr<AppLauncher> m_launcher;
+    std::unique_ptr<WelcomeWindow> m_welcome;
     std::unique_ptr<SettingsWindow> m_window;
     std::unique_ptr<TrayIcon> m_tray;
 };

@@ -1,38 +1,69 @@
 #include "gui/settingswindow.h"
 
-#include <QCloseEvent>
+#include <QMessageBox>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
+#include "app/settingsviewmodel.h"
 #include "gui/abouttab.h"
 #include "gui/activitytab.h"
+#include "gui/aisetuptab.h"
+#include "gui/monitortab.h"
+#include "gui/templatestab.h"
 
 namespace Nomly {
 
-SettingsWindow::SettingsWindow(ActivityViewModel &activity, QWidget *parent)
+SettingsWindow::SettingsWindow(SettingsViewModel &model, KeyCustody *custody, QWidget *parent)
     : QWidget(parent)
+    , m_model(model)
 {
     setWindowTitle(QStringLiteral("Nomly"));
     setMinimumSize(MinimumWidth, MinimumHeight);
 
-    m_activityTab = new ActivityTab(activity, this);
-    m_aboutTab = new AboutTab(this);
     m_tabs = new QTabWidget(this);
-    m_tabs->addTab(m_activityTab, QStringLiteral("Activity"));
-    m_tabs->addTab(m_aboutTab, QStringLiteral("About"));
+    m_monitorTab = new MonitorTab(model, this);
+    m_activityTab = new ActivityTab(model.activity(), this);
+    m_templatesTab = new TemplatesTab(model, this);
+    m_aiSetupTab = new AISetupTab(model, custody, this);
+    m_aboutTab = new AboutTab(this);
+    addTab(m_monitorTab, SettingsTab::Monitor, tr("Monitor"));
+    addTab(m_activityTab, SettingsTab::Activity, tr("Activity"));
+    addTab(m_templatesTab, SettingsTab::Templates, tr("Templates"));
+    addTab(m_aiSetupTab, SettingsTab::AISetup, tr("AI Setup"));
+    addTab(m_aboutTab, SettingsTab::About, tr("About"));
 
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(m_tabs);
+
+    followSelectedTab();
+    connect(&model, &SettingsViewModel::selectedTabChanged, this, &SettingsWindow::followSelectedTab);
+    connect(m_tabs, &QTabWidget::currentChanged, this, [this](int index) {
+        if (index >= 0 && index < m_tabOrder.size())
+            m_model.setSelectedTab(m_tabOrder.at(index));
+    });
+    connect(&model, &SettingsViewModel::noticeRequested, this, [this](const QString &text) {
+        auto *box = new QMessageBox(QMessageBox::Information, QStringLiteral("Nomly"), text, QMessageBox::Ok, this);
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        box->open();
+    });
 }
 
-void SettingsWindow::showActivity()
+QList<SettingsTab> SettingsWindow::shownTabs() const
 {
-    m_tabs->setCurrentWidget(m_activityTab);
+    return m_tabOrder;
 }
 
-void SettingsWindow::showAbout()
+void SettingsWindow::addTab(QWidget *page, SettingsTab tab, const QString &title)
 {
-    m_tabs->setCurrentWidget(m_aboutTab);
+    m_tabs->addTab(page, title);
+    m_tabOrder.append(tab);
+}
+
+void SettingsWindow::followSelectedTab()
+{
+    // A tab that is not shown (its work arrives later) leaves the first one.
+    const auto index = m_tabOrder.indexOf(m_model.selectedTab());
+    m_tabs->setCurrentIndex(index < 0 ? 0 : static_cast<int>(index));
 }
 
 void SettingsWindow::present()
@@ -41,12 +72,6 @@ void SettingsWindow::present()
     show();
     raise();
     activateWindow();
-}
-
-void SettingsWindow::closeEvent(QCloseEvent *event)
-{
-    event->ignore();
-    hide();
 }
 
 } // namespace Nomly

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QList>
 #include <QWidget>
+
+#include "app/settingstab.h"
 
 class QTabWidget;
 
@@ -8,10 +11,14 @@ namespace Nomly {
 
 class AboutTab;
 class ActivityTab;
-class ActivityViewModel;
+class AISetupTab;
+class KeyCustody;
+class MonitorTab;
+class SettingsViewModel;
+class TemplatesTab;
 
-// The main window. Closing it only hides it: the process stays in the tray
-// until the user quits.
+// The main window, its tabs following the view model's selected tab. Closing
+// it hides it; with a tray the process stays there until the user quits.
 class SettingsWindow final : public QWidget
 {
     Q_OBJECT
@@ -20,23 +27,39 @@ public:
     static constexpr int MinimumWidth = 780;
     static constexpr int MinimumHeight = 640;
 
-    explicit SettingsWindow(ActivityViewModel &activity, QWidget *parent = nullptr);
+    // `custody` may be null where the desktop has no secret store.
+    SettingsWindow(SettingsViewModel &model, KeyCustody *custody, QWidget *parent = nullptr);
+
+    MonitorTab *monitorTab() const { return m_monitorTab; }
 
     ActivityTab *activityTab() const { return m_activityTab; }
 
+    TemplatesTab *templatesTab() const { return m_templatesTab; }
+
+    AISetupTab *aiSetupTab() const { return m_aiSetupTab; }
+
     AboutTab *aboutTab() const { return m_aboutTab; }
 
-    void showActivity();
-    void showAbout();
+    QTabWidget *tabs() const { return m_tabs; }
+
+    // The tabs shown, in order; a tab whose work does not exist yet is left
+    // out.
+    QList<SettingsTab> shownTabs() const;
+
     // Shows the window, restored and in front.
     void present();
 
-protected:
-    void closeEvent(QCloseEvent *event) override;
-
 private:
+    void addTab(QWidget *page, SettingsTab tab, const QString &title);
+    void followSelectedTab();
+
+    SettingsViewModel &m_model;
     QTabWidget *m_tabs = nullptr;
+    QList<SettingsTab> m_tabOrder;
+    MonitorTab *m_monitorTab = nullptr;
     ActivityTab *m_activityTab = nullptr;
+    TemplatesTab *m_templatesTab = nullptr;
+    AISetupTab *m_aiSetupTab = nullptr;
     AboutTab *m_aboutTab = nullptr;
 };
 

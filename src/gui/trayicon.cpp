@@ -14,9 +14,7 @@ TrayIcon::TrayIcon(QObject *parent)
     , m_menu(new QMenu)
     , m_icon(new QSystemTrayIcon(this))
 {
-    m_menu->addAction(QStringLiteral("Open Nomly"), this, &TrayIcon::openRequested);
-    m_menu->addSeparator();
-    m_menu->addAction(QStringLiteral("Quit Nomly"), this, &TrayIcon::quitRequested);
+    rebuildMenu();
 
     const QIcon themed = QIcon::fromTheme(QStringLiteral("nomly"));
     m_icon->setIcon(themed.isNull() ? QApplication::style()->standardIcon(QStyle::SP_FileDialogContentsView) : themed);
@@ -38,6 +36,30 @@ TrayIcon::~TrayIcon()
 void TrayIcon::show()
 {
     m_icon->show();
+}
+
+void TrayIcon::setSetupRequired(bool required)
+{
+    if (required == m_setupRequired)
+        return;
+    m_setupRequired = required;
+    rebuildMenu();
+}
+
+void TrayIcon::rebuildMenu()
+{
+    m_menu->clear();
+    if (m_setupRequired) {
+        m_menu->addAction(tr("Finish Setup..."), this, &TrayIcon::openRequested);
+    } else {
+        m_menu->addAction(tr("Open Nomly"), this, &TrayIcon::openRequested);
+        // The Monitor's pause arrives with the Monitor itself.
+        m_menu->addAction(tr("Pause Monitor"))->setEnabled(false);
+        m_menu->addSeparator();
+        m_menu->addAction(tr("About Nomly"), this, &TrayIcon::aboutRequested);
+    }
+    m_menu->addSeparator();
+    m_menu->addAction(tr("Quit"), this, &TrayIcon::quitRequested)->setShortcut(QKeySequence::Quit);
 }
 
 } // namespace Nomly

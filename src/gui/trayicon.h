@@ -21,11 +21,19 @@ public:
 
     void show();
 
+    // Until onboarding ends the menu offers only to finish it, or to quit.
+    void setSetupRequired(bool required);
+
 Q_SIGNALS:
+    // Open Nomly, or Finish Setup: the welcome window while onboarding runs.
     void openRequested();
+    void aboutRequested();
     void quitRequested();
 
 private:
+    void rebuildMenu();
+
+    bool m_setupRequired = true;
     QMenu *m_menu = nullptr;
     QSystemTrayIcon *m_icon = nullptr;
 };

@@ -51,6 +51,10 @@ public:
         return QtConcurrent::run(&m_thread, [this, work = std::move(work)]() mutable { return work(*this); });
     }
 
+    // Blocks until the work put on the database's thread has ended; an owner
+    // of state that queued work reads calls it before that state goes.
+    void waitForPendingWork() { m_thread.waitForDone(); }
+
     // Activity. Inserting also appends the rename event for statistics, in
     // the same transaction.
     Result<qint64> insertProcessedFile(const ProcessedFile &record);

@@ -13,46 +13,15 @@
 
 #include "app/applaunch.h"
 #include "app/appservices.h"
-#include "app/bookmarkservice.h"
-#include "app/networkservice.h"
 #include "app/settingsviewmodel.h"
 #include "history/database.h"
-#include "history/undoignoreservice.h"
-#include "platform/userdefaults.h"
+#include "profileservices.h"
 
 using namespace Qt::StringLiterals;
 using namespace Nomly;
+using Nomly::Test::ProfileServices;
 
 namespace {
-
-// The services of one test's profile, kept for the whole test as the
-// application keeps its own. No secret store: the key flags stay as stored.
-struct ProfileServices
-{
-    explicit ProfileServices(const QString &root)
-        : dataDirectory(root + u"/data"_s)
-        , defaults(root + u"/Nomly.conf"_s)
-        , bookmarks(defaults)
-    {}
-
-    AppServices services()
-    {
-        AppServices services;
-        services.networkProvider = [this]() -> NetworkService & { return network; };
-        services.bookmarksProvider = [this]() -> BookmarkService & { return bookmarks; };
-        services.userDefaultsProvider = [this]() -> UserDefaults & { return defaults; };
-        services.undoIgnoreProvider = [this]() -> UndoIgnoreService & { return undoIgnore; };
-        services.dataDirectoryProvider = [this] { return dataDirectory; };
-        services.databaseOpener = [](const QString &directory) { return Database::open(directory); };
-        return services;
-    }
-
-    QString dataDirectory;
-    UserDefaults defaults;
-    UndoIgnoreService undoIgnore;
-    NetworkService network;
-    BookmarkService bookmarks;
-};
 
 // "open:a,b" is openFiles({a, b}), "rename:c" quickRename({c}); a handler
 // records its call in the same form.

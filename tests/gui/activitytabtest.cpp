@@ -1,9 +1,9 @@
-// The activity tab and its window over a real database and real files.
+// The activity tab in the settings window of a started application, over its
+// real database and real files.
 
 #include <QDateTime>
 #include <QFile>
 #include <QListWidget>
-#include <QPointer>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTemporaryDir>
@@ -11,6 +11,8 @@
 
 #include <qcoro/qcorotask.h>
 
+#include "app/applaunch.h"
+#include "app/settingsviewmodel.h"
 #include "filesystemfixtures.h"
 #include "gui/activityrow.h"
 #include "gui/activitytab.h"
@@ -18,7 +20,7 @@
 #include "history/activityviewmodel.h"
 #include "history/database.h"
 #include "history/undoalertstate.h"
-#include "history/undoignoreservice.h"
+#include "profileservices.h"
 
 using namespace Qt::StringLiterals;
 using namespace Nomly;
@@ -34,12 +36,13 @@ private slots:
     {
         m_dir = std::make_unique<QTemporaryDir>();
         QVERIFY(QDir().mkpath(m_dir->filePath(u"files"_s)));
-        auto database = Database::open(m_dir->filePath(u"data"_s));
-        QVERIFY2(database.ok(), qPrintable(database.error()));
-        m_database = std::move(database).value();
-        m_undoIgnore = std::make_unique<UndoIgnoreService>();
-        m_activity = std::make_unique<ActivityViewModel>(*m_database, *m_undoIgnore);
-        m_window = std::make_unique<SettingsWindow>(*m_activity);
+        m_profile = std::make_unique<ProfileServices>(m_dir->path());
+        m_launcher = std::make_unique<AppLauncher>(m_profile->services());
+        auto starting = m_launcher->start();
+        QVERIFY(QCoro::waitFor(std::move(starting)));
+        m_database = m_launcher->database();
+        m_activity = &m_launcher->viewModel()->activity();
+        m_window = std::make_unique<SettingsWindow>(*m_launcher->viewModel(), nullptr);
         m_asked.clear();
         tab().setAlertPresenter([this](const UndoAlertState &state) -> QCoro::Task<QString> {
             m_asked.append(state);
@@ -50,9 +53,8 @@ private slots:
     void cleanup()
     {
         m_window.reset();
-        m_activity.reset();
-        m_undoIgnore.reset();
-        m_database.reset();
+        m_launcher.reset();
+        m_profile.reset();
         m_dir.reset();
     }
 
@@ -105,17 +107,6 @@ private slots:
             QVERIFY(QFile::exists(file(u"original%1.txt"_s.arg(i))));
     }
 
-    void closingHidesWindow()
-    {
-        openWindow(0);
-        QPointer<SettingsWindow> window(m_window.get());
-        QVERIFY(!m_window->close());
-        QCoreApplication::processEvents();
-        QVERIFY(window && !m_window->isVisible());
-        m_window->present();
-        QVERIFY(m_window->isVisible());
-    }
-
 private:
     ActivityTab &tab() { return *m_window->activityTab(); }
 
@@ -141,16 +132,17 @@ private:
     void openWindow(int expectedRows)
     {
         m_window->show();
-        m_window->showActivity();
+        m_launcher->viewModel()->setSelectedTab(SettingsTab::Activity);
         QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
         QTRY_COMPARE(tab().rows().size(), expectedRows);
         QTRY_VERIFY(!m_activity->isLoadingActivity());
     }
 
     std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<Database> m_database;
-    std::unique_ptr<UndoIgnoreService> m_undoIgnore;
-    std::unique_ptr<ActivityViewModel> m_activity;
+    std::unique_ptr<ProfileServices> m_profile;
+    std::unique_ptr<AppLauncher> m_launcher;
+    Database *m_database = nullptr;
+    ActivityViewModel *m_activity = nullptr;
     std::unique_ptr<SettingsWindow> m_window;
     QString m_answer; // Every alert's answer.
     QList<UndoAlertState> m_asked;

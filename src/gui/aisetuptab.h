@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QWidget>
+#include <functional>
+
+#include <qcoro/qcorotask.h>
+
+#include "settings/aiprovider.h"
+#include "settings/settings.h"
+
+class QCheckBox;
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+
+namespace Nomly {
+
+class KeyCustody;
+class SettingsViewModel;
+
+// Where the AI runs: off, the hosted service (with or without the user's own
+// provider key) or a local server. A key typed here goes straight into the
+// desktop's secret store; the tab never shows a stored key back.
+class AISetupTab final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    // Without custody there is nowhere to keep a key, and its controls stay
+    // disabled.
+    AISetupTab(SettingsViewModel &model, KeyCustody *custody, QWidget *parent = nullptr);
+
+    QCoro::Task<> saveKey();
+    QCoro::Task<> removeKey();
+
+private:
+    void refresh();
+    // Applies one change to the settings and writes them.
+    QCoro::Task<> change(std::function<void(Settings &)> edit);
+    AIProvider selectedProvider() const;
+
+    SettingsViewModel &m_model;
+    KeyCustody *m_custody = nullptr;
+    QComboBox *m_mode = nullptr;
+    QComboBox *m_provider = nullptr;
+    QCheckBox *m_byok = nullptr;
+    QLineEdit *m_key = nullptr;
+    QPushButton *m_saveKey = nullptr;
+    QPushButton *m_removeKey = nullptr;
+    QLabel *m_keyState = nullptr;
+    QLineEdit *m_endpoint = nullptr;
+    QLineEdit *m_localModel = nullptr;
+};
+
+} // namespace Nomly

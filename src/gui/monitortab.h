@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QWidget>
+#include <functional>
+
+#include <qcoro/qcorotask.h>
+
+#include "gui/alertbox.h"
+
+class QTreeWidget;
+class QPushButton;
+
+namespace Nomly {
+
+class SettingsViewModel;
+
+// The watched folders, each with the template its new files are named by.
+class MonitorTab final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    // Answers the folder the user picked, empty when cancelled. Replaced by
+    // tests; by default the desktop's folder dialog.
+    using FolderPicker = std::function<QString(QWidget *parent)>;
+
+    static const QString GlobalSettingsChoice;
+
+    explicit MonitorTab(SettingsViewModel &model, QWidget *parent = nullptr);
+
+    void setFolderPicker(FolderPicker picker) { m_pickFolder = std::move(picker); }
+
+    void setAlertPresenter(AlertPresenter presenter) { m_presentAlert = std::move(presenter); }
+
+    QTreeWidget *folders() const { return m_folders; }
+
+    QCoro::Task<> addFolder();
+    QCoro::Task<> removeSelected();
+    // An empty id leaves the folder to the global settings.
+    QCoro::Task<> chooseTemplate(QString folder, QUuid presetId);
+
+private:
+    void rebuild();
+    QCoro::Task<> presentForbiddenFolderAlert();
+
+    SettingsViewModel &m_model;
+    FolderPicker m_pickFolder;
+    AlertPresenter m_presentAlert;
+    QTreeWidget *m_folders = nullptr;
+    QPushButton *m_remove = nullptr;
+};
+
+} // namespace Nomly

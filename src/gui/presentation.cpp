@@ -1,0 +1,91 @@
+#include "gui/presentation.h"
+
+#include <QApplication>
+#include <QLibraryInfo>
+#include <QLocale>
+#include <QPalette>
+#include <QStandardPaths>
+#include <QStyle>
+#include <QStyleFactory>
+#include <QTranslator>
+
+#include "app/settingsstore.h"
+#include "platform/logcategories.h"
+#include "platform/userdefaults.h"
+#include "settings/appearancemode.h"
+#include "settings/interfacelanguage.h"
+
+namespace Nomly {
+
+namespace {
+
+QPalette darkPalette()
+{
+    QPalette palette;
+    const QColor window(0x2b, 0x2b, 0x2e);
+    const QColor base(0x1f, 0x1f, 0x22);
+    const QColor text(0xe8, 0xe8, 0xea);
+    const QColor disabledText(0x80, 0x80, 0x86);
+    const QColor highlight(0x3d, 0x7e, 0xdb);
+    palette.setColor(QPalette::Window, window);
+    palette.setColor(QPalette::WindowText, text);
+    palette.setColor(QPalette::Base, base);
+    palette.setColor(QPalette::AlternateBase, window);
+    palette.setColor(QPalette::ToolTipBase, base);
+    palette.setColor(QPalette::ToolTipText, text);
+    palette.setColor(QPalette::PlaceholderText, disabledText);
+    palette.setColor(QPalette::Text, text);
+    palette.setColor(QPalette::Button, window);
+    palette.setColor(QPalette::ButtonText, text);
+    palette.setColor(QPalette::BrightText, Qt::white);
+    palette.setColor(QPalette::Link, highlight.lighter(130));
+    palette.setColor(QPalette::Highlight, highlight);
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    for (const auto role : { QPalette::WindowText, QPalette::Text, QPalette::ButtonText })
+        palette.setColor(QPalette::Disabled, role, disabledText);
+    return palette;
+}
+
+void applyAppearance(AppearanceMode mode)
+{
+    if (mode == AppearanceMode::Auto)
+        return;
+    QStyle *fusion = QStyleFactory::create(QStringLiteral("Fusion"));
+    if (!fusion)
+        return;
+    QApplication::setStyle(fusion);
+    QApplication::setPalette(mode == AppearanceMode::Dark ? darkPalette() : fusion->standardPalette());
+}
+
+// The program's own table comes from the installed data folders; Qt's own
+// texts (standard buttons and dialogs) from Qt's translations.
+void installLanguage(InterfaceLanguage language, QObject *owner)
+{
+    const InterfaceLanguage resolved = resolvedInterfaceLanguage(language, QLocale::system().uiLanguages());
+    if (resolved == InterfaceLanguage::En)
+        return;
+    const QLocale locale(localeIdentifier(resolved));
+    auto *qtTexts = new QTranslator(owner);
+    if (qtTexts->load(
+            locale, QStringLiteral("qtbase"), QStringLiteral("_"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(qtTexts);
+    auto *ownTexts = new QTranslator(owner);
+    const QString folder = QStandardPaths::locate(
+        QStandardPaths::GenericDataLocation, QStringLiteral("nomly/translations"), QStandardPaths::LocateDirectory);
+    if (!folder.isEmpty() && ownTexts->load(locale, QStringLiteral("nomly"), QStringLiteral("_"), folder))
+        QCoreApplication::installTranslator(ownTexts);
+    else
+        qCInfo(lcGeneral).noquote() << "No interface texts for" << rawValue(resolved) << "; English is shown";
+}
+
+} // namespace
+
+void applyPresentation(const UserDefaults &defaults, QObject *owner)
+{
+    const QString appearance = defaults.value(SettingsStore::AppearanceKey).toString();
+    applyAppearance(appearanceModeFromRaw(appearance).value_or(AppearanceMode::Auto));
+    const QString language = defaults.value(SettingsStore::InterfaceLanguageKey).toString();
+    installLanguage(interfaceLanguageFromRaw(language).value_or(InterfaceLanguage::Auto), owner);
+}
+
+} // namespace Nomly

@@ -1,0 +1,256 @@
+// The settings window over a started application: a real profile in a
+// temporary home folder, its database, defaults and secret file.
+
+#include <QComboBox>
+#include <QDir>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QStandardPaths>
+#include <QTabWidget>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTreeWidget>
+#include <memory>
+
+#include <qcoro/qcorotask.h>
+
+#include "app/applaunch.h"
+#include "app/settingsviewmodel.h"
+#include "gui/aisetuptab.h"
+#include "gui/monitortab.h"
+#include "gui/patternblockeditor.h"
+#include "gui/settingswindow.h"
+#include "gui/templateeditor.h"
+#include "gui/templatestab.h"
+#include "profileservices.h"
+#include "settings/bundledpresets.h"
+
+using namespace Qt::StringLiterals;
+using namespace Nomly;
+using Nomly::Test::ProfileServices;
+
+namespace {
+
+struct Alert
+{
+    QString title;
+    QString message;
+    QStringList buttons;
+};
+
+} // namespace
+
+class SettingsWindowTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        // Watched folders must lie inside the home folder.
+        qputenv("HOME", QFile::encodeName(m_home.path()));
+    }
+
+    void init()
+    {
+        m_dir = std::make_unique<QTemporaryDir>(m_home.filePath(u"profile-XXXXXX"_s));
+        m_profile = std::make_unique<ProfileServices>(m_dir->path(), ProfileServices::Keys::InFile);
+        m_launcher = std::make_unique<AppLauncher>(m_profile->services());
+        auto starting = m_launcher->start();
+        QVERIFY(QCoro::waitFor(std::move(starting)));
+        m_window = std::make_unique<SettingsWindow>(model(), m_profile->custody.get());
+        m_alerts.clear();
+        const auto record
+            = [this](const QString &title, const QString &message, const QStringList &buttons) -> QCoro::Task<QString> {
+            m_alerts.append({ title, message, buttons });
+            co_return m_answer;
+        };
+        m_window->templatesTab()->setAlertPresenter(record);
+        m_window->monitorTab()->setAlertPresenter(record);
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+    }
+
+    void cleanup()
+    {
+        m_window.reset();
+        m_launcher.reset();
+        m_profile.reset();
+        m_dir.reset();
+    }
+
+    // The tabs whose work exists, in order, following the selected tab both
+    // ways; a tab not shown yet falls back to the first.
+    void tabsFollowSelection()
+    {
+        QCOMPARE(m_window->shownTabs(),
+                 (QList<SettingsTab> { SettingsTab::Monitor,
+                                       SettingsTab::Activity,
+                                       SettingsTab::Templates,
+                                       SettingsTab::AISetup,
+                                       SettingsTab::About }));
+        model().setSelectedTab(SettingsTab::Templates);
+        QCOMPARE(m_window->tabs()->currentWidget(), m_window->templatesTab());
+        m_window->tabs()->setCurrentWidget(m_window->aiSetupTab());
+        QCOMPARE(model().selectedTab(), SettingsTab::AISetup);
+        model().setSelectedTab(SettingsTab::Statistics);
+        QCOMPARE(m_window->tabs()->currentIndex(), 0);
+        QVERIFY(m_window->close());
+        QVERIFY(!m_window->isVisible());
+    }
+
+    void screenshotOfEachTab()
+    {
+        const QString folder = QCoreApplication::applicationDirPath() + u"/screenshots"_s;
+        QVERIFY(QDir().mkpath(folder));
+        for (int i = 0; i < m_window->tabs()->count(); ++i) {
+            m_window->tabs()->setCurrentIndex(i);
+            QCoreApplication::processEvents();
+            const QString name = m_window->tabs()->tabText(i).toLower().replace(u' ', u'-');
+            QVERIFY(m_window->grab().save(folder + u"/settings-"_s + name + u".png"_s));
+        }
+    }
+
+    // Typing text and picking a variable in the block editor shows the
+    // sample name at once, and saving keeps the pattern.
+    void editedTemplatePreviewsName()
+    {
+        TemplatesTab &tab = *m_window->templatesTab();
+        auto creating = tab.createTemplate();
+        QCoro::waitFor(std::move(creating));
+        TemplateEditor &editor = *tab.editor();
+        editor.setClock([] { return QDateTime(QDate(2026, 11, 23), QTime(9, 30), Qt::UTC); });
+        selectData(editor.findChild<QComboBox *>(u"caseStyle"_s), u"title"_s);
+        selectData(editor.findChild<QComboBox *>(u"wordSeparator"_s), u"_"_s);
+        auto *text = editor.findChild<QLineEdit *>(u"addText"_s);
+        QTest::keyClicks(text, u"Invoice"_s);
+        QTest::keyClick(text, Qt::Key_Return);
+        selectData(editor.findChild<QComboBox *>(u"addVariable"_s), u"{vendor}"_s);
+
+        auto *preview = editor.findChild<QLabel *>(u"preview"_s);
+        QCOMPARE(preview->text(), u"Wireless_Headphones Invoice Sample_Vendor.pdf"_s);
+        editor.findChild<QPushButton *>(u"saveTemplate"_s)->click();
+        QTRY_COMPARE(presetPattern(tab.selectedId()), u"{Title_Name} Invoice {vendor}"_s);
+    }
+
+    void deleteAsksAndRestoreBringsBack_data()
+    {
+        QTest::addColumn<QString>("answer");
+        QTest::addColumn<bool>("deleted");
+        QTest::newRow("dismissed") << QString() << false;
+        QTest::newRow("confirmed") << TemplatesTab::DeleteButton << true;
+    }
+
+    void deleteAsksAndRestoreBringsBack()
+    {
+        QFETCH(QString, answer);
+        QFETCH(bool, deleted);
+        TemplatesTab &tab = *m_window->templatesTab();
+        const qsizetype before = model().presets().size();
+        QVERIFY(before > 0);
+        tab.list()->setCurrentRow(0);
+        const QUuid id = tab.selectedId();
+        m_answer = answer;
+        m_window->findChild<QPushButton *>(u"deleteTemplate"_s)->click();
+        QTRY_COMPARE(m_alerts.size(), 1);
+        QCOMPARE(m_alerts.first().buttons, QStringList { TemplatesTab::DeleteButton });
+        QTRY_COMPARE(model().presets().size(), deleted ? before - 1 : before);
+        QCOMPARE(tab.list()->count(), model().presets().size());
+        m_window->findChild<QPushButton *>(u"restoreTemplates"_s)->click();
+        QTRY_COMPARE(model().presets().size(), before);
+        QVERIFY(!presetPattern(id).isNull() || deleted);
+    }
+
+    void monitorRefusesForbiddenFolder_data()
+    {
+        QTest::addColumn<QString>("picked");
+        QTest::addColumn<bool>("added");
+        QTest::newRow("root") << u"/"_s << false;
+        QTest::newRow("home itself") << QDir::homePath() << false;
+        QTest::newRow("inside home") << u"Documents"_s << true;
+    }
+
+    void monitorRefusesForbiddenFolder()
+    {
+        QFETCH(QString, picked);
+        QFETCH(bool, added);
+        const QString folder = QDir::isAbsolutePath(picked) ? picked : m_dir->filePath(picked);
+        QVERIFY(QDir().mkpath(folder));
+        MonitorTab &tab = *m_window->monitorTab();
+        tab.setFolderPicker([folder](QWidget *) { return folder; });
+        m_window->findChild<QPushButton *>(u"addFolder"_s)->click();
+        QTRY_COMPARE(tab.folders()->topLevelItemCount(), added ? 1 : 0);
+        QTRY_COMPARE(m_alerts.size(), added ? 0 : 1);
+        if (!added) {
+            QCOMPARE(m_alerts.first().title, u"Folder Not Allowed"_s);
+            QTRY_VERIFY(!model().showForbiddenFolderAlert());
+            return;
+        }
+        // A template chosen on the row becomes the folder's configuration.
+        auto *choice = qobject_cast<QComboBox *>(tab.folders()->itemWidget(tab.folders()->topLevelItem(0), 1));
+        QVERIFY(choice);
+        const QUuid chosen = choice->itemData(1).toUuid();
+        choice->setCurrentIndex(1);
+        emit choice->activated(1);
+        const QString watched = model().settings().watchedFolders.value(0);
+        QTRY_COMPARE(model().folderConfigs().value(watched).presetId.value_or(QUuid()), chosen);
+    }
+
+    // A key goes into the secret file and only its flag into the settings;
+    // removing it clears both.
+    void keyKeptInCustody()
+    {
+        AISetupTab &tab = *m_window->aiSetupTab();
+        selectData(tab.findChild<QComboBox *>(u"provider"_s), u"OpenAI"_s, Qt::DisplayRole);
+        QTRY_COMPARE(model().settings().aiProvider, AIProvider::OpenAI);
+        auto *key = tab.findChild<QLineEdit *>(u"apiKey"_s);
+        QTest::keyClicks(key, u"sk-test-123"_s);
+        tab.findChild<QPushButton *>(u"saveKey"_s)->click();
+        QTRY_VERIFY(model().settings().hasOpenaiApiKey);
+        QTRY_VERIFY(key->text().isEmpty());
+        auto loading = m_profile->custody->load(AIProvider::OpenAI);
+        QCOMPARE(QCoro::waitFor(std::move(loading)), std::optional<QString>(u"sk-test-123"_s));
+
+        tab.findChild<QPushButton *>(u"removeKey"_s)->click();
+        QTRY_VERIFY(!model().settings().hasOpenaiApiKey);
+        auto checking = m_profile->custody->has(AIProvider::OpenAI);
+        QVERIFY(!QCoro::waitFor(std::move(checking)));
+    }
+
+private:
+    SettingsViewModel &model() { return *m_launcher->viewModel(); }
+
+    QString presetPattern(const QUuid &id)
+    {
+        for (const Preset &preset : model().presets())
+            if (preset.id == id)
+                return preset.settings.namingPattern.value_or(u""_s);
+        return {};
+    }
+
+    // Chooses as a user does: the item, then the activation signal the
+    // widgets act on.
+    static void selectData(QComboBox *box, const QString &value, int role = Qt::UserRole)
+    {
+        QVERIFY(box);
+        const int index = box->findData(value, role);
+        QVERIFY2(index >= 0, qPrintable(value));
+        box->setCurrentIndex(index);
+        emit box->activated(index);
+    }
+
+    QTemporaryDir m_home;
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<ProfileServices> m_profile;
+    std::unique_ptr<AppLauncher> m_launcher;
+    std::unique_ptr<SettingsWindow> m_window;
+    QString m_answer;
+    QList<Alert> m_alerts;
+};
+
+QTEST_MAIN(SettingsWindowTest)
+#include "settingswindowtest.moc"
