@@ -26,6 +26,11 @@ packages=(
     dbus
     dbus-bin
     gnome-keyring
+    # the desktop face on a virtual display (xvfb-run), and the check of
+    # its desktop entry
+    xvfb
+    xauth
+    desktop-file-utils
     # benchmarks
     libbenchmark-dev
 )

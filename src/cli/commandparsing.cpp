@@ -1,5 +1,7 @@
 #include "cli/commandparsing.h"
 
+#include <QCoreApplication>
+
 #include "cli/clioutput.h"
 
 namespace Nomly {
@@ -13,7 +15,13 @@ std::optional<ExitStatus> parseOrAnswer(QCommandLineParser &parser,
         return ExitStatus::UsageError;
     }
     if (parser.isSet(helpOption)) {
-        CliOutput::line(parser.helpText());
+        // The parser names the program by its path; the command's own name
+        // ("nomly apply") is what the user types.
+        QString help = parser.helpText();
+        const QString programUsage = QStringLiteral("Usage: ") + QCoreApplication::arguments().value(0);
+        if (!arguments.isEmpty() && help.startsWith(programUsage))
+            help = QStringLiteral("Usage: ") + arguments.constFirst() + help.mid(programUsage.size());
+        CliOutput::line(help);
         return ExitStatus::Success;
     }
     return std::nullopt;

@@ -114,7 +114,12 @@ QList<ActivityRow *> ActivityTab::rows() const
 void ActivityTab::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
-    if (m_loadStarted)
+    refresh();
+}
+
+void ActivityTab::refresh()
+{
+    if (m_activity.isLoadingActivity() || m_activity.isLoadingMoreActivity() || m_activity.isUndoingAll())
         return;
     m_loadStarted = true;
     launch(m_activity.loadActivity());

@@ -47,6 +47,10 @@ public:
     // for removal instead.
     QCoro::Task<> showInFolder(ProcessedFile record);
 
+    // Reads the list again, for renames another process (the command line,
+    // the monitor) recorded since; skipped while the list is busy.
+    void refresh();
+
 protected:
     void showEvent(QShowEvent *event) override;
 

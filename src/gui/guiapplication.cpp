@@ -5,6 +5,9 @@
 #include <QPointer>
 #include <QSystemTrayIcon>
 #include <QTimer>
+#include <chrono>
+
+#include <unistd.h>
 
 #include <qcoro/qcorosignal.h>
 
@@ -21,13 +24,19 @@ namespace Nomly {
 
 namespace {
 
-// The platform used by tests and headless runs: a box there would wait for
-// a click that never comes.
-bool drawsNothing()
+// Whether a failed start is told in a message box. Tests and headless runs
+// draw nothing, and a box there would wait for a click that never comes; a
+// start from a terminal has the message printed there already.
+bool showsFailureBox()
 {
-    return QGuiApplication::platformName() == QStringLiteral("offscreen")
-        || QGuiApplication::platformName() == QStringLiteral("minimal");
+    const QString platform = QGuiApplication::platformName();
+    if (platform == QStringLiteral("offscreen") || platform == QStringLiteral("minimal"))
+        return false;
+    return !isatty(STDERR_FILENO);
 }
+
+// Long enough to read; the message stays in the journal after it.
+constexpr auto FailureBoxTimeout = std::chrono::seconds(15);
 
 } // namespace
 
@@ -57,11 +66,13 @@ QCoro::Task<bool> GuiApplication::start()
     if (!self)
         co_return false;
     if (!started) {
-        if (!drawsNothing()) {
+        if (showsFailureBox()) {
             auto *box = new QMessageBox(QMessageBox::Critical,
                                         QStringLiteral("Nomly"),
                                         AppLauncher::InitializationErrorPrefix + m_launcher->failureDescription(),
                                         QMessageBox::Ok);
+            // Nobody may be at the screen; the program must not linger.
+            QTimer::singleShot(FailureBoxTimeout, box, &QMessageBox::reject);
             box->open();
             auto closed = qCoro(box, &QMessageBox::finished);
             co_await closed;
@@ -87,6 +98,7 @@ void GuiApplication::showPrimary()
             connect(m_welcome.get(), &WelcomeWindow::completed, this, &GuiApplication::completeOnboarding);
         }
         m_welcome->present();
+        qCInfo(lcGeneral).noquote() << "Welcome window shown";
         return;
     }
     if (!m_window) {
@@ -94,6 +106,7 @@ void GuiApplication::showPrimary()
         m_window = std::make_unique<SettingsWindow>(*model, custody);
     }
     m_window->present();
+    qCInfo(lcGeneral).noquote() << "Settings window shown";
 }
 
 void GuiApplication::completeOnboarding()

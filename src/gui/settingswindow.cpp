@@ -1,5 +1,6 @@
 #include "gui/settingswindow.h"
 
+#include <QEvent>
 #include <QMessageBox>
 #include <QTabWidget>
 #include <QVBoxLayout>
@@ -64,6 +65,14 @@ void SettingsWindow::followSelectedTab()
     // A tab that is not shown (its work arrives later) leaves the first one.
     const auto index = m_tabOrder.indexOf(m_model.selectedTab());
     m_tabs->setCurrentIndex(index < 0 ? 0 : static_cast<int>(index));
+}
+
+void SettingsWindow::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    // Coming back to the window shows what was renamed meanwhile elsewhere.
+    if (event->type() == QEvent::ActivationChange && isActiveWindow() && m_activityTab->isVisible())
+        m_activityTab->refresh();
 }
 
 void SettingsWindow::present()

@@ -49,6 +49,9 @@ public:
     // Shows the window, restored and in front.
     void present();
 
+protected:
+    void changeEvent(QEvent *event) override;
+
 private:
     void addTab(QWidget *page, SettingsTab tab, const QString &title);
     void followSelectedTab();

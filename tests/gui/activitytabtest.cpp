@@ -107,15 +107,28 @@ private slots:
             QVERIFY(QFile::exists(file(u"original%1.txt"_s.arg(i))));
     }
 
+    // A rename the command line records while the window is open shows when
+    // the user comes back to the tab.
+    void renameRecordedElsewhereShowsOnReturn()
+    {
+        storeMany(1);
+        openWindow(1);
+        m_launcher->viewModel()->setSelectedTab(SettingsTab::About);
+        storeMany(2, 2);
+        m_launcher->viewModel()->setSelectedTab(SettingsTab::Activity);
+        QTRY_COMPARE(tab().rows().size(), 3);
+    }
+
 private:
     ActivityTab &tab() { return *m_window->activityTab(); }
 
     QString file(const QString &name) const { return m_dir->filePath(u"files/"_s + name); }
 
-    // Renames of original<i>.txt to renamed<i>.txt, later by i, on disk.
-    void storeMany(int count)
+    // Renames of original<i>.txt to renamed<i>.txt from i = first, later by i,
+    // on disk.
+    void storeMany(int count, int first = 1)
     {
-        for (int i = 1; i <= count; ++i) {
+        for (int i = first; i < first + count; ++i) {
             ProcessedFile record;
             record.originalName = u"original%1.txt"_s.arg(i);
             record.newName = record.title = u"renamed%1.txt"_s.arg(i);
