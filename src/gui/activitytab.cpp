@@ -16,6 +16,7 @@
 #include "gui/alertbox.h"
 #include "gui/launch.h"
 #include "history/activityviewmodel.h"
+#include "platform/filemanager.h"
 
 namespace Nomly {
 
@@ -230,7 +231,10 @@ QCoro::Task<> ActivityTab::showInFolder(ProcessedFile record)
     QPointer<ActivityTab> self(this);
     const QFileInfo file(record.newPath);
     if (file.exists()) {
-        QDesktopServices::openUrl(QUrl::fromLocalFile(file.absolutePath()));
+        // The file manager selects the file; without one the folder opens.
+        auto showing = showItemInFileManager(file.absoluteFilePath());
+        if (!co_await showing)
+            QDesktopServices::openUrl(QUrl::fromLocalFile(file.absolutePath()));
         co_return;
     }
     UndoAlertState alert;

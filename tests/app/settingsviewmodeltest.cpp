@@ -157,6 +157,27 @@ private slots:
         QCOMPARE(m_viewModel->settings(), reloaded);
     }
 
+    // One demo template that cannot be stored does not stop the others, and
+    // the profile still counts as seeded: a later launch adds nothing.
+    void partialSeedingStillMarksSeeded()
+    {
+        m_viewModel.reset();
+        QVERIFY(execute(m_database->filePath(), R"(
+            DELETE FROM presets;
+            CREATE TRIGGER refuse_music BEFORE INSERT ON presets WHEN NEW.name = 'Music Tracks'
+            BEGIN SELECT RAISE(ABORT, 'disk full'); END;)"));
+        m_defaults->remove(u"hasSeededBundledPresets"_s);
+
+        createViewModel();
+        QCOMPARE(m_viewModel->presets().size(), 10);
+        QVERIFY(m_defaults->boolValue(u"hasSeededBundledPresets"_s));
+
+        m_viewModel.reset();
+        QVERIFY(execute(m_database->filePath(), "DROP TRIGGER refuse_music;"));
+        createViewModel();
+        QCOMPARE(m_viewModel->presets().size(), 10);
+    }
+
     void watchedFolderFor_data()
     {
         QTest::addColumn<QStringList>("folders");
