@@ -94,6 +94,19 @@ private slots:
         QCOMPARE(readFile(file(u"renamed1.txt"_s)), QByteArray("renamed1.txt"));
     }
 
+    void undoFromListRestoresFile()
+    {
+        storeMany(2);
+        openWindow(2);
+        // Newest first: the row for original2.txt.
+        tab().rows().at(0)->findChild<QPushButton *>(u"undo"_s)->click();
+        QTRY_COMPARE(tab().rows().size(), 1);
+        QVERIFY(m_asked.isEmpty());
+        QCOMPARE(readFile(file(u"original2.txt"_s)), QByteArray("renamed2.txt"));
+        QVERIFY(!QFile::exists(file(u"renamed2.txt"_s)));
+        QCOMPARE(tab().rows().at(0)->record().newName, u"renamed1.txt"_s);
+    }
+
     void undoAllEmptiesTheList()
     {
         storeMany(3);
