@@ -26,6 +26,7 @@ bench: deps
 	cmake --build --preset release -j $(JOBS)
 	build-release/bench/nomly-bench
 	build-release/bench/nomly-history-bench
+	build-release/bench/nomly-content-bench
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i

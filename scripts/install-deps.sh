@@ -18,6 +18,7 @@ packages=(
     qcoro-qt6-dev
     libicu-dev
     libsqlite3-dev
+    libssl-dev
     qtkeychain-qt6-dev
     # getfattr and setfattr, to look at the attributes renamed files carry
     attr
