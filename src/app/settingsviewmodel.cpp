@@ -256,10 +256,15 @@ QCoro::Task<bool> SettingsViewModel::removeApiKey(KeyCustody &custody, AIProvide
     QPointer<SettingsViewModel> self(this);
     auto removing = custody.remove(provider);
     co_await removing;
+    // A locked or failing store may have kept the key; the flag says what
+    // is there, not what was asked for.
+    auto checking = custody.has(provider);
+    const bool kept = co_await checking;
     if (!self)
         co_return false;
-    auto marking = markApiKey(provider, false);
-    co_return co_await marking;
+    auto marking = markApiKey(provider, kept);
+    const bool marked = co_await marking;
+    co_return marked && !kept;
 }
 
 QCoro::Task<> SettingsViewModel::bringKeyFlagsInLine()
@@ -547,10 +552,12 @@ QCoro::Task<bool> SettingsViewModel::addFolder(QString path)
         co_return false;
     }
     const QString resolved = canonicalPath(path);
-    m_bookmarks.saveBookmark(resolved);
     auto adding = addWatchedFolder(resolved);
     const bool added = co_await adding;
-    emit watcherReconfigurationRequested();
+    if (added) {
+        m_bookmarks.saveBookmark(resolved);
+        emit watcherReconfigurationRequested();
+    }
     co_return added;
 }
 

@@ -175,6 +175,8 @@ public:
     // Keeps the user's key for a provider in custody and marks the settings
     // as holding one; false, with nothing marked, when custody refused it.
     QCoro::Task<bool> saveApiKey(KeyCustody &custody, AIProvider provider, QString key);
+    // Takes the key out of custody; the flag follows what custody then
+    // holds, and false means the key is still there.
     QCoro::Task<bool> removeApiKey(KeyCustody &custody, AIProvider provider);
 
     // Remembers that the user has been through the welcome window, so it

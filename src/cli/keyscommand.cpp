@@ -102,7 +102,10 @@ ExitStatus runKeysCommand(const QStringList &arguments)
         CliOutput::line(QStringLiteral("Stored the key for %1").arg(rawValue(*provider)));
         return ExitStatus::Success;
     }
-    QCoro::waitFor(profile->state().removeApiKey(custody, *provider));
+    if (!QCoro::waitFor(profile->state().removeApiKey(custody, *provider))) {
+        CliOutput::error(QStringLiteral("the key for %1 could not be removed").arg(rawValue(*provider)));
+        return ExitStatus::ItemFailed;
+    }
     CliOutput::line(QStringLiteral("Removed the key for %1").arg(rawValue(*provider)));
     return ExitStatus::Success;
 }

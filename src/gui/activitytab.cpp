@@ -120,10 +120,12 @@ void ActivityTab::showEvent(QShowEvent *event)
 
 void ActivityTab::refresh()
 {
-    if (m_activity.isLoadingActivity() || m_activity.isLoadingMoreActivity() || m_activity.isUndoingAll())
+    if (!m_loadStarted) {
+        m_loadStarted = true;
+        launch(m_activity.loadActivity());
         return;
-    m_loadStarted = true;
-    launch(m_activity.loadActivity());
+    }
+    launch(m_activity.reloadIfChanged());
 }
 
 void ActivityTab::rebuildRows()

@@ -47,8 +47,8 @@ public:
     // for removal instead.
     QCoro::Task<> showInFolder(ProcessedFile record);
 
-    // Reads the list again, for renames another process (the command line,
-    // the monitor) recorded since; skipped while the list is busy.
+    // Loads the list on first use; later, reads it again only when another
+    // process (the command line, the monitor) changed the log since.
     void refresh();
 
 protected:

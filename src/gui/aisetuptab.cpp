@@ -13,6 +13,7 @@
 #include <array>
 #include <utility>
 
+#include "ai/secretstores.h"
 #include "app/settingsviewmodel.h"
 #include "gui/launch.h"
 
@@ -93,6 +94,13 @@ AISetupTab::AISetupTab(SettingsViewModel &model, KeyCustody *custody, QWidget *p
     m_removeKey->setObjectName(QStringLiteral("removeKey"));
     m_keyState = new QLabel(this);
     m_keyState->setObjectName(QStringLiteral("keyState"));
+    // Asked once: whether a key typed here goes to the desktop's keyring or
+    // to the file that stands in for it.
+    auto *storage = new QLabel(this);
+    storage->setObjectName(QStringLiteral("keyStorage"));
+    storage->setWordWrap(true);
+    storage->setVisible(m_custody && !secretServiceAvailable());
+    storage->setText(tr("No Secret Service answers on this session; keys are kept in a file only you can read."));
 
     m_endpoint = new QLineEdit(this);
     m_endpoint->setObjectName(QStringLiteral("localEndpoint"));
@@ -110,6 +118,7 @@ AISetupTab::AISetupTab(SettingsViewModel &model, KeyCustody *custody, QWidget *p
     form->addRow(QString(), m_byok);
     form->addRow(tr("API key"), keyRow);
     form->addRow(QString(), m_keyState);
+    form->addRow(QString(), storage);
     form->addRow(tr("Local endpoint"), m_endpoint);
     form->addRow(tr("Local model"), m_localModel);
     auto *layout = new QVBoxLayout(this);
@@ -129,14 +138,18 @@ AISetupTab::AISetupTab(SettingsViewModel &model, KeyCustody *custody, QWidget *p
     });
     connect(m_endpoint, &QLineEdit::editingFinished, this, [this] {
         const QString endpoint = m_endpoint->text().trimmed();
-        if (endpoint.isEmpty() || endpoint == m_model.settings().localAIEndpoint)
+        if (endpoint.isEmpty() || endpoint == m_model.settings().localAIEndpoint) {
+            m_endpoint->setText(m_model.settings().localAIEndpoint);
             return;
+        }
         launch(change([endpoint](Settings &settings) { settings.localAIEndpoint = endpoint; }));
     });
     connect(m_localModel, &QLineEdit::editingFinished, this, [this] {
         const QString name = m_localModel->text().trimmed();
-        if (name.isEmpty() || name == m_model.settings().localAIModel)
+        if (name.isEmpty() || name == m_model.settings().localAIModel) {
+            m_localModel->setText(m_model.settings().localAIModel);
             return;
+        }
         launch(change([name](Settings &settings) { settings.localAIModel = name; }));
     });
     connect(m_key, &QLineEdit::textChanged, this, &AISetupTab::refresh);

@@ -132,9 +132,10 @@ Preset TemplateEditor::editedPreset() const
     edited.name = m_name->text().trimmed();
     edited.description = m_description->text().trimmed();
     AnalysisSettings &settings = edited.settings;
-    // Naming the template never set stays inherited unless it was edited, so
-    // a later change of the global settings still reaches it.
-    if (m_namingTouched || settings.namingPattern) {
+    // Naming is written only when edited: an inherited pattern stays
+    // inherited, so a later change of the global settings still reaches it,
+    // and a stored one stays exactly as stored.
+    if (m_namingTouched) {
         const NamingPatternEditor &model = m_pattern->model();
         settings.namingPattern = model.text();
         settings.namingPatternBlocks = model.blocks().isEmpty() ? std::nullopt : std::make_optional(model.blocks());
@@ -146,6 +147,11 @@ Preset TemplateEditor::editedPreset() const
     if (settings.dateFormat || (!dateFormat.isEmpty() && dateFormat != m_global.dateFormat))
         settings.dateFormat = dateFormat.isEmpty() ? m_global.dateFormat : dateFormat;
     return edited;
+}
+
+bool TemplateEditor::hasChanges() const
+{
+    return !m_preset.id.isNull() && editedPreset() != m_preset;
 }
 
 QString TemplateEditor::previewName() const

@@ -31,6 +31,8 @@ public:
 
     // The template with the edits made so far.
     Preset editedPreset() const;
+    // Whether the fields differ from the template as it was shown.
+    bool hasChanges() const;
 
     PatternBlockEditor *patternEditor() const { return m_pattern; }
 

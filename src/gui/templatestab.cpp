@@ -43,7 +43,12 @@ TemplatesTab::TemplatesTab(SettingsViewModel &model, QWidget *parent)
     connect(m_delete, &QPushButton::clicked, this, [this] { launch(deleteSelected()); });
     connect(restore, &QPushButton::clicked, this, [this] { launch(restoreDemoTemplates()); });
     connect(m_editor, &TemplateEditor::saveRequested, this, [this] { launch(saveSelected()); });
-    connect(m_list, &QListWidget::currentRowChanged, this, &TemplatesTab::showSelected);
+    connect(m_list, &QListWidget::currentRowChanged, this, [this] {
+        // Moving to another template keeps what was typed into this one.
+        if (m_editor->hasChanges())
+            launch(save(m_editor->editedPreset()));
+        showSelected();
+    });
     connect(&m_model, &SettingsViewModel::presetsChanged, this, &TemplatesTab::rebuildList);
 
     auto *listButtons = new QHBoxLayout;
@@ -113,7 +118,9 @@ void TemplatesTab::showSelected()
     const bool found = preset != m_model.presets().cend();
     m_editor->setEnabled(found);
     m_delete->setEnabled(found);
-    if (found && m_editor->editedPreset().id != id)
+    // The same template is shown again only once its edits are stored, so
+    // that they become the editor's new starting point.
+    if (found && (m_editor->editedPreset().id != id || m_editor->editedPreset() == *preset))
         m_editor->setPreset(*preset, m_model.settings());
 }
 
@@ -131,8 +138,13 @@ QCoro::Task<> TemplatesTab::createTemplate()
 
 QCoro::Task<> TemplatesTab::saveSelected()
 {
+    auto saving = save(m_editor->editedPreset());
+    co_await saving;
+}
+
+QCoro::Task<> TemplatesTab::save(Preset edited)
+{
     QPointer<TemplatesTab> self(this);
-    const Preset edited = m_editor->editedPreset();
     if (edited.id.isNull() || edited.name.isEmpty())
         co_return;
     auto saving = m_model.updatePreset(edited);

@@ -7,6 +7,7 @@
 #include <qcoro/qcorotask.h>
 
 #include "gui/alertbox.h"
+#include "settings/preset.h"
 
 class QListWidget;
 class QPushButton;
@@ -46,6 +47,7 @@ public:
     QCoro::Task<> restoreDemoTemplates();
 
 private:
+    QCoro::Task<> save(Preset edited);
     void rebuildList();
     void showSelected();
 

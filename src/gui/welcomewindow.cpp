@@ -11,7 +11,6 @@ WelcomeWindow::WelcomeWindow(QWidget *parent)
 {
     setObjectName(QStringLiteral("welcomeWindow"));
     setWindowTitle(tr("Welcome to Nomly"));
-    setFixedSize(Width, Height);
 
     auto *title = new QLabel(tr("Welcome to Nomly"), this);
     QFont titleFont = title->font();
@@ -41,6 +40,8 @@ WelcomeWindow::WelcomeWindow(QWidget *parent)
     layout->addWidget(intro);
     layout->addStretch(1);
     layout->addWidget(start, 0, Qt::AlignHCenter);
+    // Larger fonts or longer translations grow it rather than clip it.
+    setFixedSize(sizeHint().expandedTo(QSize(Width, Height)));
 }
 
 void WelcomeWindow::present()

@@ -12,6 +12,7 @@ class WelcomeWindow final : public QWidget
     Q_OBJECT
 
 public:
+    // The size at the usual font; a larger one grows the window.
     static constexpr int Width = 520;
     static constexpr int Height = 360;
 

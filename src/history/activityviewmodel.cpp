@@ -112,6 +112,32 @@ QCoro::Task<> ActivityViewModel::loadActivity()
     setIsLoadingActivity(false);
 }
 
+QCoro::Task<> ActivityViewModel::reloadIfChanged()
+{
+    if (m_isLoadingActivity || m_isLoadingMoreActivity || m_isUndoingAll)
+        co_return;
+    const QPointer<ActivityViewModel> self(this);
+    auto read = m_database.run([](Database &database) -> Result<ActivityPage> {
+        auto newest = database.fetchActiveProcessedFiles(1, 0);
+        if (!newest)
+            return newest.failure();
+        const auto count = database.countActiveProcessedFiles();
+        if (!count)
+            return count.failure();
+        return ActivityPage { std::move(newest).value(), count.value() };
+    });
+    const Result<ActivityPage> head = co_await read;
+    if (!self || !head)
+        co_return;
+    const auto newestId = [](const QList<ProcessedFile> &files) {
+        return files.isEmpty() ? std::optional<qint64>() : files.first().id;
+    };
+    if (head.value().totalCount == m_activityTotalCount && newestId(head.value().files) == newestId(m_activityFiles))
+        co_return;
+    auto reload = loadActivity();
+    co_await reload;
+}
+
 QCoro::Task<> ActivityViewModel::loadMoreActivity()
 {
     const qsizetype loaded = m_activityFiles.size();

@@ -55,6 +55,10 @@ public:
 
     QCoro::Task<> loadActivity();
     QCoro::Task<> loadMoreActivity();
+    // Loads the first page again only when another process changed the log
+    // (a different count or newest record), so the pages already loaded
+    // stay when nothing did.
+    QCoro::Task<> reloadIfChanged();
     void addActivityFile(const ProcessedFile &record);
 
     // Everything undo needs is in the record: both paths, the hash and the

@@ -137,6 +137,26 @@ private slots:
         QTRY_COMPARE(presetPattern(tab.selectedId()), u"{Title_Name} Invoice {vendor}"_s);
     }
 
+    // Choosing another template keeps the edits of the one left.
+    void switchingTemplatesKeepsEdits()
+    {
+        TemplatesTab &tab = *m_window->templatesTab();
+        tab.list()->setCurrentRow(0);
+        const QUuid edited = tab.selectedId();
+        for (int row = 0; row < tab.list()->count(); ++row) {
+            tab.list()->setCurrentRow(row);
+            QVERIFY2(!tab.editor()->hasChanges(), qPrintable(tab.list()->currentItem()->text()));
+        }
+        tab.list()->setCurrentRow(0);
+        auto *name = tab.editor()->findChild<QLineEdit *>(u"templateName"_s);
+        name->selectAll();
+        QTest::keyClicks(name, u"Renamed Template"_s);
+        QVERIFY(tab.editor()->hasChanges());
+        tab.list()->setCurrentRow(1);
+        QTRY_COMPARE(presetName(edited), u"Renamed Template"_s);
+        QVERIFY(!tab.editor()->hasChanges());
+    }
+
     void deleteAsksAndRestoreBringsBack_data()
     {
         QTest::addColumn<QString>("answer");
@@ -223,6 +243,14 @@ private slots:
 
 private:
     SettingsViewModel &model() { return *m_launcher->viewModel(); }
+
+    QString presetName(const QUuid &id)
+    {
+        for (const Preset &preset : model().presets())
+            if (preset.id == id)
+                return preset.name;
+        return {};
+    }
 
     QString presetPattern(const QUuid &id)
     {
