@@ -216,8 +216,12 @@ QCoro::Task<QString> SettingsViewModel::storeSettings(Settings settings)
 QCoro::Task<bool> SettingsViewModel::saveSettings()
 {
     const Settings saved = m_settings;
+    const QPointer<SettingsViewModel> self(this);
     auto storing = storeSettings(saved);
-    if (const QString error = co_await storing; !error.isEmpty()) {
+    const QString error = co_await storing;
+    if (!self)
+        co_return false;
+    if (!error.isEmpty()) {
         qCCritical(lcConfig).noquote() << "Failed to save settings:" << error;
         co_return false;
     }
@@ -430,8 +434,12 @@ EffectiveAnalysisSettings SettingsViewModel::settingsFor(const QString &path, Pr
 
 QCoro::Task<bool> SettingsViewModel::createPreset(Preset preset)
 {
+    const QPointer<SettingsViewModel> self(this);
     auto saving = m_database.run([preset](Database &database) { return database.savePreset(preset).error(); });
-    if (const QString error = co_await saving; !error.isEmpty()) {
+    const QString error = co_await saving;
+    if (!self)
+        co_return false;
+    if (!error.isEmpty()) {
         qCCritical(lcDatabase).noquote() << "Failed to create preset:" << error;
         co_return false;
     }
@@ -442,8 +450,12 @@ QCoro::Task<bool> SettingsViewModel::createPreset(Preset preset)
 
 QCoro::Task<bool> SettingsViewModel::updatePreset(Preset preset)
 {
+    const QPointer<SettingsViewModel> self(this);
     auto saving = m_database.run([preset](Database &database) { return database.savePreset(preset).error(); });
-    if (const QString error = co_await saving; !error.isEmpty()) {
+    const QString error = co_await saving;
+    if (!self)
+        co_return false;
+    if (!error.isEmpty()) {
         qCCritical(lcDatabase).noquote() << "Failed to update preset:" << error;
         co_return false;
     }
@@ -459,10 +471,14 @@ QCoro::Task<bool> SettingsViewModel::updatePreset(Preset preset)
 
 QCoro::Task<bool> SettingsViewModel::deletePreset(QUuid id)
 {
+    const QPointer<SettingsViewModel> self(this);
     // The database drops the folder configurations that name the template
     // in the same transaction; the map follows below.
     auto deleting = m_database.run([id](Database &database) { return database.deletePreset(id).error(); });
-    if (const QString error = co_await deleting; !error.isEmpty()) {
+    const QString error = co_await deleting;
+    if (!self)
+        co_return false;
+    if (!error.isEmpty()) {
         qCCritical(lcDatabase).noquote() << "Failed to delete preset:" << error;
         co_return false;
     }
@@ -482,6 +498,7 @@ QCoro::Task<int> SettingsViewModel::restoreBundledPresets()
         emit noticeRequested(text(Text::DemoTemplatesPresent));
         co_return 0;
     }
+    const QPointer<SettingsViewModel> self(this);
     auto restoring = m_database.run([missing = std::move(missing)](Database &database) {
         QList<Preset> restored;
         for (const Preset &preset : missing) {
@@ -495,6 +512,8 @@ QCoro::Task<int> SettingsViewModel::restoreBundledPresets()
         return restored;
     });
     const QList<Preset> restored = co_await restoring;
+    if (!self)
+        co_return 0;
     if (!restored.isEmpty()) {
         m_presets.append(restored);
         emit presetsChanged();
@@ -508,8 +527,12 @@ QCoro::Task<bool> SettingsViewModel::saveFolderConfig(WatchedFolderConfig config
         auto deleting = deleteFolderConfig(config.path);
         co_return co_await deleting;
     }
+    const QPointer<SettingsViewModel> self(this);
     auto saving = m_database.run([config](Database &database) { return database.saveFolderConfig(config).error(); });
-    if (const QString error = co_await saving; !error.isEmpty()) {
+    const QString error = co_await saving;
+    if (!self)
+        co_return false;
+    if (!error.isEmpty()) {
         qCCritical(lcDatabase).noquote() << "Failed to save folder config:" << error;
         co_return false;
     }
@@ -521,8 +544,12 @@ QCoro::Task<bool> SettingsViewModel::saveFolderConfig(WatchedFolderConfig config
 
 QCoro::Task<bool> SettingsViewModel::deleteFolderConfig(QString path)
 {
+    const QPointer<SettingsViewModel> self(this);
     auto deleting = m_database.run([path](Database &database) { return database.deleteFolderConfig(path).error(); });
-    if (const QString error = co_await deleting; !error.isEmpty()) {
+    const QString error = co_await deleting;
+    if (!self)
+        co_return false;
+    if (!error.isEmpty()) {
         qCCritical(lcDatabase).noquote() << "Failed to delete folder config:" << error;
         co_return false;
     }
@@ -552,8 +579,11 @@ QCoro::Task<bool> SettingsViewModel::addFolder(QString path)
         co_return false;
     }
     const QString resolved = canonicalPath(path);
+    const QPointer<SettingsViewModel> self(this);
     auto adding = addWatchedFolder(resolved);
     const bool added = co_await adding;
+    if (!self)
+        co_return false;
     if (added) {
         m_bookmarks.saveBookmark(resolved);
         emit watcherReconfigurationRequested();
@@ -586,14 +616,19 @@ QCoro::Task<bool> SettingsViewModel::removeWatchedFolder(QString path)
     if (removed.isEmpty())
         co_return true;
     bool ok = true;
+    const QPointer<SettingsViewModel> self(this);
     for (const QString &folder : std::as_const(removed)) {
         m_bookmarks.removeBookmark(folder);
         auto deleting = deleteFolderConfig(folder);
         ok = co_await deleting && ok;
+        if (!self)
+            co_return false;
     }
     publishSettings(changed);
     auto saving = saveSettings();
     ok = co_await saving && ok;
+    if (!self)
+        co_return false;
     emit watcherReconfigurationRequested();
     co_return ok;
 }

@@ -36,7 +36,9 @@ class UserDefaults;
 // the folders' configurations, and the workflows built on them. Lives on the
 // main thread, and its values change only there, so a workflow that reads
 // them between two waits sees a whole record; the database is read and
-// written on its own thread while the main thread waits.
+// written on its own thread while the main thread waits. A task the interface
+// started may finish after the object is gone, so each operation checks that
+// it still exists after every wait.
 class SettingsViewModel final : public QObject
 {
     Q_OBJECT
