@@ -41,6 +41,11 @@ HostedBackend::HostedBackend(QString configuredBaseUrl, QString gatewayToken)
     , m_gatewayToken(std::move(gatewayToken))
 {}
 
+HostedBackend HostedBackend::fromEnvironment()
+{
+    return HostedBackend(QString(), qEnvironmentVariable(TokenVariable.toLocal8Bit().constData()));
+}
+
 QString HostedBackend::path(BackendFunction function)
 {
     return entryFor(function).path.toString();

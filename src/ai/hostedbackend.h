@@ -26,11 +26,16 @@ class HostedBackend final
 {
 public:
     static inline const QString BaseUrlVariable = QStringLiteral("NOMLY_BACKEND_URL");
+    // The gateway token of the backend that NOMLY_BACKEND_URL names.
+    static inline const QString TokenVariable = QStringLiteral("NOMLY_BACKEND_TOKEN");
     // The largest document the export function accepts.
     static constexpr qint64 MaxIWorkExportBytes = 52'428'800;
 
     // `configuredBaseUrl` is the setting; the environment variable wins over it.
     HostedBackend(QString configuredBaseUrl, QString gatewayToken);
+    // The backend the environment names, with its token; no base URL when
+    // none is named.
+    static HostedBackend fromEnvironment();
 
     static QString path(BackendFunction function);
     static QByteArray method(BackendFunction function);

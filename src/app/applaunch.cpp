@@ -1,11 +1,13 @@
 #include "app/applaunch.h"
 
+#include <QPointer>
 #include <utility>
 
 #include <QtConcurrent/QtConcurrentRun>
 #include <qcoro/qcorofuture.h>
 
 #include "ai/keycustody.h"
+#include "ai/remoteconfigservice.h"
 #include "app/settingsviewmodel.h"
 #include "history/database.h"
 #include "platform/logcategories.h"
@@ -36,6 +38,17 @@ MigrationService::SaveApiKey saveApiKeyFor(KeyCustody *keys)
             return Failure { QStringLiteral("the secret store refused the key for %1").arg(rawValue(provider)) };
         return {};
     };
+}
+
+// Runs on by itself once dropped; the service may go before it ends.
+QCoro::Task<> fetchRemoteConfig(QPointer<RemoteConfigService> config)
+{
+    auto fetching = config->fetch();
+    co_await fetching;
+    if (!config)
+        co_return;
+    qCInfo(lcConfig).noquote() << "Remote Config Loaded:" << (config->isLoaded() ? "true" : "false");
+    qCInfo(lcConfig).noquote() << "AI Model:" << config->config().aiModel;
 }
 
 } // namespace
@@ -121,6 +134,11 @@ QCoro::Task<bool> AppLauncher::start()
     m_viewModel = std::move(viewModel);
     m_stage = Stage::Running;
     handOverPendingFiles();
+    qCInfo(lcGeneral).noquote() << "Application initialized successfully";
+    // Last, and not waited for: the application works on the stored or
+    // built-in values until the backend answers.
+    if (RemoteConfigService *config = m_services.remoteConfigProvider ? m_services.remoteConfigProvider() : nullptr)
+        fetchRemoteConfig(config);
     co_return true;
 }
 

@@ -1,10 +1,13 @@
 #include "app/appservices.h"
 
+#include <QNetworkAccessManager>
 #include <mutex>
 #include <optional>
 
 #include "ai/deviceservice.h"
+#include "ai/hostedbackend.h"
 #include "ai/keycustody.h"
+#include "ai/remoteconfigservice.h"
 #include "ai/secretstores.h"
 #include "app/bookmarkservice.h"
 #include "app/networkservice.h"
@@ -76,6 +79,16 @@ public:
         return m_keys.get();
     }
 
+    // Main thread only, like the network access it uses.
+    RemoteConfigService &remoteConfig()
+    {
+        return lazily(m_remoteConfig, [&] {
+            m_networkAccess = std::make_unique<QNetworkAccessManager>();
+            m_backend = std::make_unique<HostedBackend>(HostedBackend::fromEnvironment());
+            return std::make_unique<RemoteConfigService>(*m_networkAccess, *m_backend, userDefaults());
+        });
+    }
+
 private:
     SecretStores &secretStores()
     {
@@ -94,6 +107,9 @@ private:
     std::unique_ptr<UndoIgnoreService> m_undoIgnore;
     std::unique_ptr<DeviceService> m_device;
     std::unique_ptr<KeyCustody> m_keys;
+    std::unique_ptr<QNetworkAccessManager> m_networkAccess;
+    std::unique_ptr<HostedBackend> m_backend;
+    std::unique_ptr<RemoteConfigService> m_remoteConfig;
 };
 
 } // namespace
@@ -108,6 +124,7 @@ AppServices defaultAppServices()
     services.userDefaultsProvider = [holder]() -> UserDefaults & { return holder->userDefaults(); };
     services.undoIgnoreProvider = [holder]() -> UndoIgnoreService & { return holder->undoIgnore(); };
     services.keysProvider = [holder] { return holder->keys(); };
+    services.remoteConfigProvider = [holder] { return &holder->remoteConfig(); };
     services.dataDirectoryProvider = [] { return DataLocations::dataDirectory(); };
     services.databaseOpener = [](const QString &directory) { return Database::open(directory); };
     return services;

@@ -13,6 +13,7 @@ class Database;
 class DeviceService;
 class KeyCustody;
 class NetworkService;
+class RemoteConfigService;
 class UndoIgnoreService;
 class UserDefaults;
 
@@ -30,6 +31,9 @@ struct AppServices
     std::function<UndoIgnoreService &()> undoIgnoreProvider;
     // The user's provider keys; null leaves the key flags as stored.
     std::function<KeyCustody *()> keysProvider;
+    // The operator's tunable values; null leaves the built-in ones and
+    // fetches nothing. Called on the main thread only.
+    std::function<RemoteConfigService *()> remoteConfigProvider;
     // The folder holding the profile's database.
     std::function<QString()> dataDirectoryProvider;
     // Opens, creating or upgrading, the database in a folder. Runs off the

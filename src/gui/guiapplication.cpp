@@ -83,7 +83,6 @@ QCoro::Task<bool> GuiApplication::start()
     }
     buildTray();
     showPrimary();
-    qCInfo(lcGeneral).noquote() << "Application initialized successfully";
     co_return true;
 }
 

@@ -6,7 +6,6 @@
 #include <QJsonObject>
 #include <QNetworkAccessManager>
 #include <QTcpServer>
-#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -17,6 +16,7 @@
 #include "ai/keysync.h"
 #include "ai/keysyncjson.h"
 #include "awaited.h"
+#include "loopbackresponder.h"
 #include "platform/userdefaults.h"
 #include "settings/settings.h"
 
@@ -29,40 +29,6 @@ namespace {
 QStringList s_logLines;
 const QString GatewayToken = u"gateway.token-for-tests.signature"_s;
 const QString ApiKey = u"sk-test-4f1b9c7d2e"_s;
-
-// A minimal HTTP/1.1 server on loopback: records each request's path and body
-// and answers it with one fixed status and body.
-struct LoopbackResponder final : QObject
-{
-    LoopbackResponder(int status, const QByteArray &reply)
-    {
-        connect(&server, &QTcpServer::newConnection, this, [this, status, reply] {
-            while (QTcpSocket *socket = server.nextPendingConnection()) {
-                connect(socket, &QTcpSocket::readyRead, this, [this, socket, status, reply] {
-                    QByteArray &buffer = buffers[socket];
-                    buffer += socket->readAll();
-                    const qsizetype end = buffer.indexOf("\r\n\r\n");
-                    const QByteArray head = buffer.left(end).toLower();
-                    const qsizetype at = head.indexOf("content-length:");
-                    const qsizetype length = at < 0 ? 0 : head.mid(at + 15).split('\r').value(0).trimmed().toLongLong();
-                    if (end < 0 || buffer.size() - end - 4 < length)
-                        return;
-                    received.append({ buffer.split(' ').value(1), buffer.mid(end + 4, length) });
-                    socket->write("HTTP/1.1 " + QByteArray::number(status) + " S\r\nContent-Length: "
-                                  + QByteArray::number(reply.size()) + "\r\nConnection: close\r\n\r\n" + reply);
-                    socket->disconnectFromHost();
-                });
-            }
-        });
-        server.listen(QHostAddress::LocalHost);
-    }
-
-    QString baseUrl() const { return u"http://127.0.0.1:%1"_s.arg(server.serverPort()); }
-
-    QTcpServer server;
-    QHash<QTcpSocket *, QByteArray> buffers;
-    QList<std::pair<QByteArray, QByteArray>> received;
-};
 
 // The key sync over files in dir; the store named in blocked sits below a
 // regular file and cannot keep anything.
@@ -170,8 +136,8 @@ void HostedBackendTest::syncBody()
               .ok();
     QVERIFY(ok);
     QCOMPARE(responder.received.size(), 1);
-    QCOMPARE(responder.received.first().first, "/functions/v1/save-api-key"_ba);
-    QJsonObject body = QJsonDocument::fromJson(responder.received.first().second).object();
+    QCOMPARE(responder.received.first().path, "/functions/v1/save-api-key"_ba);
+    QJsonObject body = QJsonDocument::fromJson(responder.received.first().body).object();
     QCOMPARE(body.take(u"device_id"_s).toString(), awaited(services.device.deviceId()));
     QCOMPARE(body.take(u"device_secret"_s).toString(), awaited(services.device.deviceSecret()).value());
     QCOMPARE(body, QJsonDocument::fromJson(expected).object());

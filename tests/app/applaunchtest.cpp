@@ -3,6 +3,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QNetworkAccessManager>
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -11,14 +12,17 @@
 
 #include <qcoro/qcorotask.h>
 
+#include "ai/hostedbackend.h"
 #include "app/applaunch.h"
 #include "app/appservices.h"
 #include "app/settingsviewmodel.h"
 #include "history/database.h"
+#include "loopbackresponder.h"
 #include "profileservices.h"
 
 using namespace Qt::StringLiterals;
 using namespace Nomly;
+using Nomly::Test::LoopbackResponder;
 using Nomly::Test::ProfileServices;
 
 namespace {
@@ -62,6 +66,7 @@ private slots:
     void filesHandedOver();
     void corruptDatabaseFails();
     void freshProfileSeedsTemplatesOnce();
+    void remoteConfigFetchedAfterSetup();
 
 private:
     QTemporaryDir m_xdg;
@@ -161,6 +166,22 @@ void AppLaunchTest::freshProfileSeedsTemplatesOnce()
     QCOMPARE(presets.size(), 10);
     for (const Preset &preset : presets)
         QVERIFY(preset.id != deleted);
+}
+
+// Set up first, then, not waited for, the backend's values arrive.
+void AppLaunchTest::remoteConfigFetchedAfterSetup()
+{
+    LoopbackResponder backend(200, R"({"image_extensions":["xyz"],"ai_model":"model-from-backend"})");
+    QNetworkAccessManager network;
+    const HostedBackend hosted(backend.baseUrl(), u"token"_s);
+    m_profile->remoteConfig = std::make_unique<RemoteConfigService>(network, hosted, m_profile->defaults);
+    AppLauncher launcher(m_profile->services());
+    QTest::ignoreMessage(QtInfoMsg, "Remote Config Loaded: true");
+    QTest::ignoreMessage(QtInfoMsg, "AI Model: model-from-backend");
+    QVERIFY(started(launcher));
+    QVERIFY(!m_profile->remoteConfig->isLoaded());
+    QTRY_VERIFY(m_profile->remoteConfig->isLoaded());
+    QCOMPARE(backend.received.size(), 1);
 }
 
 QTEST_GUILESS_MAIN(AppLaunchTest)

@@ -25,6 +25,7 @@ AppServices ProfileServices::services()
     services.userDefaultsProvider = [this]() -> UserDefaults & { return defaults; };
     services.undoIgnoreProvider = [this]() -> UndoIgnoreService & { return undoIgnore; };
     services.keysProvider = [this] { return custody.get(); };
+    services.remoteConfigProvider = [this] { return remoteConfig.get(); };
     services.dataDirectoryProvider = [this] { return dataDirectory; };
     services.databaseOpener = [](const QString &directory) { return Database::open(directory); };
     return services;

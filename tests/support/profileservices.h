@@ -5,6 +5,7 @@
 
 #include "ai/filesecretstore.h"
 #include "ai/keycustody.h"
+#include "ai/remoteconfigservice.h"
 #include "app/appservices.h"
 #include "app/bookmarkservice.h"
 #include "app/networkservice.h"
@@ -35,6 +36,8 @@ struct ProfileServices
     BookmarkService bookmarks;
     std::unique_ptr<FileSecretStore> secrets;
     std::unique_ptr<KeyCustody> custody;
+    // Set by a test that wants the launch to fetch the remote configuration.
+    std::unique_ptr<RemoteConfigService> remoteConfig;
 };
 
 } // namespace Nomly::Test
