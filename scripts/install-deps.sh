@@ -19,6 +19,10 @@ packages=(
     libicu-dev
     libsqlite3-dev
     libssl-dev
+    # reading files: PDF text, OCR with its English data
+    libpoppler-qt6-dev
+    libtesseract-dev
+    tesseract-ocr-eng
     qtkeychain-qt6-dev
     # getfattr and setfattr, to look at the attributes renamed files carry
     attr

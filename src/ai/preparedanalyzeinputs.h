@@ -5,7 +5,7 @@
 #include <QString>
 #include <QStringList>
 
-#include "ai/aianalyzeinput.h"
+#include "content/aianalyzeinput.h"
 
 namespace Nomly {
 

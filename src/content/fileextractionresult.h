@@ -3,7 +3,7 @@
 #include <QString>
 #include <variant>
 
-#include "ai/aianalyzeinput.h"
+#include "content/aianalyzeinput.h"
 
 namespace Nomly {
 

@@ -1,0 +1,80 @@
+#include "content/extensiontables.h"
+
+#include <QFileInfo>
+#include <array>
+#include <utility>
+
+namespace Nomly {
+
+namespace {
+
+QStringList words(const char16_t *text)
+{
+    return QString::fromUtf16(text).split(u' ', Qt::SkipEmptyParts);
+}
+
+constexpr std::array<std::pair<const char16_t *, const char16_t *>, 23> MediaMimeTypes { {
+    { u"mp4", u"video/mp4" },      { u"m4v", u"video/mp4" },    { u"mov", u"video/quicktime" },
+    { u"qt", u"video/quicktime" }, { u"3gp", u"video/3gpp" },   { u"3gpp", u"video/3gpp" },
+    { u"3g2", u"video/3gpp2" },    { u"3gp2", u"video/3gpp2" }, { u"mpeg", u"video/mpeg" },
+    { u"mpg", u"video/mpeg" },     { u"m2v", u"video/mpeg2" },  { u"dv", u"video/x-dv" },
+    { u"ts", u"video/mp2t" },      { u"mts", u"video/mp2t" },   { u"m2ts", u"video/mp2t" },
+    { u"vob", u"video/dvd" },      { u"mp3", u"audio/mpeg" },   { u"mpga", u"audio/mpeg" },
+    { u"m4a", u"audio/mp4" },      { u"wav", u"audio/wav" },    { u"flac", u"audio/flac" },
+    { u"ogg", u"audio/ogg" },      { u"webm", u"audio/webm" },
+} };
+
+} // namespace
+
+const QStringList &extensionsOf(ExtensionSet set)
+{
+    static const std::array<QStringList, 14> Sets {
+        words(u"txt md eml log xml yaml yml"),
+        words(u"srt vtt"),
+        words(u"json"),
+        words(u"csv tsv"),
+        words(u"rtf"),
+        words(u"odt ods odp"),
+        words(u"docx docm dotx dotm"),
+        words(u"xlsx xlsm xltx xltm"),
+        words(u"pptx pptm potx potm ppsx ppsm"),
+        words(u"doc ppt xls"),
+        words(u"pages numbers key"),
+        words(u"mp4 mov qt m4v 3gp 3gpp 3g2 3gp2 mpeg mpg m2v dv ts mts m2ts vob"),
+        words(u"mp3 m4a wav flac ogg webm mpga"),
+        words(u"bmp gif heic heif jpg jpeg png tif tiff webp"),
+    };
+    return Sets.at(static_cast<size_t>(set));
+}
+
+QString mediaMimeType(const QString &extension)
+{
+    for (const auto &[name, mime] : MediaMimeTypes) {
+        if (extension == QStringView(name))
+            return QString::fromUtf16(mime);
+    }
+    return {};
+}
+
+QString normalizedExtension(QString extension)
+{
+    extension = extension.trimmed();
+    while (extension.startsWith(u'.'))
+        extension.remove(0, 1);
+    while (extension.endsWith(u'.'))
+        extension.chop(1);
+    return extension.toLower();
+}
+
+QString dispatchExtension(const QString &path)
+{
+    // The file name's own last dot decides; a name ending in blanks or dots
+    // ("report.PDF. ") still has its extension found.
+    QString name = QFileInfo(path).fileName().trimmed();
+    while (name.endsWith(u'.'))
+        name.chop(1);
+    const qsizetype dot = name.lastIndexOf(u'.');
+    return dot <= 0 ? QString() : normalizedExtension(name.mid(dot + 1));
+}
+
+} // namespace Nomly

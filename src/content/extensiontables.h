@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+namespace Nomly {
+
+// The fixed extension sets extraction dispatches on. Image and design
+// extensions are not among them: they come from the remote configuration.
+enum class ExtensionSet
+{
+    PlainText,
+    Subtitle,
+    Structured,
+    Delimited,
+    RichText,
+    OpenDocument,
+    Word,
+    Excel,
+    PowerPoint,
+    LegacyOffice,
+    IWork,
+    Video,
+    Audio,
+    EmbeddedImage,
+};
+
+// Lower case, without the dot.
+const QStringList &extensionsOf(ExtensionSet set);
+
+inline bool isIn(ExtensionSet set, const QString &extension)
+{
+    return extensionsOf(set).contains(extension);
+}
+
+// The MIME type of a video or audio extension, taken before any lookup in
+// the type database; empty for others.
+QString mediaMimeType(const QString &extension);
+
+// A path's extension as dispatch compares it: trimmed of blanks, then of
+// dots, in lower case.
+QString dispatchExtension(const QString &path);
+
+// A list entry in the same form ("  .PNG " is "png").
+QString normalizedExtension(QString extension);
+
+} // namespace Nomly

@@ -1,0 +1,225 @@
+#include "content/fileextractionservice.h"
+
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QMimeDatabase>
+#include <functional>
+#include <memory>
+
+#include <poppler-qt6.h>
+
+#include "content/contenttext.h"
+#include "content/delimitedsummary.h"
+#include "content/extensiontables.h"
+#include "content/extractionlimits.h"
+#include "content/pdftext.h"
+#include "content/rtftext.h"
+#include "content/sidecartext.h"
+#include "content/subtitlecues.h"
+#include "content/textfilereader.h"
+
+namespace Nomly {
+
+namespace Limits = ExtractionLimits;
+
+namespace {
+
+const QString FileNotFound = QStringLiteral("File not found");
+const QString FailedToRead = QStringLiteral("Failed to read file");
+const QString NoReadableText = QStringLiteral("No readable text found");
+const QString FailedToReadPdf = QStringLiteral("Failed to read PDF");
+const QString PdfLocked = QStringLiteral("PDF is password protected");
+
+// Every type the MIME database gives the extension: ".ts" is both an MPEG
+// transport stream and a translation source, and either may be meant.
+QList<QMimeType> typesOf(const QString &extension)
+{
+    static const QMimeDatabase database;
+    return database.mimeTypesForFileName(QStringLiteral("file.") + extension);
+}
+
+bool conformsTo(const QList<QMimeType> &types, const std::function<bool(const QMimeType &)> &test)
+{
+    return std::any_of(types.cbegin(), types.cend(), [&test](const QMimeType &type) {
+        if (test(type))
+            return true;
+        static const QMimeDatabase database;
+        const QStringList parents = type.allAncestors();
+        return std::any_of(parents.cbegin(), parents.cend(), [&test](const QString &parent) {
+            return test(database.mimeTypeForName(parent));
+        });
+    });
+}
+
+bool conformsToTopLevel(const QList<QMimeType> &types, QStringView topLevel)
+{
+    return conformsTo(types, [topLevel](const QMimeType &type) { return type.name().startsWith(topLevel); });
+}
+
+// The database does not know the extension at all.
+bool isUnknownType(const QList<QMimeType> &types)
+{
+    return types.isEmpty();
+}
+
+bool isPdf(const QString &extension)
+{
+    return extension == u"pdf"
+        || conformsTo(typesOf(extension), [](const QMimeType &type) { return type.name() == u"application/pdf"; });
+}
+
+QString documentMimeType(const QString &extension)
+{
+    const QList<QMimeType> types = typesOf(extension);
+    return types.isEmpty() ? QStringLiteral("text/plain") : types.first().name();
+}
+
+QString mediaMime(const QString &extension, const QString &fallback)
+{
+    const QString fixed = mediaMimeType(extension);
+    if (!fixed.isEmpty())
+        return fixed;
+    const QList<QMimeType> types = typesOf(extension);
+    return types.isEmpty() ? fallback : types.first().name();
+}
+
+FileExtractionResult assembled(const QString &path, const QString &extension, const std::optional<QString> &text)
+{
+    if (!text)
+        return FileExtractionResult::failed(FailedToRead);
+    const QString normalized = cutText(normalizedText(*text), Limits::MaxTextCharacters);
+    if (!isReadableText(normalized))
+        return FileExtractionResult::failed(NoReadableText);
+    FileTextAnalysisPayload payload;
+    payload.originalPath = path;
+    payload.text = normalized;
+    payload.filename = QFileInfo(path).fileName();
+    payload.originalExtension = extension;
+    payload.mimeType = documentMimeType(extension);
+    return FileExtractionResult::input(payload);
+}
+
+std::optional<QString> prettyJson(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    const QByteArray bytes = file.read(Limits::MaxTextFileBytes);
+    // QJsonDocument keeps object keys sorted, as the indented form wants.
+    const QJsonDocument document = QJsonDocument::fromJson(bytes);
+    if (file.atEnd() && !document.isNull())
+        return QString::fromUtf8(document.toJson(QJsonDocument::Indented));
+    return decodeText(bytes, file.atEnd());
+}
+
+FileExtractionResult pdfDocument(const QString &path, const QString &extension, const ExtractionOptions &options)
+{
+    const std::unique_ptr<Poppler::Document> document = Poppler::Document::load(path);
+    if (!document)
+        return FileExtractionResult::failed(FailedToReadPdf);
+    if (document->isLocked())
+        return FileExtractionResult::failed(PdfLocked);
+    const int pageCount = document->numPages();
+    if (pageCount <= 0)
+        return FileExtractionResult::failed(FailedToReadPdf);
+
+    std::optional<QString> text;
+    if (options.pdfTextExtractionEnabled) {
+        QList<PdfPageText> pages;
+        for (const int index : pdfTextPageIndices(pageCount)) {
+            const std::unique_ptr<Poppler::Page> page = document->page(index);
+            if (!page)
+                continue;
+            const QString pageText = normalizedText(page->text(QRectF()));
+            if (isReadableText(pageText))
+                pages.append({ index, pageText });
+        }
+        text = assembledPdfText(pageCount, pages);
+    }
+    FileDocumentAnalysisPayload payload;
+    payload.originalPath = path;
+    payload.text = text;
+    payload.filename = QFileInfo(path).fileName();
+    payload.originalExtension = extension;
+    payload.mimeType = documentMimeType(extension);
+    payload.pageCount = pageCount;
+    payload.previewPageIndices
+        = evenlySpacedIndices(pageCount, text ? Limits::PdfPreviewPagesWithText : Limits::PdfPreviewPagesWithoutText);
+    return FileExtractionResult::input(payload);
+}
+
+bool listed(const QStringList &list, const QString &extension)
+{
+    return std::any_of(list.cbegin(), list.cend(), [&extension](const QString &entry) {
+        return normalizedExtension(entry) == extension;
+    });
+}
+
+} // namespace
+
+FileExtractionResult FileExtractionService::extract(const QString &path, const ExtractionOptions &options)
+{
+    const QFileInfo file(path);
+    if (!file.exists())
+        return FileExtractionResult::failed(FileNotFound);
+    const QString extension = dispatchExtension(path);
+
+    // iWork documents need their own reader, which is not here yet.
+    if (isIn(ExtensionSet::IWork, extension))
+        return FileExtractionResult::unsupported();
+    if (isPdf(extension))
+        return pdfDocument(path, extension, options);
+    if (isIn(ExtensionSet::PlainText, extension))
+        return assembled(path, extension, readTextFile(path));
+    if (isIn(ExtensionSet::Subtitle, extension)) {
+        const auto raw = readTextFile(path);
+        return assembled(path, extension, raw ? std::optional(cleanedSubtitleCues(*raw)) : std::nullopt);
+    }
+    if (isIn(ExtensionSet::Structured, extension))
+        return assembled(path, extension, prettyJson(path));
+    if (isIn(ExtensionSet::Delimited, extension)) {
+        const auto raw = readTextFile(path);
+        const QChar separator = extension == u"tsv" ? u'\t' : u',';
+        return assembled(path, extension, raw ? delimitedSummary(*raw, separator, extension) : std::nullopt);
+    }
+    if (isIn(ExtensionSet::RichText, extension))
+        return assembled(path, extension, rtfFileText(path));
+    // Office documents need their readers, which are not here yet.
+    if (isIn(ExtensionSet::OpenDocument, extension) || isIn(ExtensionSet::Word, extension)
+        || isIn(ExtensionSet::Excel, extension) || isIn(ExtensionSet::PowerPoint, extension)
+        || isIn(ExtensionSet::LegacyOffice, extension))
+        return FileExtractionResult::unsupported();
+
+    const QList<QMimeType> types = typesOf(extension);
+    if (isIn(ExtensionSet::Video, extension) && (conformsToTopLevel(types, u"video/") || isUnknownType(types))) {
+        FileVideoAnalysisPayload payload;
+        payload.originalPath = path;
+        payload.text = sidecarText(path, {});
+        payload.filename = file.fileName();
+        payload.originalExtension = file.suffix().toLower();
+        payload.mimeType = mediaMime(extension, QStringLiteral("video/mp4"));
+        return FileExtractionResult::input(payload);
+    }
+    // Audio in a container the database files under video (WebM) counts.
+    if (isIn(ExtensionSet::Audio, extension)
+        && (conformsToTopLevel(types, u"audio/") || conformsToTopLevel(types, u"video/") || isUnknownType(types))) {
+        FileAudioAnalysisPayload payload;
+        payload.originalPath = path;
+        payload.text = sidecarText(path, { QStringLiteral("md"), QStringLiteral("txt") });
+        payload.filename = file.fileName();
+        payload.originalExtension = file.suffix().toLower();
+        payload.mimeType = mediaMime(extension, QStringLiteral("audio/mpeg"));
+        payload.sizeBytes = file.size();
+        return FileExtractionResult::input(payload);
+    }
+    if (listed(options.designExtensions, extension)
+        || (listed(options.imageExtensions, extension) && !isPdf(extension)
+            && (conformsToTopLevel(types, u"image/") || isUnknownType(types)))) {
+        FileImageAnalysisPayload payload;
+        payload.originalPath = path;
+        return FileExtractionResult::input(payload);
+    }
+    return FileExtractionResult::unsupported();
+}
+
+} // namespace Nomly

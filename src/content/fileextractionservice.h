@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include "content/fileextractionresult.h"
+
+namespace Nomly {
+
+// What extraction needs from the caller: the remote configuration's switch
+// and lists, and the user's iWork choice.
+struct ExtractionOptions
+{
+    bool pdfTextExtractionEnabled = true;
+    bool iWorkOnlinePreviewsEnabled = false;
+    QStringList imageExtensions;
+    QStringList designExtensions;
+};
+
+// Turns one path into what the AI is sent: text read on this machine, a
+// paginated document, an image, or a media file with its sidecar text. The
+// kind is chosen by extension, with the MIME database where the extension
+// alone does not settle it. Every read is bounded; nothing is raised: a file
+// that cannot be read is a failure with its reason, a kind that cannot be
+// analysed is unsupported. Synchronous; run it off the main thread.
+class FileExtractionService final
+{
+public:
+    FileExtractionService() = delete;
+
+    static FileExtractionResult extract(const QString &path, const ExtractionOptions &options);
+};
+
+} // namespace Nomly

@@ -1,0 +1,93 @@
+#include "content/textfilereader.h"
+
+#include <QFile>
+#include <QStringDecoder>
+#include <algorithm>
+
+#include "content/extractionlimits.h"
+
+namespace Nomly {
+
+namespace {
+
+// A complete text must not end inside a sequence, which a stateless decoder
+// reports; a text cut by the read bound may, and its tail is held back.
+QStringDecoder::Flags flagsFor(bool complete)
+{
+    return complete ? QStringDecoder::Flag::Stateless : QStringDecoder::Flag::Default;
+}
+
+std::optional<QString> decodedWith(QStringDecoder decoder, const QByteArray &bytes)
+{
+    if (!decoder.isValid())
+        return std::nullopt;
+    QString text = decoder.decode(bytes);
+    if (decoder.hasError())
+        return std::nullopt;
+    return text;
+}
+
+// Without a byte-order mark, UTF-16 is taken only when it looks like it:
+// many zero bytes on one side, as Latin text in UTF-16 has. Almost any bytes
+// decode as UTF-16, so the test keeps 8-bit text from turning into noise.
+bool looksLikeUtf16(const QByteArray &bytes)
+{
+    if (bytes.startsWith("\xFF\xFE") || bytes.startsWith("\xFE\xFF"))
+        return true;
+    qsizetype zeros[2] = { 0, 0 };
+    for (qsizetype i = 0; i < bytes.size(); ++i) {
+        if (bytes.at(i) == '\0')
+            ++zeros[i % 2];
+    }
+    const qsizetype half = bytes.size() / 2;
+    return half > 0 && std::max(zeros[0], zeros[1]) * 4 >= half;
+}
+
+// C1 control codes are almost never meant: such bytes are the quotes and
+// dashes of Windows-1252.
+bool hasWindowsPunctuation(const QByteArray &bytes)
+{
+    return std::any_of(bytes.cbegin(), bytes.cend(), [](char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return byte >= 0x80 && byte <= 0x9F;
+    });
+}
+
+} // namespace
+
+std::optional<QString> decodeText(const QByteArray &bytes, bool complete)
+{
+    if (auto utf8 = decodedWith(QStringDecoder(QStringDecoder::Utf8, flagsFor(complete)), bytes)) {
+        if (utf8->startsWith(QChar(0xFEFF)))
+            utf8->remove(0, 1);
+        return utf8;
+    }
+    if (looksLikeUtf16(bytes)) {
+        // The decoder reads a byte-order mark itself, little-endian without one.
+        const auto encoding = bytes.startsWith("\xFE\xFF") ? QStringDecoder::Utf16BE : QStringDecoder::Utf16LE;
+        if (auto utf16 = decodedWith(QStringDecoder(encoding, flagsFor(complete)), bytes)) {
+            if (utf16->startsWith(QChar(0xFEFF)))
+                utf16->remove(0, 1);
+            return utf16;
+        }
+    }
+    if (hasWindowsPunctuation(bytes)) {
+        if (auto windows = decodedWith(QStringDecoder("windows-1252", flagsFor(complete)), bytes))
+            return windows;
+    }
+    // Latin 1 decodes any bytes, so it ends the ladder.
+    return decodedWith(QStringDecoder(QStringDecoder::Latin1, flagsFor(complete)), bytes);
+}
+
+std::optional<QString> readTextFile(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    const QByteArray bytes = file.read(ExtractionLimits::MaxTextFileBytes);
+    if (file.error() != QFileDevice::NoError)
+        return std::nullopt;
+    return decodeText(bytes, file.atEnd());
+}
+
+} // namespace Nomly

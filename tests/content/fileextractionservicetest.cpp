@@ -1,0 +1,307 @@
+// Extraction of real files made at test time: text of each kind, media with
+// their sidecars, images, and PDFs written here with Qt's PDF writer, locked
+// with qpdf and damaged by truncation.
+
+#include <QDir>
+#include <QFile>
+#include <QFont>
+#include <QPageSize>
+#include <QPainter>
+#include <QPdfWriter>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include "content/fileextractionservice.h"
+#include "filesystemfixtures.h"
+
+using namespace Qt::StringLiterals;
+using namespace Nomly;
+using namespace Nomly::Test;
+
+namespace {
+
+ExtractionOptions options()
+{
+    ExtractionOptions out;
+    out.imageExtensions = { u"png"_s, u" .JPG "_s, u"pdf"_s };
+    out.designExtensions = { u"psd"_s };
+    return out;
+}
+
+// A PDF whose pages hold the given lines of text; an empty string leaves a
+// page blank.
+bool writePdf(const QString &path, const QStringList &pages)
+{
+    QPdfWriter writer(path);
+    writer.setPageSize(QPageSize(QPageSize::A4));
+    writer.setResolution(72);
+    QPainter painter(&writer);
+    QFont font(u"DejaVu Sans"_s);
+    font.setPixelSize(12);
+    painter.setFont(font);
+    for (int i = 0; i < pages.size(); ++i) {
+        if (i > 0)
+            writer.newPage();
+        painter.drawText(QRect(40, 40, 500, 700), Qt::TextWordWrap, pages.at(i));
+    }
+    return painter.end();
+}
+
+QStringList numberedPages(int count)
+{
+    QStringList pages;
+    for (int i = 1; i <= count; ++i)
+        pages.append(u"This is the text of page number %1 in the sample document."_s.arg(i));
+    return pages;
+}
+
+} // namespace
+
+class FileExtractionServiceTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+
+    void init() { m_dir = std::make_unique<QTemporaryDir>(); }
+
+    void textKinds_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("mime");
+        QTest::newRow("plain") << u"notes.txt"_s << QByteArray("Meeting notes\r\n\r\n\r\n\tBudget  review for Q3")
+                               << u"Meeting notes\n\nBudget review for Q3"_s << u"text/plain"_s;
+        QTest::newRow("markdown, upper case extension")
+            << u"README.MD"_s << QByteArray("# Title\n\nSome body text here.") << u"# Title\n\nSome body text here."_s
+            << u"text/markdown"_s;
+        QTest::newRow("json pretty, keys sorted")
+            << u"data.json"_s << QByteArray(R"({"b":1,"a":"some text value"})")
+            << u"{\n\"a\": \"some text value\",\n\"b\": 1\n}"_s << u"application/json"_s;
+        QTest::newRow("broken json as text") << u"broken.json"_s << QByteArray("{\"unterminated\": \"some text")
+                                             << u"{\"unterminated\": \"some text"_s << u"application/json"_s;
+        QTest::newRow("tsv summary")
+            << u"table.tsv"_s << QByteArray("id\tname\n1\tAlpha\n2\tBeta\n")
+            << u"TSV file summary\nRows: 3\nColumns: 2\nHeaders: id, name\nSample rows:\n1 | Alpha\n2 | Beta"_s
+            << u"text/tab-separated-values"_s;
+        QTest::newRow("subtitles") << u"talk.srt"_s
+                                   << QByteArray("1\n00:00:01,000 --> 00:00:02,000\nWelcome to the quarterly talk\n")
+                                   << u"Welcome to the quarterly talk"_s << u"application/x-subrip"_s;
+        QTest::newRow("rtf") << u"letter.rtf"_s
+                             << QByteArray(R"({\rtf1\ansi Dear customer,\par your order has shipped.})")
+                             << u"Dear customer,\nyour order has shipped."_s << u"application/rtf"_s;
+    }
+
+    void textKinds()
+    {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, content);
+        QFETCH(QString, text);
+        QFETCH(QString, mime);
+        const QString path = m_dir->filePath(name);
+        QVERIFY(writeFile(path, content));
+        const FileExtractionResult result = FileExtractionService::extract(path, options());
+        QCOMPARE(result.kind(), FileExtractionResult::Kind::Input);
+        const auto *payload = result.analyzeInput()->get<FileTextAnalysisPayload>();
+        QVERIFY(payload);
+        QCOMPARE(payload->text, text);
+        QCOMPARE(payload->filename, name);
+        QCOMPARE(payload->originalExtension, name.section(u'.', -1).toLower());
+        QCOMPARE(payload->mimeType, mime);
+    }
+
+    void textLimits_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("failure");
+        QTest::addColumn<int>("length");
+        QTest::newRow("19 letters") << QByteArray("abcd efgh ijkl mnop qrs") << u"No readable text found"_s << 0;
+        QTest::newRow("20 letters") << QByteArray("abcd efgh ijkl mnop qrst") << QString() << 24;
+        QTest::newRow("12,000 characters kept whole") << QByteArray(12000, 'x') << QString() << 12000;
+        QTest::newRow("12,001st character cut") << QByteArray(12001, 'x') << QString() << 12000;
+        QTest::newRow("cut then trimmed") << QByteArray(11999, 'x') + "  yz" << QString() << 11999;
+        QTest::newRow("empty file") << QByteArray() << u"No readable text found"_s << 0;
+    }
+
+    void textLimits()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QString, failure);
+        QFETCH(int, length);
+        const QString path = m_dir->filePath(u"limits.txt"_s);
+        QVERIFY(writeFile(path, content));
+        const FileExtractionResult result = FileExtractionService::extract(path, options());
+        QCOMPARE(result.failureReason(), failure);
+        if (failure.isEmpty())
+            QCOMPARE(result.analyzeInput()->get<FileTextAnalysisPayload>()->text.size(), length);
+    }
+
+    void kindsByExtension_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<FileExtractionResult::Kind>("kind");
+        QTest::addColumn<int>("inputKind");
+        QTest::newRow("image listed") << u"photo.png"_s << FileExtractionResult::Kind::Input
+                                      << int(AIAnalyzeInputKind::Image);
+        QTest::newRow("image entry normalised")
+            << u"photo.jpg"_s << FileExtractionResult::Kind::Input << int(AIAnalyzeInputKind::Image);
+        QTest::newRow("design listed") << u"poster.psd"_s << FileExtractionResult::Kind::Input
+                                       << int(AIAnalyzeInputKind::Image);
+        QTest::newRow("image not listed") << u"photo.webp"_s << FileExtractionResult::Kind::Unsupported << -1;
+        QTest::newRow("unknown extension") << u"archive.xyz123"_s << FileExtractionResult::Kind::Unsupported << -1;
+        QTest::newRow("office, no reader yet") << u"report.docx"_s << FileExtractionResult::Kind::Unsupported << -1;
+        QTest::newRow("video") << u"clip.MOV"_s << FileExtractionResult::Kind::Input << int(AIAnalyzeInputKind::Video);
+        QTest::newRow("transport stream")
+            << u"tv.ts"_s << FileExtractionResult::Kind::Input << int(AIAnalyzeInputKind::Video);
+        QTest::newRow("audio") << u"song.flac"_s << FileExtractionResult::Kind::Input << int(AIAnalyzeInputKind::Audio);
+    }
+
+    void kindsByExtension()
+    {
+        QFETCH(QString, name);
+        QFETCH(FileExtractionResult::Kind, kind);
+        QFETCH(int, inputKind);
+        const QString path = m_dir->filePath(name);
+        QVERIFY(writeFile(path, "bytes"));
+        const FileExtractionResult result = FileExtractionService::extract(path, options());
+        QCOMPARE(result.kind(), kind);
+        if (inputKind >= 0)
+            QCOMPARE(int(result.analyzeInput()->kind()), inputKind);
+    }
+
+    void missingFile()
+    {
+        QCOMPARE(FileExtractionService::extract(m_dir->filePath(u"gone.txt"_s), options()).failureReason(),
+                 u"File not found"_s);
+    }
+
+    void mediaTakesSidecarAndMime_data()
+    {
+        QTest::addColumn<QString>("media");
+        QTest::addColumn<QString>("sidecar");
+        QTest::addColumn<QByteArray>("sidecarText");
+        QTest::addColumn<QString>("mime");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("vob subtitles") << u"Movie.VOB"_s << u"movie.srt"_s
+                                       << QByteArray("1\n00:00:01,000 --> 00:00:02,000\nA long line of dialogue here\n")
+                                       << u"video/dvd"_s << u"A long line of dialogue here"_s;
+        QTest::newRow("audio transcript")
+            << u"memo.m4a"_s << u"memo.txt"_s << QByteArray("Transcript of the voice memo about rent") << u"audio/mp4"_s
+            << u"Transcript of the voice memo about rent"_s;
+        QTest::newRow("video ignores plain text")
+            << u"clip.mp4"_s << u"clip.txt"_s << QByteArray("Transcript that a video does not take") << u"video/mp4"_s
+            << QString();
+        QTest::newRow("short sidecar") << u"song.mp3"_s << u"song.txt"_s << QByteArray("too short") << u"audio/mpeg"_s
+                                       << QString();
+        QTest::newRow("no sidecar") << u"tone.wav"_s << QString() << QByteArray() << u"audio/wav"_s << QString();
+    }
+
+    void mediaTakesSidecarAndMime()
+    {
+        QFETCH(QString, media);
+        QFETCH(QString, sidecar);
+        QFETCH(QByteArray, sidecarText);
+        QFETCH(QString, mime);
+        QFETCH(QString, text);
+        QVERIFY(writeFile(m_dir->filePath(media), "media bytes"));
+        if (!sidecar.isEmpty())
+            QVERIFY(writeFile(m_dir->filePath(sidecar), sidecarText));
+        const FileExtractionResult result = FileExtractionService::extract(m_dir->filePath(media), options());
+        const AIAnalyzeInput *input = result.analyzeInput();
+        QVERIFY(input);
+        const auto check = [&](const auto *payload) {
+            QVERIFY(payload);
+            QCOMPARE(payload->mimeType, mime);
+            QCOMPARE(payload->text.value_or(QString()), text);
+            QCOMPARE(payload->originalExtension, media.section(u'.', -1).toLower());
+        };
+        if (input->kind() == AIAnalyzeInputKind::Video)
+            check(input->get<FileVideoAnalysisPayload>());
+        else
+            check(input->get<FileAudioAnalysisPayload>());
+    }
+
+    void pdfDocuments_data()
+    {
+        QTest::addColumn<int>("pageCount");
+        QTest::addColumn<bool>("withText");
+        QTest::addColumn<bool>("extractionEnabled");
+        QTest::addColumn<QString>("head");
+        QTest::addColumn<QList<int>>("previews");
+        QTest::newRow("short with text") << 3 << true << true << u"Page 1 of 3:\nThis is the text of page number 1"_s
+                                         << QList<int> { 0, 1, 2 };
+        QTest::newRow("40 pages") << 40 << true << true << u"PDF text excerpts from 12 of 40 pages."_s
+                                  << QList<int> { 0, 20, 39 };
+        QTest::newRow("no text layer") << 7 << false << true << QString() << QList<int> { 0, 2, 3, 5, 6 };
+        QTest::newRow("text extraction off") << 4 << true << false << QString() << QList<int> { 0, 1, 2, 3 };
+    }
+
+    void pdfDocuments()
+    {
+        QFETCH(int, pageCount);
+        QFETCH(bool, withText);
+        QFETCH(bool, extractionEnabled);
+        QFETCH(QString, head);
+        QFETCH(QList<int>, previews);
+        const QString path = m_dir->filePath(u"Scan.PDF"_s);
+        QVERIFY(writePdf(path, withText ? numberedPages(pageCount) : QStringList(pageCount, QString())));
+        ExtractionOptions chosen = options();
+        chosen.pdfTextExtractionEnabled = extractionEnabled;
+        const FileExtractionResult result = FileExtractionService::extract(path, chosen);
+        QCOMPARE(result.kind(), FileExtractionResult::Kind::Input);
+        const auto *document = result.analyzeInput()->get<FileDocumentAnalysisPayload>();
+        QVERIFY(document);
+        QCOMPARE(document->pageCount, pageCount);
+        QCOMPARE(document->previewPageIndices, previews);
+        QCOMPARE(document->originalExtension, u"pdf"_s);
+        QCOMPARE(document->mimeType, u"application/pdf"_s);
+        QVERIFY2(document->text.value_or(QString()).startsWith(head), qPrintable(document->text.value_or(u"<none>"_s)));
+        if (pageCount == 40) {
+            // Only the chosen pages: the first four and the spread.
+            QVERIFY(document->text->contains(u"Page 10 of 40:"_s));
+            QVERIFY(!document->text->contains(u"Page 6 of 40:"_s));
+        }
+    }
+
+    void unreadablePdfs_data()
+    {
+        QTest::addColumn<QString>("damage");
+        QTest::addColumn<QString>("failure");
+        QTest::newRow("locked") << u"lock"_s << u"PDF is password protected"_s;
+        QTest::newRow("truncated") << u"truncate"_s << u"Failed to read PDF"_s;
+        QTest::newRow("not a pdf at all") << u"garbage"_s << u"Failed to read PDF"_s;
+        QTest::newRow("zero length") << u"empty"_s << u"Failed to read PDF"_s;
+    }
+
+    void unreadablePdfs()
+    {
+        QFETCH(QString, damage);
+        QFETCH(QString, failure);
+        const QString source = m_dir->filePath(u"source.pdf"_s);
+        const QString path = m_dir->filePath(u"damaged.pdf"_s);
+        QVERIFY(writePdf(source, numberedPages(2)));
+        if (damage == u"lock") {
+            if (QStandardPaths::findExecutable(u"qpdf"_s).isEmpty())
+                QSKIP("qpdf is not installed");
+            QCOMPARE(QProcess::execute(u"qpdf"_s,
+                                       { u"--encrypt"_s, u"user"_s, u"owner"_s, u"256"_s, u"--"_s, source, path }),
+                     0);
+        } else if (damage == u"truncate") {
+            QVERIFY(writeFile(path, readFile(source).left(300)));
+        } else if (damage == u"garbage") {
+            QVERIFY(writeFile(path, QByteArray(5000, 'z')));
+        } else {
+            QVERIFY(writeFile(path, QByteArray()));
+        }
+        QCOMPARE(FileExtractionService::extract(path, options()).failureReason(), failure);
+    }
+
+private:
+    std::unique_ptr<QTemporaryDir> m_dir;
+};
+
+QTEST_MAIN(FileExtractionServiceTest)
+#include "fileextractionservicetest.moc"
