@@ -31,6 +31,8 @@ packages=(
     dbus
     dbus-bin
     gnome-keyring
+    # tests of reading files: locking PDFs
+    qpdf
     # the desktop face on a virtual display (xvfb-run), and the check of
     # its desktop entry
     xvfb
