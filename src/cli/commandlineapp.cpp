@@ -11,6 +11,7 @@
 #include "cli/fieldscommand.h"
 #include "cli/folderscommand.h"
 #include "cli/historycommand.h"
+#include "cli/inspectcommand.h"
 #include "cli/keyscommand.h"
 #include "cli/previewcommand.h"
 #include "cli/templatescommand.h"
@@ -20,10 +21,11 @@ namespace Nomly {
 
 namespace {
 
-constexpr std::array<CliCommand, 9> Commands { {
+constexpr std::array<CliCommand, 10> Commands { {
     { u"fields", u"List the fields a naming pattern can use", &runFieldsCommand },
     { u"preview", u"Show the names files would get, without touching them", &runPreviewCommand },
     { u"apply", u"Rename files under a title you give, and record it", &runApplyCommand },
+    { u"inspect", u"Show what Nomly reads from files: kind, text, content hash", &runInspectCommand },
     { u"history", u"List the renames made, newest first", &runHistoryCommand },
     { u"undo", u"Take renames back", &runUndoCommand },
     { u"config", u"Show and change the global settings", &runConfigCommand },

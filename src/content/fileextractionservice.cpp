@@ -6,13 +6,12 @@
 #include <functional>
 #include <memory>
 
-#include <poppler-qt6.h>
-
 #include "content/contenttext.h"
 #include "content/delimitedsummary.h"
 #include "content/extensiontables.h"
 #include "content/extractionlimits.h"
 #include "content/pdftext.h"
+#include "content/popplerdocument.h"
 #include "content/rtftext.h"
 #include "content/sidecartext.h"
 #include "content/subtitlecues.h"
@@ -112,9 +111,24 @@ std::optional<QString> prettyJson(const QString &path)
     return decodeText(bytes, file.atEnd());
 }
 
+// Typeset PDFs keep "fi", "ffl" and their kin as single ligature characters,
+// which neither the AI nor a file name should see.
+QString withoutLigatures(QString text)
+{
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const char16_t c = text.at(i).unicode();
+        if (c >= 0xFB00 && c <= 0xFB06) {
+            const QString expanded = text.mid(i, 1).normalized(QString::NormalizationForm_KC);
+            text.replace(i, 1, expanded);
+            i += expanded.size() - 1;
+        }
+    }
+    return text;
+}
+
 FileExtractionResult pdfDocument(const QString &path, const QString &extension, const ExtractionOptions &options)
 {
-    const std::unique_ptr<Poppler::Document> document = Poppler::Document::load(path);
+    const std::unique_ptr<Poppler::Document> document = openPdf(path);
     if (!document)
         return FileExtractionResult::failed(FailedToReadPdf);
     if (document->isLocked())
@@ -130,7 +144,7 @@ FileExtractionResult pdfDocument(const QString &path, const QString &extension, 
             const std::unique_ptr<Poppler::Page> page = document->page(index);
             if (!page)
                 continue;
-            const QString pageText = normalizedText(page->text(QRectF()));
+            const QString pageText = normalizedText(withoutLigatures(page->text(QRectF())));
             if (isReadableText(pageText))
                 pages.append({ index, pageText });
         }

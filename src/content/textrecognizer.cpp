@@ -1,5 +1,6 @@
 #include "content/textrecognizer.h"
 
+#include <QCoreApplication>
 #include <QSet>
 #include <memory>
 #include <mutex>
@@ -17,6 +18,8 @@ namespace Limits = ExtractionLimits;
 
 namespace {
 
+void releaseEngine();
+
 // The engine is not thread-safe and costly to set up, so there is one,
 // behind a lock, made on first use.
 struct Engine
@@ -30,9 +33,11 @@ struct Engine
         if (!tried) {
             tried = true;
             auto made = std::make_unique<tesseract::TessBaseAPI>();
-            if (made->Init(nullptr, "eng") == 0)
+            if (made->Init(nullptr, "eng") == 0) {
                 api = std::move(made);
-            else
+                if (QCoreApplication::instance())
+                    qAddPostRoutine(releaseEngine);
+            } else
                 qCWarning(lcProcessing) << "Image OCR failed: the English OCR data is not installed";
         }
         return api.get();
@@ -43,6 +48,16 @@ Engine &engine()
 {
     static Engine shared;
     return shared;
+}
+
+// The engine's data lives in caches of the library that are torn down before
+// this file's statics, so the engine is ended while the application still
+// exists.
+void releaseEngine()
+{
+    Engine &shared = engine();
+    const std::lock_guard guard(shared.lock);
+    shared.api.reset();
 }
 
 } // namespace

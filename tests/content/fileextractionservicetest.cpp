@@ -4,10 +4,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QFont>
-#include <QPageSize>
-#include <QPainter>
-#include <QPdfWriter>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -15,6 +11,7 @@
 
 #include "content/fileextractionservice.h"
 #include "filesystemfixtures.h"
+#include "samplepdfs.h"
 
 using namespace Qt::StringLiterals;
 using namespace Nomly;
@@ -28,33 +25,6 @@ ExtractionOptions options()
     out.imageExtensions = { u"png"_s, u" .JPG "_s, u"pdf"_s };
     out.designExtensions = { u"psd"_s };
     return out;
-}
-
-// A PDF whose pages hold the given lines of text; an empty string leaves a
-// page blank.
-bool writePdf(const QString &path, const QStringList &pages)
-{
-    QPdfWriter writer(path);
-    writer.setPageSize(QPageSize(QPageSize::A4));
-    writer.setResolution(72);
-    QPainter painter(&writer);
-    QFont font(u"DejaVu Sans"_s);
-    font.setPixelSize(12);
-    painter.setFont(font);
-    for (int i = 0; i < pages.size(); ++i) {
-        if (i > 0)
-            writer.newPage();
-        painter.drawText(QRect(40, 40, 500, 700), Qt::TextWordWrap, pages.at(i));
-    }
-    return painter.end();
-}
-
-QStringList numberedPages(int count)
-{
-    QStringList pages;
-    for (int i = 1; i <= count; ++i)
-        pages.append(u"This is the text of page number %1 in the sample document."_s.arg(i));
-    return pages;
 }
 
 } // namespace
@@ -247,7 +217,7 @@ private slots:
         QFETCH(QString, head);
         QFETCH(QList<int>, previews);
         const QString path = m_dir->filePath(u"Scan.PDF"_s);
-        QVERIFY(writePdf(path, withText ? numberedPages(pageCount) : QStringList(pageCount, QString())));
+        QVERIFY(writeTextPdf(path, withText ? numberedPages(pageCount) : QStringList(pageCount, QString())));
         ExtractionOptions chosen = options();
         chosen.pdfTextExtractionEnabled = extractionEnabled;
         const FileExtractionResult result = FileExtractionService::extract(path, chosen);
@@ -282,7 +252,7 @@ private slots:
         QFETCH(QString, failure);
         const QString source = m_dir->filePath(u"source.pdf"_s);
         const QString path = m_dir->filePath(u"damaged.pdf"_s);
-        QVERIFY(writePdf(source, numberedPages(2)));
+        QVERIFY(writeTextPdf(source, numberedPages(2)));
         if (damage == u"lock") {
             if (QStandardPaths::findExecutable(u"qpdf"_s).isEmpty())
                 QSKIP("qpdf is not installed");

@@ -1,0 +1,125 @@
+// `nomly inspect` as a user runs it, on files made here: what it reports of
+// each kind, its exit status, and the content hash across touch and rename.
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <sys/stat.h>
+#include <utime.h>
+
+#include "cliprocess.h"
+#include "filesystemfixtures.h"
+#include "samplepdfs.h"
+
+using namespace Qt::StringLiterals;
+using namespace Nomly::Test;
+
+class InspectCommandTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+
+    void init() { m_dir = std::make_unique<QTemporaryDir>(); }
+
+    void reportsEachKind()
+    {
+        QVERIFY(writeTextPdf(file(u"long.pdf"_s), numberedPages(40)));
+        QVERIFY(writeFile(file(u"notes.txt"_s), "Budget review notes for the third quarter"));
+        QVERIFY(writeFile(file(u"archive.xyz123"_s), "bytes"));
+        const CliRun run = inspect({ u"--json"_s, u"long.pdf"_s, u"notes.txt"_s, u"archive.xyz123"_s, u"gone.txt"_s });
+        QCOMPARE(run.exitCode, 1);
+        const QJsonArray results = QJsonDocument::fromJson(run.out.toUtf8()).array();
+        QCOMPARE(results.size(), 4);
+
+        const QJsonObject pdf = results.at(0).toObject();
+        QCOMPARE(pdf.value(u"kind"_s).toString(), u"document"_s);
+        QCOMPARE(pdf.value(u"pageCount"_s).toInt(), 40);
+        const QString text = pdf.value(u"text"_s).toString();
+        QVERIFY(text.size() <= 12000);
+        QVERIFY(text.startsWith(u"PDF text excerpts from 12 of 40 pages."_s));
+        QVERIFY(text.contains(u"Page 4 of 40:"_s) && text.contains(u"Page 40 of 40:"_s));
+        QVERIFY(text.contains(u"Page 5 of 40:"_s));
+        QVERIFY(!text.contains(u"Page 6 of 40:"_s));
+        QCOMPARE(pdf.value(u"contentHash"_s).toString().size(), 64);
+
+        QCOMPARE(results.at(1).toObject().value(u"text"_s).toString(), u"Budget review notes for the third quarter"_s);
+        QCOMPARE(results.at(2).toObject().value(u"status"_s).toString(), u"unsupported"_s);
+        QCOMPARE(results.at(3).toObject().value(u"failure"_s).toString(), u"File not found"_s);
+    }
+
+    void unreadablePdfsSayWhy()
+    {
+        if (QStandardPaths::findExecutable(u"qpdf"_s).isEmpty())
+            QSKIP("qpdf is not installed");
+        QVERIFY(writeTextPdf(file(u"open.pdf"_s), numberedPages(2)));
+        QCOMPARE(QProcess::execute(
+                     u"qpdf"_s,
+                     { u"--encrypt"_s, u"u"_s, u"o"_s, u"256"_s, u"--"_s, file(u"open.pdf"_s), file(u"locked.pdf"_s) }),
+                 0);
+        const CliRun run = inspect({ u"locked.pdf"_s });
+        QCOMPARE(run.exitCode, 1);
+        QVERIFY2(run.out.contains(u"failed: PDF is password protected"_s), qPrintable(run.out));
+        QVERIFY2(run.err.isEmpty(), qPrintable(run.err));
+    }
+
+    void scannedPdfIsRecognised()
+    {
+        QVERIFY(writeScannedPdf(file(u"scan.pdf"_s), { u"INVOICE 4471\nAcme Hardware Supplies"_s }));
+        const CliRun run = inspect({ u"--json"_s, u"scan.pdf"_s });
+        QCOMPARE(run.exitCode, 0);
+        const QJsonObject scan = QJsonDocument::fromJson(run.out.toUtf8()).array().at(0).toObject();
+        QVERIFY(!scan.contains(u"text"_s));
+        QCOMPARE(scan.value(u"previewPageIndices"_s).toArray(), QJsonArray { 0 });
+        if (!QFile::exists(u"/usr/share/tesseract-ocr/5/tessdata/eng.traineddata"_s))
+            QSKIP("the English OCR data is not installed");
+        QVERIFY2(scan.value(u"recognizedText"_s).toString().contains(u"Acme Hardware Supplies"_s), qPrintable(run.out));
+    }
+
+    // Same bytes and time, same hash; a new time, a new hash; a new name,
+    // the same hash.
+    void contentHashFollowsContentAndTime()
+    {
+        QVERIFY(writeFile(file(u"a.txt"_s), "identical content of twenty characters"));
+        QVERIFY(writeFile(file(u"b.txt"_s), "identical content of twenty characters"));
+        const utimbuf when { 1731962381, 1731962381 };
+        QVERIFY(utime(QFile::encodeName(file(u"a.txt"_s)).constData(), &when) == 0);
+        QVERIFY(utime(QFile::encodeName(file(u"b.txt"_s)).constData(), &when) == 0);
+        const QString first = hashOf(u"a.txt"_s);
+        QCOMPARE(hashOf(u"b.txt"_s), first);
+        QVERIFY(QFile::rename(file(u"b.txt"_s), file(u"renamed.txt"_s)));
+        QCOMPARE(hashOf(u"renamed.txt"_s), first);
+        const utimbuf later { 1731962391, 1731962391 };
+        QVERIFY(utime(QFile::encodeName(file(u"renamed.txt"_s)).constData(), &later) == 0);
+        QVERIFY(hashOf(u"renamed.txt"_s) != first);
+    }
+
+private:
+    QString file(const QString &name) const { return m_dir->filePath(name); }
+
+    CliRun inspect(const QStringList &arguments)
+    {
+        return runCli(QStringLiteral(NOMLY_BINARY),
+                      QStringList { u"inspect"_s } + arguments,
+                      m_dir->filePath(u"profile"_s),
+                      m_dir->path());
+    }
+
+    QString hashOf(const QString &name)
+    {
+        const CliRun run = inspect({ u"--json"_s, name });
+        return QJsonDocument::fromJson(run.out.toUtf8()).array().at(0).toObject().value(u"contentHash"_s).toString();
+    }
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+};
+
+QTEST_MAIN(InspectCommandTest)
+#include "inspectcommandtest.moc"
