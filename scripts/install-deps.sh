@@ -19,10 +19,15 @@ packages=(
     libicu-dev
     libsqlite3-dev
     libssl-dev
-    # reading files: PDF text, OCR with its English data
+    # reading files: PDF text, OCR with its English data, ZIP containers,
+    # embedded metadata, and the image decoders Qt loads at run time
     libpoppler-qt6-dev
     libtesseract-dev
     tesseract-ocr-eng
+    libzip-dev
+    libexiv2-dev
+    qt6-image-formats-plugins
+    libqt6svg6
     qtkeychain-qt6-dev
     # getfattr and setfattr, to look at the attributes renamed files carry
     attr
@@ -31,14 +36,16 @@ packages=(
     dbus
     dbus-bin
     gnome-keyring
-    # tests of reading files: locking PDFs
+    # tests of reading files: locking PDFs, writing EXIF
     qpdf
+    exiv2
     # the desktop face on a virtual display (xvfb-run), and the check of
     # its desktop entry
     xvfb
     xauth
     desktop-file-utils
-    # benchmarks
+    # benchmarks: the reference tools the content benchmark compares with
+    libvips-tools
     libbenchmark-dev
 )
 

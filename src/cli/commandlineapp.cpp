@@ -15,17 +15,19 @@
 #include "cli/keyscommand.h"
 #include "cli/previewcommand.h"
 #include "cli/templatescommand.h"
+#include "cli/thumbnailcommand.h"
 #include "cli/undocommand.h"
 
 namespace Nomly {
 
 namespace {
 
-constexpr std::array<CliCommand, 10> Commands { {
+constexpr std::array<CliCommand, 11> Commands { {
     { u"fields", u"List the fields a naming pattern can use", &runFieldsCommand },
     { u"preview", u"Show the names files would get, without touching them", &runPreviewCommand },
     { u"apply", u"Rename files under a title you give, and record it", &runApplyCommand },
     { u"inspect", u"Show what Nomly reads from files: kind, text, content hash", &runInspectCommand },
+    { u"thumbnail", u"Write the bounded JPEG the AI would see of a file", &runThumbnailCommand },
     { u"history", u"List the renames made, newest first", &runHistoryCommand },
     { u"undo", u"Take renames back", &runUndoCommand },
     { u"config", u"Show and change the global settings", &runConfigCommand },

@@ -1,8 +1,10 @@
-// `nomly inspect` as a user runs it, on files made here: what it reports of
-// each kind, its exit status, and the content hash across touch and rename.
+// `nomly inspect` and `nomly thumbnail` as a user runs them, on files made
+// here: what inspect reports of each kind, its exit status and the content
+// hash across touch and rename; the JPEG thumbnail writes, and what it refuses.
 
 #include <QDir>
 #include <QFile>
+#include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -21,7 +23,7 @@
 using namespace Qt::StringLiterals;
 using namespace Nomly::Test;
 
-class InspectCommandTest : public QObject
+class ContentCommandsTest : public QObject
 {
     Q_OBJECT
 
@@ -101,16 +103,41 @@ private slots:
         QVERIFY(hashOf(u"renamed.txt"_s) != first);
     }
 
+    void thumbnailFitsTheEdge()
+    {
+        QImage photo(3000, 2000, QImage::Format_RGB32);
+        photo.fill(Qt::darkGreen);
+        QVERIFY(photo.save(file(u"photo.jpg"_s), "JPG"));
+        const CliRun run = runIn({ u"thumbnail"_s,
+                                   u"photo.jpg"_s,
+                                   u"--edge"_s,
+                                   u"1024"_s,
+                                   u"--quality"_s,
+                                   u"0.6"_s,
+                                   u"-o"_s,
+                                   u"out.jpg"_s });
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(QImage(file(u"out.jpg"_s)).size(), QSize(1024, 683));
+
+        // The output is never replaced, and bad values are refused.
+        const QByteArray written = readFile(file(u"out.jpg"_s));
+        QCOMPARE(runIn({ u"thumbnail"_s, u"photo.jpg"_s, u"-o"_s, u"out.jpg"_s }).exitCode, 2);
+        QCOMPARE(readFile(file(u"out.jpg"_s)), written);
+        QCOMPARE(runIn({ u"thumbnail"_s, u"photo.jpg"_s, u"--edge"_s, u"0"_s, u"-o"_s, u"x.jpg"_s }).exitCode, 2);
+        QCOMPARE(runIn({ u"thumbnail"_s, u"photo.jpg"_s, u"--quality"_s, u"1.5"_s, u"-o"_s, u"x.jpg"_s }).exitCode, 2);
+        QCOMPARE(runIn({ u"thumbnail"_s, u"gone.jpg"_s, u"-o"_s, u"x.jpg"_s }).exitCode, 1);
+        QVERIFY(!QFile::exists(file(u"x.jpg"_s)));
+    }
+
 private:
     QString file(const QString &name) const { return m_dir->filePath(name); }
 
-    CliRun inspect(const QStringList &arguments)
+    CliRun runIn(const QStringList &arguments)
     {
-        return runCli(QStringLiteral(NOMLY_BINARY),
-                      QStringList { u"inspect"_s } + arguments,
-                      m_dir->filePath(u"profile"_s),
-                      m_dir->path());
+        return runCli(QStringLiteral(NOMLY_BINARY), arguments, m_dir->filePath(u"profile"_s), m_dir->path());
     }
+
+    CliRun inspect(const QStringList &arguments) { return runIn(QStringList { u"inspect"_s } + arguments); }
 
     QString hashOf(const QString &name)
     {
@@ -121,5 +148,5 @@ private:
     std::unique_ptr<QTemporaryDir> m_dir;
 };
 
-QTEST_MAIN(InspectCommandTest)
-#include "inspectcommandtest.moc"
+QTEST_MAIN(ContentCommandsTest)
+#include "contentcommandstest.moc"
