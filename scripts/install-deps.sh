@@ -46,6 +46,7 @@ packages=(
     desktop-file-utils
     # benchmarks: the reference tools the content benchmark compares with
     libvips-tools
+    poppler-utils
     libbenchmark-dev
 )
 
