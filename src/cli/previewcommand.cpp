@@ -10,7 +10,9 @@
 #include "cli/cliprofile.h"
 #include "cli/commandparsing.h"
 #include "cli/templateoptions.h"
+#include "naming/builtinextensions.h"
 #include "naming/filerenamer.h"
+#include "naming/patternmetadatareader.h"
 #include "settings/patternrendersettings.h"
 #include "settings/settings.h"
 
@@ -73,11 +75,19 @@ ExitStatus runPreviewCommand(const QStringList &arguments)
     input.amount = analysis->amount;
     input.currency = analysis->currency;
     input.now = analysis->now;
-    input.metadata.detectedFields = analysis->fields;
 
     QJsonArray results;
+    PatternMetadataOptions factOptions;
+    factOptions.dateFormat = effective.dateFormat;
+    factOptions.imageExtensions = BuiltInExtensions::image();
     for (const QString &file : files) {
-        const QString destination = FileRenamer::destination(file, input);
+        // The file's own facts, with the fields given on the command line
+        // laid over them.
+        PatternRenderInput forFile = input;
+        forFile.metadata = PatternMetadataReader::read(file, factOptions);
+        for (auto it = analysis->fields.cbegin(); it != analysis->fields.cend(); ++it)
+            forFile.metadata.detectedFields.insert(it.key(), it.value());
+        const QString destination = FileRenamer::destination(file, forFile);
         const QString name = QFileInfo(destination).fileName();
         if (parser.isSet(jsonOption)) {
             results.append(QJsonObject {

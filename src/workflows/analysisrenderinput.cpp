@@ -6,7 +6,8 @@ namespace Nomly {
 
 PatternRenderInput analysisRenderInput(const EffectiveAnalysisSettings &settings,
                                        const ImageAnalysis &analysis,
-                                       const QDateTime &now)
+                                       const QDateTime &now,
+                                       PatternFileMetadata facts)
 {
     PatternRenderInput input = patternRenderInput(settings);
     const QString title = analysis.title.value_or(QString());
@@ -17,6 +18,7 @@ PatternRenderInput analysisRenderInput(const EffectiveAnalysisSettings &settings
     // The model reports the currency among the naming fields.
     input.currency = analysis.detectedFields.value(QStringLiteral("currency"));
     input.now = now;
+    input.metadata = std::move(facts);
     for (auto it = analysis.detectedFields.cbegin(); it != analysis.detectedFields.cend(); ++it)
         input.metadata.detectedFields.insert(it.key(), it.value());
     return input;

@@ -9,7 +9,9 @@
 #include "history/database.h"
 #include "history/metadataservice.h"
 #include "history/undoignoreservice.h"
+#include "naming/builtinextensions.h"
 #include "naming/filerenamer.h"
+#include "naming/patternmetadatareader.h"
 #include "platform/canonicalpath.h"
 #include "platform/filemover.h"
 #include "platform/logcategories.h"
@@ -87,7 +89,11 @@ Result<ProcessedFile> ProcessAnalyzedFileUseCase::execute(const QString &path,
             << "Failed to snapshot metadata for" << path + QStringLiteral(": ") + taken.error();
 
     const QDateTime now = QDateTime::currentDateTime();
-    const QString destination = FileRenamer::destination(path, analysisRenderInput(settings, analysis, now));
+    PatternMetadataOptions factOptions;
+    factOptions.dateFormat = settings.dateFormat;
+    factOptions.imageExtensions = BuiltInExtensions::image();
+    const QString destination = FileRenamer::destination(
+        path, analysisRenderInput(settings, analysis, now, PatternMetadataReader::read(path, factOptions)));
     if (destination.isEmpty())
         return Failure { QStringLiteral("No name could be made for \"%1\"").arg(QFileInfo(path).fileName()) };
 

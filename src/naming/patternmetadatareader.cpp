@@ -1,0 +1,242 @@
+#include "naming/patternmetadatareader.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <memory>
+
+#include <fcntl.h>
+#include <poppler-qt6.h>
+#include <sys/stat.h>
+
+#include "naming/dateformats.h"
+#include "naming/exiffacts.h"
+#include "naming/fieldcatalogue.h"
+#include "naming/namingpattern.h"
+#include "naming/textfacts.h"
+
+namespace Nomly {
+
+namespace {
+
+using Fields = QHash<QString, QString>;
+
+// The gate every group of fields passes: only fields the readers own, trimmed,
+// none empty; a later group overwrites an earlier one.
+void merge(Fields &into, const Fields &group)
+{
+    for (auto it = group.cbegin(); it != group.cend(); ++it) {
+        const QString name = normalizedFieldName(it.key());
+        const QString value = it.value().trimmed();
+        if (isLocallyReadFieldName(name) && !value.isEmpty())
+            into.insert(name, value);
+    }
+}
+
+QString readText(const QString &path, qint64 limit)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(file.read(limit));
+}
+
+std::optional<QDateTime> birthTime(const QString &path)
+{
+    struct statx info
+    {};
+
+    if (::statx(AT_FDCWD, QFile::encodeName(path).constData(), 0, STATX_BTIME, &info) != 0
+        || !(info.stx_mask & STATX_BTIME))
+        return std::nullopt;
+    return QDateTime::fromMSecsSinceEpoch(qint64(info.stx_btime.tv_sec) * 1000 + info.stx_btime.tv_nsec / 1000000,
+                                          Qt::UTC);
+}
+
+QString sizeText(qint64 bytes)
+{
+    static const char *Units[] = { "B", "KB", "MB", "GB", "TB" };
+    double value = double(bytes);
+    int unit = 0;
+    while (value >= 1024 && unit < 4) {
+        value /= 1024;
+        ++unit;
+    }
+    const QString number
+        = unit == 0 || value >= 10 ? QString::number(std::lround(value)) : QString::number(value, 'f', 1);
+    return number + QString::fromLatin1(Units[unit]);
+}
+
+// What kind of content the file holds, by its MIME-like extension families.
+QString kindType(const QString &extension, const QStringList &imageExtensions)
+{
+    static const QStringList Video { QStringLiteral("mp4"), QStringLiteral("mov"), QStringLiteral("m4v"),
+                                     QStringLiteral("mkv"), QStringLiteral("avi"), QStringLiteral("webm"),
+                                     QStringLiteral("mpg"), QStringLiteral("mpeg") };
+    static const QStringList Audio { QStringLiteral("mp3"),  QStringLiteral("m4a"), QStringLiteral("wav"),
+                                     QStringLiteral("flac"), QStringLiteral("ogg"), QStringLiteral("aac") };
+    if (imageExtensions.contains(extension) && extension != u"pdf")
+        return QStringLiteral("image");
+    if (Video.contains(extension))
+        return QStringLiteral("video");
+    if (Audio.contains(extension))
+        return QStringLiteral("audio");
+    return {};
+}
+
+Fields pdfAttributes(const QString &path)
+{
+    Fields fields;
+    static const bool silenced = [] {
+        Poppler::setDebugErrorFunction([](const QString &, const QVariant &) {}, QVariant());
+        return true;
+    }();
+    Q_UNUSED(silenced);
+    const std::unique_ptr<Poppler::Document> document = Poppler::Document::load(path);
+    if (!document || document->isLocked())
+        return fields;
+    fields.insert(QStringLiteral("author"), document->info(QStringLiteral("Author")));
+    fields.insert(QStringLiteral("publisher"), document->info(QStringLiteral("Creator")));
+    const QDateTime created = document->date(QStringLiteral("CreationDate"));
+    if (created.isValid())
+        fields.insert(QStringLiteral("document_date"),
+                      DateFormats::format(created.toUTC(), QStringLiteral("yyyy-MM-dd")));
+    const Poppler::Document::PdfVersion version = document->getPdfVersion();
+    fields.insert(QStringLiteral("version"), QStringLiteral("PDF %1.%2").arg(version.major).arg(version.minor));
+    return fields;
+}
+
+// The repository, branch and commit of the checkout holding the file.
+Fields gitFields(const QString &path)
+{
+    Fields fields;
+    QDir folder = QFileInfo(path).absoluteDir();
+    QString gitDir;
+    for (int depth = 0; depth < 64; ++depth) {
+        const QFileInfo dotGit(folder.filePath(QStringLiteral(".git")));
+        if (dotGit.isDir()) {
+            gitDir = dotGit.filePath();
+            break;
+        }
+        if (dotGit.isFile()) {
+            static const QRegularExpression pointer(QStringLiteral("gitdir:\\s*(.+)"));
+            const QString target = pointer.match(readText(dotGit.filePath(), 4096)).captured(1).trimmed();
+            if (!target.isEmpty())
+                gitDir = QDir(folder).absoluteFilePath(target);
+            break;
+        }
+        if (!folder.cdUp())
+            break;
+    }
+    if (gitDir.isEmpty())
+        return fields;
+    static const QRegularExpression url(QStringLiteral("(?m)^\\s*url\\s*=\\s*(.+?)\\s*$"));
+    fields.insert(QStringLiteral("repository"), url.match(readText(gitDir + u"/config", 65536)).captured(1));
+    const QString head = readText(gitDir + u"/HEAD", 4096).trimmed();
+    static const QRegularExpression hash(QStringLiteral("^[0-9a-fA-F]{7,40}$"));
+    if (head.startsWith(u"ref: refs/heads/")) {
+        const QString ref = head.mid(5);
+        fields.insert(QStringLiteral("branch"), ref.mid(11));
+        QString commit = readText(gitDir + u'/' + ref, 256).trimmed();
+        if (commit.isEmpty()) {
+            for (const QString &line : readText(gitDir + u"/packed-refs", 1'000'000).split(u'\n')) {
+                if (line.endsWith(u' ' + ref))
+                    commit = line.section(u' ', 0, 0);
+            }
+        }
+        if (hash.match(commit).hasMatch())
+            fields.insert(QStringLiteral("commit_hash"), commit);
+    } else if (hash.match(head).hasMatch()) {
+        fields.insert(QStringLiteral("commit_hash"), head);
+    }
+    return fields;
+}
+
+// Literal "\uXXXX" escapes as a model or a JSON file may leave them.
+QString decodedEscapes(const QString &text)
+{
+    static const QRegularExpression escape(QStringLiteral("\\\\u([0-9a-fA-F]{4})"));
+    QString out;
+    qsizetype last = 0;
+    auto it = escape.globalMatch(text);
+    while (it.hasNext()) {
+        const QRegularExpressionMatch match = it.next();
+        out += QStringView(text).mid(last, match.capturedStart() - last);
+        out += QChar(char16_t(match.captured(1).toUShort(nullptr, 16)));
+        last = match.capturedEnd();
+    }
+    out += QStringView(text).mid(last);
+    return out;
+}
+
+} // namespace
+
+QHash<QString, QString> PatternMetadataReader::normalizedDetectedFields(const QHash<QString, QString> &fields)
+{
+    QHash<QString, QString> out;
+    for (auto it = fields.cbegin(); it != fields.cend(); ++it) {
+        const QString normalized = normalizedFieldName(it.key());
+        const QString alias = fieldCatalogue().nameForAlias(normalized);
+        const QString key = alias.isEmpty() ? normalized : alias;
+        const QString value = decodedEscapes(it.value()).normalized(QString::NormalizationForm_C).trimmed();
+        if (!key.isEmpty() && !value.isEmpty())
+            out.insert(key, value);
+    }
+    return out;
+}
+
+PatternFileMetadata PatternMetadataReader::read(const QString &path, const PatternMetadataOptions &options)
+{
+    PatternFileMetadata metadata;
+    const QFileInfo file(path);
+    const QString extension = file.suffix().toLower();
+    metadata.fileExtension = extension;
+    metadata.fileExtensionOriginal = file.suffix();
+    const QString datePattern = DateFormats::patternForName(options.dateFormat);
+
+    const bool image = (options.imageExtensions.contains(extension) && extension != u"pdf") || extension == u"psd";
+    if (image)
+        readExifFacts(path, datePattern, metadata);
+
+    if (const auto born = birthTime(path))
+        metadata.createdDate = DateFormats::format(born->toLocalTime(), datePattern);
+    if (file.lastModified().isValid())
+        metadata.modifiedDate = DateFormats::format(file.lastModified(), datePattern);
+    const qint64 bytes = options.sizeBytes.value_or(file.size());
+    if (bytes > 0) {
+        metadata.sizeBytes = bytes;
+        metadata.size = sizeText(bytes);
+    }
+    metadata.parentFolder = file.absoluteDir().dirName();
+    const int width = metadata.width.toInt();
+    const int height = metadata.height.toInt();
+    if (width > 0 && height > 0)
+        metadata.orientation = width == height ? QStringLiteral("Square")
+            : width > height                   ? QStringLiteral("Landscape")
+                                               : QStringLiteral("Portrait");
+
+    Fields detected = metadata.detectedFields;
+    merge(detected, { { QStringLiteral("type"), kindType(extension, options.imageExtensions) } });
+    if (extension == u"pdf")
+        merge(detected, pdfAttributes(path));
+    const QString fileName = file.fileName();
+    if (fileName == u"package.json" || fileName == u"Package.swift" || fileName.toLower() == u"pyproject.toml"
+        || fileName.toLower() == u"cargo.toml" || extension == u"gemspec")
+        merge(detected, TextFacts::codeProject(fileName, readText(path, MaxTextBytes)));
+    static const QStringList SourceExtensions { QStringLiteral("swift"),  QStringLiteral("js"),  QStringLiteral("jsx"),
+                                                QStringLiteral("ts"),     QStringLiteral("tsx"), QStringLiteral("vue"),
+                                                QStringLiteral("svelte"), QStringLiteral("mjs") };
+    if (SourceExtensions.contains(extension))
+        merge(detected, TextFacts::sourceCode(readText(path, MaxTextBytes)));
+    merge(detected, gitFields(path));
+    if (extension == u"eml")
+        merge(detected, TextFacts::mailHeaders(readText(path, MaxTextBytes)));
+    if (extension == u"svg")
+        merge(detected, TextFacts::design(readText(path, MaxTextBytes)));
+    merge(detected, { { QStringLiteral("export_scale"), TextFacts::exportScale(file.completeBaseName()) } });
+    metadata.detectedFields = normalizedDetectedFields(detected);
+    return metadata;
+}
+
+} // namespace Nomly

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QHash>
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+#include "naming/patternfilemetadata.h"
+
+namespace Nomly {
+
+// What the reader needs besides the file.
+struct PatternMetadataOptions
+{
+    // The settings' date format, a name ("iso") or an ICU pattern.
+    QString dateFormat = QStringLiteral("yyyy-MM-dd");
+    // Known already, saving a look at the file system.
+    std::optional<qint64> sizeBytes;
+    // The image extensions of the remote configuration.
+    QStringList imageExtensions;
+};
+
+// Reads a file's own facts into the record its name is rendered from: file
+// system dates and size, pixel size and camera EXIF, PDF attributes, and the
+// fields that project manifests, source files, git checkouts, mail headers
+// and SVG drawings give away. Works on the file alone: nothing is sent and
+// nothing is written. Each read is bounded and best-effort; what cannot be
+// read stays empty. Run it off the main thread.
+class PatternMetadataReader final
+{
+public:
+    // Bytes of a text file read for its fields.
+    static constexpr qint64 MaxTextBytes = 512'000;
+
+    PatternMetadataReader() = delete;
+
+    static PatternFileMetadata read(const QString &path, const PatternMetadataOptions &options);
+
+    // Keys to their field names (aliases resolved), values with literal
+    // "\uXXXX" escapes decoded, composed and trimmed; empty ones dropped.
+    static QHash<QString, QString> normalizedDetectedFields(const QHash<QString, QString> &fields);
+};
+
+} // namespace Nomly

@@ -1,0 +1,191 @@
+// A file's own facts as names use them: the forms of the camera fields, what
+// manifests, mail and drawings give away, and real files read end to end —
+// a JPEG with EXIF written by exiv2, a PDF, a git checkout.
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include "filesystemfixtures.h"
+#include "naming/exiffacts.h"
+#include "naming/patternmetadatareader.h"
+#include "naming/textfacts.h"
+#include "samplepdfs.h"
+
+using namespace Qt::StringLiterals;
+using namespace Nomly;
+using namespace Nomly::Test;
+
+using Fields = QHash<QString, QString>;
+
+class PatternMetadataReaderTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+
+    void cameraForms()
+    {
+        QCOMPARE(ExifText::shutterSpeed(0.008), u"1/125s"_s);
+        QCOMPARE(ExifText::shutterSpeed(2.5), u"2.5s"_s);
+        QCOMPARE(ExifText::shutterSpeed(1), u"1s"_s);
+        QCOMPARE(ExifText::shutterSpeed(0), QString());
+        QCOMPARE(ExifText::exposureBias(0.001), u"0EV"_s);
+        QCOMPARE(ExifText::exposureBias(-1.0 / 3), u"-0.33EV"_s);
+        QCOMPARE(ExifText::exposureBias(0.5), u"+0.5EV"_s);
+        QCOMPARE(ExifText::aperture(2.8), u"f/2.8"_s);
+        QCOMPARE(ExifText::aperture(8), u"f/8"_s);
+        QCOMPARE(ExifText::focalLength(35.4), u"35mm"_s);
+        QCOMPARE(ExifText::whiteBalance(24, 0), u"ISO Studio Tungsten"_s);
+        QCOMPARE(ExifText::whiteBalance(0, 1), u"Manual"_s);
+        QCOMPARE(ExifText::whiteBalance(std::nullopt, 0), u"Auto"_s);
+        QCOMPARE(ExifText::flash(0x19), u"Flash"_s);
+        QCOMPARE(ExifText::flash(0x10), u"No Flash"_s);
+        QCOMPARE(ExifText::coordinate(-33.8567844), u"-33.85678"_s);
+    }
+
+    void textFacts_data()
+    {
+        QTest::addColumn<QString>("fileName");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<Fields>("expected");
+        QTest::newRow("package.json")
+            << u"package.json"_s
+            << uR"({"name":"shop-ui","productName":"Shop","version":"2.1.0","publishedAt":"2025-03-04T10:00:00Z","dependencies":{"vue":"3","react":"18"}})"_s
+            << Fields { { u"package_name"_s, u"shop-ui"_s },
+                        { u"product_name"_s, u"Shop"_s },
+                        { u"version"_s, u"2.1.0"_s },
+                        { u"release_date"_s, u"2025-03-04"_s },
+                        { u"framework"_s, u"React"_s } };
+        QTest::newRow("pyproject")
+            << u"pyproject.toml"_s
+            << u"[project]\nname = \"ledger\"\nversion = \"0.3\"\ndependencies = [\"Django>=5\"]\n"_s
+            << Fields { { u"package_name"_s, u"ledger"_s },
+                        { u"product_name"_s, u"ledger"_s },
+                        { u"version"_s, u"0.3"_s },
+                        { u"framework"_s, u"Django"_s } };
+        QTest::newRow("broken json") << u"package.json"_s << u"{ name: "_s << Fields {};
+    }
+
+    void textFacts()
+    {
+        QFETCH(QString, fileName);
+        QFETCH(QString, text);
+        QFETCH(Fields, expected);
+        QCOMPARE(TextFacts::codeProject(fileName, text), expected);
+    }
+
+    void mailHeaders()
+    {
+        const QString mail
+            = u"From: \"Dana Lee\" <dana@example.com>\r\nTo: ops@example.com\r\nSubject: Re: Fwd:\r\n Budget\r\n"
+              u"Date: Tue, 4 Mar 2025 09:30:00 +0000\r\n\r\nSubject: not a header\r\n"_s;
+        const Fields fields = TextFacts::mailHeaders(mail);
+        QCOMPARE(fields.value(u"sender"_s), u"Dana Lee"_s);
+        QCOMPARE(fields.value(u"recipient"_s), u"ops@example.com"_s);
+        QCOMPARE(fields.value(u"message_subject"_s), u"Re: Fwd: Budget"_s);
+        QCOMPARE(fields.value(u"thread_name"_s), u"Budget"_s);
+        QCOMPARE(fields.value(u"message_date"_s), u"2025-03-04"_s);
+    }
+
+    void smallForms_data()
+    {
+        QTest::addColumn<QString>("input");
+        QTest::addColumn<QString>("scale");
+        QTest::addColumn<QString>("currency");
+        QTest::newRow("fractional scale, euro sign") << u"logo@1.5x"_s << u"1.5x"_s << QString();
+        QTest::newRow("scale must end the word") << u"logo@2xl"_s << QString() << QString();
+        QTest::newRow("scale before a separator") << u"icon@3x-dark"_s << u"3x"_s << QString();
+        QTest::newRow("euro amount") << u"12,50 €"_s << QString() << u"EUR"_s;
+        QTest::newRow("three letters") << u"100 CHF"_s << QString() << u"CHF"_s;
+        QTest::newRow("dollar") << u"$42.99"_s << QString() << u"USD"_s;
+    }
+
+    void smallForms()
+    {
+        QFETCH(QString, input);
+        QFETCH(QString, scale);
+        QFETCH(QString, currency);
+        QCOMPARE(TextFacts::exportScale(input), scale);
+        QCOMPARE(TextFacts::currencyOfAmount(input), currency);
+    }
+
+    void designAndDetectedNormalisation()
+    {
+        QCOMPARE(TextFacts::design(u"<svg id=\"root\"><g component-name=\"Button/Primary\"/></svg>"_s),
+                 (Fields { { u"artboard"_s, u"root"_s }, { u"component_name"_s, u"Button/Primary"_s } }));
+        const Fields normalized = PatternMetadataReader::normalizedDetectedFields(
+            { { u"Cafe Name"_s, u" Caf\\u00e9 "_s }, { u"{Vendor Name}"_s, u"Acme"_s }, { u"empty"_s, u"  "_s } });
+        QCOMPARE(normalized.value(u"cafe_name"_s), u"Café"_s);
+        QCOMPARE(normalized.value(u"vendor"_s), u"Acme"_s);
+        QVERIFY(!normalized.contains(u"empty"_s));
+    }
+
+    void jpegWithExif()
+    {
+        if (QStandardPaths::findExecutable(u"exiv2"_s).isEmpty())
+            QSKIP("exiv2 is not installed");
+        QTemporaryDir dir;
+        const QString path = dir.filePath(u"IMG_0001.jpg"_s);
+        QImage image(300, 400, QImage::Format_RGB32);
+        image.fill(Qt::gray);
+        QVERIFY(image.save(path, "JPG"));
+        QCOMPARE(QProcess::execute(u"exiv2"_s,
+                                   { u"-M"_s,
+                                     u"set Exif.Photo.DateTimeOriginal 2025:07:14 09:15:30"_s,
+                                     u"-M"_s,
+                                     u"set Exif.Image.Model  Canon EOS R6 "_s,
+                                     u"-M"_s,
+                                     u"set Exif.Photo.ExposureTime 1/125"_s,
+                                     u"-M"_s,
+                                     u"set Exif.GPSInfo.GPSLatitude 48/1 51/1 2400/100"_s,
+                                     u"-M"_s,
+                                     u"set Exif.GPSInfo.GPSLatitudeRef N"_s,
+                                     u"-M"_s,
+                                     u"set Exif.GPSInfo.GPSLongitude 2/1 21/1 0/1"_s,
+                                     u"-M"_s,
+                                     u"set Exif.GPSInfo.GPSLongitudeRef W"_s,
+                                     path }),
+                 0);
+        PatternMetadataOptions options;
+        options.dateFormat = u"dd.MM.yyyy"_s;
+        options.imageExtensions = { u"jpg"_s };
+        const PatternFileMetadata facts = PatternMetadataReader::read(path, options);
+        QCOMPARE(facts.captureDate, u"14.07.2025"_s);
+        QCOMPARE(facts.captureTime, u"09.15.30"_s);
+        QCOMPARE(facts.cameraModel, u"Canon EOS R6"_s);
+        QCOMPARE(facts.shutterSpeed, u"1/125s"_s);
+        QCOMPARE(facts.resolution, u"300x400"_s);
+        QCOMPARE(facts.orientation, u"Portrait"_s);
+        QCOMPARE(facts.detectedFields.value(u"location"_s), u"48.85667 -2.35"_s);
+        QCOMPARE(facts.detectedFields.value(u"type"_s), u"image"_s);
+        QCOMPARE(facts.parentFolder, QDir(dir.path()).dirName());
+        QCOMPARE(facts.sizeBytes, QFileInfo(path).size());
+    }
+
+    void pdfAndGitCheckout()
+    {
+        QTemporaryDir dir;
+        QVERIFY(QDir(dir.path()).mkpath(u".git/refs/heads"_s) && QDir(dir.path()).mkpath(u"docs"_s));
+        QVERIFY(writeFile(dir.filePath(u".git/HEAD"_s), "ref: refs/heads/release/1.2\n"));
+        QVERIFY(writeFile(dir.filePath(u".git/config"_s),
+                          "[remote \"origin\"]\n\turl = https://example.com/acme/ledger.git\n"));
+        QVERIFY(writeFile(dir.filePath(u".git/packed-refs"_s),
+                          "# pack-refs\n0123456789abcdef0123456789abcdef01234567 refs/heads/release/1.2\n"));
+        const QString path = dir.filePath(u"docs/spec@2x.pdf"_s);
+        QVERIFY(writeTextPdf(path, numberedPages(1)));
+        const PatternFileMetadata facts = PatternMetadataReader::read(path, {});
+        QCOMPARE(facts.detectedFields.value(u"branch"_s), u"release/1.2"_s);
+        QCOMPARE(facts.detectedFields.value(u"commit_hash"_s), u"0123456789abcdef0123456789abcdef01234567"_s);
+        QCOMPARE(facts.detectedFields.value(u"repository"_s), u"https://example.com/acme/ledger.git"_s);
+        QVERIFY(facts.detectedFields.value(u"version"_s).startsWith(u"PDF 1."_s));
+        QCOMPARE(facts.detectedFields.value(u"export_scale"_s), u"2x"_s);
+        QVERIFY(!facts.detectedFields.contains(u"type"_s));
+    }
+};
+
+QTEST_MAIN(PatternMetadataReaderTest)
+#include "patternmetadatareadertest.moc"
