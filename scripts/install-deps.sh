@@ -26,6 +26,10 @@ packages=(
     tesseract-ocr-eng
     libzip-dev
     libexiv2-dev
+    libavformat-dev
+    libavcodec-dev
+    libavutil-dev
+    libtag1-dev
     qt6-image-formats-plugins
     libqt6svg6
     qtkeychain-qt6-dev
@@ -36,9 +40,10 @@ packages=(
     dbus
     dbus-bin
     gnome-keyring
-    # tests of reading files: locking PDFs, writing EXIF
+    # tests of reading files: locking PDFs, writing EXIF, making media
     qpdf
     exiv2
+    ffmpeg
     # the desktop face on a virtual display (xvfb-run), and the check of
     # its desktop entry
     xvfb

@@ -10,9 +10,11 @@
 #include <poppler-qt6.h>
 #include <sys/stat.h>
 
+#include "naming/builtinextensions.h"
 #include "naming/dateformats.h"
 #include "naming/exiffacts.h"
 #include "naming/fieldcatalogue.h"
+#include "naming/mediafacts.h"
 #include "naming/namingpattern.h"
 #include "naming/textfacts.h"
 
@@ -68,7 +70,7 @@ QString sizeText(qint64 bytes)
     return number + QString::fromLatin1(Units[unit]);
 }
 
-// What kind of content the file holds, by its MIME-like extension families.
+// What kind of content the file holds, by its extension's family.
 QString kindType(const QString &extension, const QStringList &imageExtensions)
 {
     static const QStringList Video { QStringLiteral("mp4"), QStringLiteral("mov"), QStringLiteral("m4v"),
@@ -198,6 +200,8 @@ PatternFileMetadata PatternMetadataReader::read(const QString &path, const Patte
     const bool image = (options.imageExtensions.contains(extension) && extension != u"pdf") || extension == u"psd";
     if (image)
         readExifFacts(path, datePattern, metadata);
+    if (BuiltInExtensions::video().contains(extension) || BuiltInExtensions::audio().contains(extension))
+        readMediaFacts(path, datePattern, metadata);
 
     if (const auto born = birthTime(path))
         metadata.createdDate = DateFormats::format(born->toLocalTime(), datePattern);

@@ -11,6 +11,7 @@
 
 #include "filesystemfixtures.h"
 #include "naming/exiffacts.h"
+#include "naming/mediafacts.h"
 #include "naming/patternmetadatareader.h"
 #include "naming/textfacts.h"
 #include "samplepdfs.h"
@@ -45,6 +46,94 @@ private slots:
         QCOMPARE(ExifText::flash(0x19), u"Flash"_s);
         QCOMPARE(ExifText::flash(0x10), u"No Flash"_s);
         QCOMPARE(ExifText::coordinate(-33.8567844), u"-33.85678"_s);
+    }
+
+    void mediaForms()
+    {
+        QCOMPARE(MediaText::duration(3729.4), u"1h02m09s"_s);
+        QCOMPARE(MediaText::duration(84), u"1m24s"_s);
+        QCOMPARE(MediaText::duration(9.4), u"9s"_s);
+        QCOMPARE(MediaText::duration(-3), u"0s"_s);
+        QCOMPARE(MediaText::bitrate(8'400'000), u"8.4Mbps"_s);
+        QCOMPARE(MediaText::bitrate(2'000'000), u"2Mbps"_s);
+        QCOMPARE(MediaText::bitrate(320'400), u"320Kbps"_s);
+        QCOMPARE(MediaText::bitrate(900), u"900bps"_s);
+        QCOMPARE(MediaText::bitrate(0), QString());
+        QCOMPARE(MediaText::frameRate(30000.0 / 1001), u"29.97fps"_s);
+        QCOMPARE(MediaText::frameRate(25), u"25fps"_s);
+    }
+
+    // Clips made by ffmpeg from its test sources: a video stored on its side
+    // reports its upright size; tags fill the music fields.
+    void mediaFiles()
+    {
+        if (QStandardPaths::findExecutable(u"ffmpeg"_s).isEmpty())
+            QSKIP("ffmpeg is not installed");
+        QTemporaryDir dir;
+        const auto ffmpeg = [](const QStringList &arguments) {
+            return QProcess::execute(u"ffmpeg"_s, QStringList { u"-v"_s, u"error"_s, u"-y"_s } + arguments);
+        };
+        QCOMPARE(ffmpeg({ u"-f"_s,
+                          u"lavfi"_s,
+                          u"-i"_s,
+                          u"testsrc=size=320x240:rate=25"_s,
+                          u"-f"_s,
+                          u"lavfi"_s,
+                          u"-i"_s,
+                          u"sine=frequency=440"_s,
+                          u"-t"_s,
+                          u"2"_s,
+                          u"-c:v"_s,
+                          u"mpeg4"_s,
+                          u"-c:a"_s,
+                          u"aac"_s,
+                          dir.filePath(u"flat.mp4"_s) }),
+                 0);
+        QCOMPARE(ffmpeg({ u"-i"_s,
+                          dir.filePath(u"flat.mp4"_s),
+                          u"-c"_s,
+                          u"copy"_s,
+                          u"-metadata:s:v:0"_s,
+                          u"rotate=90"_s,
+                          u"-metadata"_s,
+                          u"creation_time=2024-05-06T07:08:09Z"_s,
+                          dir.filePath(u"clip.mp4"_s) }),
+                 0);
+        const PatternFileMetadata video = PatternMetadataReader::read(dir.filePath(u"clip.mp4"_s), {});
+        QCOMPARE(video.resolution, u"240x320"_s);
+        QCOMPARE(video.orientation, u"Portrait"_s);
+        QCOMPARE(video.duration, u"2s"_s);
+        QCOMPARE(video.frameRate, u"25fps"_s);
+        QCOMPARE(video.codec, u"MPEG-4"_s);
+        QCOMPARE(video.audioCodec, u"AAC"_s);
+        QCOMPARE(video.recordingDate, u"2024-05-06"_s);
+        QCOMPARE(video.detectedFields.value(u"type"_s), u"video"_s);
+
+        QCOMPARE(ffmpeg({ u"-f"_s,
+                          u"lavfi"_s,
+                          u"-i"_s,
+                          u"sine=d=3"_s,
+                          u"-metadata"_s,
+                          u"artist=The Band"_s,
+                          u"-metadata"_s,
+                          u"title=First Song"_s,
+                          u"-metadata"_s,
+                          u"album=Debut"_s,
+                          u"-metadata"_s,
+                          u"date=2019-04-01"_s,
+                          dir.filePath(u"song.flac"_s) }),
+                 0);
+        const PatternFileMetadata song = PatternMetadataReader::read(dir.filePath(u"song.flac"_s), {});
+        QCOMPARE(song.duration, u"3s"_s);
+        QCOMPARE(song.detectedFields.value(u"artist"_s), u"The Band"_s);
+        QCOMPARE(song.detectedFields.value(u"track_title"_s), u"First Song"_s);
+        QCOMPARE(song.detectedFields.value(u"album"_s), u"Debut"_s);
+        QCOMPARE(song.detectedFields.value(u"release_year"_s), u"2019"_s);
+        QVERIFY(song.resolution.isEmpty());
+
+        // Bytes that only claim to be a video give no facts and no hang.
+        QVERIFY(writeFile(dir.filePath(u"fake.mov"_s), QByteArray(100000, 'x')));
+        QVERIFY(PatternMetadataReader::read(dir.filePath(u"fake.mov"_s), {}).duration.isEmpty());
     }
 
     void textFacts_data()

@@ -1,0 +1,218 @@
+#include "naming/mediafacts.h"
+
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QRegularExpression>
+#include <cmath>
+
+extern "C" {
+#include <libavformat/avformat.h>
+#include <libavutil/display.h>
+}
+
+#include <taglib/fileref.h>
+#include <taglib/tpropertymap.h>
+
+#include "naming/dateformats.h"
+
+namespace Nomly {
+
+namespace {
+
+// Probing reads at most this much of the file, for at most this long.
+constexpr int64_t ProbeBytes = 5'000'000;
+constexpr int ProbeMilliseconds = 5'000;
+
+QString trimmedNumber(double value, int digits)
+{
+    QString text = QString::number(value, 'f', digits);
+    if (text.contains(u'.')) {
+        while (text.endsWith(u'0'))
+            text.chop(1);
+        if (text.endsWith(u'.'))
+            text.chop(1);
+    }
+    return text;
+}
+
+QString codecName(const AVCodecParameters *parameters)
+{
+    switch (parameters->codec_id) {
+    case AV_CODEC_ID_H264:
+        return QStringLiteral("H.264");
+    case AV_CODEC_ID_HEVC:
+        return QStringLiteral("HEVC");
+    case AV_CODEC_ID_MPEG4:
+        return QStringLiteral("MPEG-4");
+    case AV_CODEC_ID_AAC:
+        return QStringLiteral("AAC");
+    case AV_CODEC_ID_MJPEG:
+        return QStringLiteral("MJPEG");
+    default:
+        break;
+    }
+    // The container's four characters where it names them, else the codec.
+    if (parameters->codec_tag != 0) {
+        const uint32_t tag = parameters->codec_tag;
+        const char chars[4] = { char(tag & 0xff), char((tag >> 8) & 0xff), char((tag >> 16) & 0xff), char(tag >> 24) };
+        const QString text = QString::fromLatin1(chars, 4).trimmed();
+        if (std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c.isPrint(); }) && !text.isEmpty())
+            return text;
+    }
+    return QString::fromLatin1(avcodec_get_name(parameters->codec_id)).toUpper();
+}
+
+QString metadataValue(AVDictionary *dictionary, const char *key)
+{
+    const AVDictionaryEntry *entry = av_dict_get(dictionary, key, nullptr, 0);
+    return entry ? QString::fromUtf8(entry->value).trimmed() : QString();
+}
+
+// Ends the probe of a file that keeps it waiting.
+int interruptWhenLate(void *deadline)
+{
+    return static_cast<QDeadlineTimer *>(deadline)->hasExpired() ? 1 : 0;
+}
+
+void readStreams(const QString &path, const QString &datePattern, PatternFileMetadata &metadata)
+{
+    QDeadlineTimer deadline(ProbeMilliseconds);
+    AVFormatContext *context = avformat_alloc_context();
+    if (!context)
+        return;
+    context->interrupt_callback = { &interruptWhenLate, &deadline };
+    context->probesize = ProbeBytes;
+    context->max_analyze_duration = int64_t(ProbeMilliseconds) * 1000;
+    if (avformat_open_input(&context, QFile::encodeName(path).constData(), nullptr, nullptr) < 0)
+        return; // the context is freed on failure
+    if (avformat_find_stream_info(context, nullptr) < 0) {
+        avformat_close_input(&context);
+        return;
+    }
+    if (context->duration > 0) {
+        const double seconds = double(context->duration) / AV_TIME_BASE;
+        metadata.durationSeconds = seconds;
+        metadata.duration = MediaText::duration(seconds);
+    }
+    if (context->bit_rate > 0)
+        metadata.bitrate = MediaText::bitrate(double(context->bit_rate));
+    const int video = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    if (video >= 0 && !(context->streams[video]->disposition & AV_DISPOSITION_ATTACHED_PIC)) {
+        const AVStream *stream = context->streams[video];
+        int width = stream->codecpar->width;
+        int height = stream->codecpar->height;
+        // A clip filmed upright is stored on its side with a rotation.
+        size_t size = 0;
+        const uint8_t *matrix = av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
+        if (matrix && size >= 9 * sizeof(int32_t)) {
+            const double rotation = std::abs(av_display_rotation_get(reinterpret_cast<const int32_t *>(matrix)));
+            if (std::lround(rotation) % 180 == 90)
+                std::swap(width, height);
+        }
+        if (width >= 1 && height >= 1) {
+            metadata.width = QString::number(width);
+            metadata.height = QString::number(height);
+            metadata.resolution = metadata.width + u'x' + metadata.height;
+        }
+        const AVRational rate = stream->avg_frame_rate.num > 0 ? stream->avg_frame_rate : stream->r_frame_rate;
+        if (rate.num > 0 && rate.den > 0)
+            metadata.frameRate = MediaText::frameRate(av_q2d(rate));
+        metadata.codec = codecName(stream->codecpar);
+    }
+    const int audio = av_find_best_stream(context, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
+    if (audio >= 0)
+        metadata.audioCodec = codecName(context->streams[audio]->codecpar);
+
+    for (const char *key : { "com.apple.quicktime.creationdate", "creation_time", "date" }) {
+        const QString text = metadataValue(context->metadata, key);
+        if (const auto when = DateFormats::parseWide(text)) {
+            metadata.recordingDate = DateFormats::format(*when, datePattern);
+            metadata.detectedFields.insert(QStringLiteral("recording_date"), metadata.recordingDate);
+            break;
+        }
+    }
+    avformat_close_input(&context);
+}
+
+void readTags(const QString &path, PatternFileMetadata &metadata)
+{
+    const TagLib::FileRef file(QFile::encodeName(path).constData(), false);
+    if (file.isNull() || !file.tag())
+        return;
+    const TagLib::PropertyMap properties = file.tag()->properties();
+    const auto first = [&properties](const char *key) -> QString {
+        const auto found = properties.find(key);
+        if (found == properties.end() || found->second.isEmpty())
+            return {};
+        return QString::fromStdString(found->second.front().to8Bit(true)).trimmed();
+    };
+    const auto put = [&metadata](const char *name, const QString &value) {
+        if (!value.isEmpty())
+            metadata.detectedFields.insert(QString::fromLatin1(name), value);
+    };
+    put("artist", first("ARTIST"));
+    put("track_title", first("TITLE"));
+    put("album", first("ALBUM"));
+    QString label = first("LABEL");
+    if (label.isEmpty())
+        label = first("ORGANIZATION");
+    if (label.isEmpty())
+        label = first("PUBLISHER");
+    put("label", label);
+    put("genre", first("GENRE"));
+    put("musical_key", first("INITIALKEY"));
+    put("bpm", first("BPM"));
+    static const QRegularExpression year(QStringLiteral("\\b(19\\d{2}|20\\d{2})\\b"));
+    put("release_year", year.match(first("DATE")).captured(1));
+}
+
+} // namespace
+
+namespace MediaText {
+
+QString duration(double seconds)
+{
+    const long long total = std::max(0LL, std::llround(seconds));
+    const long long hours = total / 3600;
+    const long long minutes = (total % 3600) / 60;
+    const long long rest = total % 60;
+    if (total >= 3600)
+        return QStringLiteral("%1h%2m%3s")
+            .arg(hours)
+            .arg(minutes, 2, 10, QLatin1Char('0'))
+            .arg(rest, 2, 10, QLatin1Char('0'));
+    if (total >= 60)
+        return QStringLiteral("%1m%2s").arg(minutes).arg(rest, 2, 10, QLatin1Char('0'));
+    return QStringLiteral("%1s").arg(rest);
+}
+
+QString bitrate(double bitsPerSecond)
+{
+    if (!std::isfinite(bitsPerSecond) || bitsPerSecond <= 0)
+        return {};
+    if (bitsPerSecond >= 1'000'000)
+        return trimmedNumber(bitsPerSecond / 1'000'000, 1) + u"Mbps";
+    if (bitsPerSecond >= 1000)
+        return QString::number(std::llround(bitsPerSecond / 1000)) + u"Kbps";
+    return QString::number(std::llround(bitsPerSecond)) + u"bps";
+}
+
+QString frameRate(double framesPerSecond)
+{
+    return trimmedNumber(framesPerSecond, 2) + u"fps";
+}
+
+} // namespace MediaText
+
+void readMediaFacts(const QString &path, const QString &datePattern, PatternFileMetadata &metadata)
+{
+    static const bool quiet = [] {
+        av_log_set_level(AV_LOG_QUIET);
+        return true;
+    }();
+    Q_UNUSED(quiet);
+    readStreams(path, datePattern, metadata);
+    readTags(path, metadata);
+}
+
+} // namespace Nomly
