@@ -4,7 +4,7 @@
 JOBS ?= $(shell nproc)
 DEMO_DIR ?= build/demo
 
-.PHONY: all deps build demo test bench format format-check clean
+.PHONY: all deps build demo test bench fuzz format format-check clean
 
 all: build
 
@@ -27,6 +27,13 @@ bench: deps
 	build-release/bench/nomly-bench
 	build-release/bench/nomly-history-bench
 	build-release/bench/nomly-content-bench
+
+FUZZ_SECONDS ?= 20
+
+fuzz: deps
+	cmake --preset fuzz
+	cmake --build --preset fuzz -j $(JOBS)
+	bash scripts/run-fuzzers.sh $(FUZZ_SECONDS)
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i

@@ -12,6 +12,8 @@ packages=(
     pkg-config
     ccache
     clang-format
+    # the fuzz targets build with clang's libFuzzer
+    clang
     # core libraries
     qt6-base-dev
     qt6-base-dev-tools
