@@ -1,8 +1,9 @@
 // ZIP containers: listing, ranking the preview entries and reading each
 // with its byte limit.
 
-#include "content/ziparchive.h"
+#include "content/previewentries.h"
 #include "fuzzfile.h"
+#include "platform/ziparchive.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {

@@ -16,8 +16,9 @@
 #include "content/embeddedpreview.h"
 #include "content/extensiontables.h"
 #include "content/popplerdocument.h"
-#include "content/ziparchive.h"
+#include "content/previewentries.h"
 #include "platform/logcategories.h"
+#include "platform/ziparchive.h"
 
 namespace Nomly {
 

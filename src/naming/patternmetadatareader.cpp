@@ -16,6 +16,7 @@
 #include "naming/fieldcatalogue.h"
 #include "naming/mediafacts.h"
 #include "naming/namingpattern.h"
+#include "naming/officefacts.h"
 #include "naming/textfacts.h"
 
 namespace Nomly {
@@ -224,6 +225,7 @@ PatternFileMetadata PatternMetadataReader::read(const QString &path, const Patte
     merge(detected, { { QStringLiteral("type"), kindType(extension, options.imageExtensions) } });
     if (extension == u"pdf")
         merge(detected, pdfAttributes(path));
+    merge(detected, officeDocumentFields(path, extension));
     const QString fileName = file.fileName();
     if (fileName == u"package.json" || fileName == u"Package.swift" || fileName.toLower() == u"pyproject.toml"
         || fileName.toLower() == u"cargo.toml" || extension == u"gemspec")

@@ -21,7 +21,8 @@ struct PatternMetadataOptions
 };
 
 // Reads a file's own facts into the record its name is rendered from: file
-// system dates and size, pixel size and camera EXIF, PDF attributes, and the
+// system dates and size, pixel size and camera EXIF, audio and video
+// properties and tags, PDF and Office document properties, and the
 // fields that project manifests, source files, git checkouts, mail headers
 // and SVG drawings give away. Works on the file alone: nothing is sent and
 // nothing is written. Each read is bounded and best-effort; what cannot be

@@ -99,8 +99,12 @@ private slots:
         QTest::newRow("short and fits") << 12 << 12 << 900 << u"Page 1 of 12:"_s << 900;
         QTest::newRow("short, 13,000 characters") << 12 << 12 << 1084 << u"PDF text excerpts from 12 pages."_s << 1000;
         QTest::newRow("long, all yielded") << 100 << 12 << 50 << u"PDF text excerpts from 12 of 100 pages."_s << 50;
+        QTest::newRow("20 pages of text share 12,000")
+            << 30 << 20 << 800 << u"PDF text excerpts from 20 of 30 pages."_s << 600;
         QTest::newRow("24 pages of text share 12,000")
             << 24 << 24 << 800 << u"PDF text excerpts from 24 of 24 pages."_s << 500;
+        QTest::newRow("25 pages of text get 500 each")
+            << 25 << 25 << 800 << u"PDF text excerpts from 25 of 25 pages."_s << 500;
     }
 
     void pdfExcerpts()

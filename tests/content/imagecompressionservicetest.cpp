@@ -14,12 +14,12 @@
 #include <QTest>
 #include <QUrl>
 
-#include <zip.h>
-
 #include "content/imagecompressionservice.h"
-#include "content/ziparchive.h"
+#include "content/previewentries.h"
 #include "filesystemfixtures.h"
+#include "platform/ziparchive.h"
 #include "samplepdfs.h"
+#include "samplezips.h"
 
 using namespace Qt::StringLiterals;
 using namespace Nomly;
@@ -37,20 +37,6 @@ QImage picture(int width, int height, QImage::Format format = QImage::Format_RGB
     QImage image(width, height, format);
     image.fill(Qt::darkBlue);
     return image;
-}
-
-bool writeZip(const QString &path, const QList<std::pair<QString, QByteArray>> &entries)
-{
-    int error = 0;
-    zip *archive = zip_open(QFile::encodeName(path).constData(), ZIP_CREATE | ZIP_TRUNCATE, &error);
-    if (!archive)
-        return false;
-    for (const auto &[name, data] : entries) {
-        zip_source_t *source = zip_source_buffer(archive, data.constData(), zip_uint64_t(data.size()), 0);
-        if (!source || zip_file_add(archive, name.toUtf8().constData(), source, ZIP_FL_OVERWRITE) < 0)
-            return false;
-    }
-    return zip_close(archive) == 0;
 }
 
 QByteArray png(const QImage &image)

@@ -15,12 +15,14 @@
 #include "naming/patternmetadatareader.h"
 #include "naming/textfacts.h"
 #include "samplepdfs.h"
+#include "samplezips.h"
 
 using namespace Qt::StringLiterals;
 using namespace Nomly;
 using namespace Nomly::Test;
 
 using Fields = QHash<QString, QString>;
+using ZipEntries = QList<std::pair<QString, QByteArray>>;
 
 class PatternMetadataReaderTest : public QObject
 {
@@ -253,6 +255,43 @@ private slots:
         QCOMPARE(facts.detectedFields.value(u"type"_s), u"image"_s);
         QCOMPARE(facts.parentFolder, QDir(dir.path()).dirName());
         QCOMPARE(facts.sizeBytes, QFileInfo(path).size());
+    }
+
+    void officeProperties_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<ZipEntries>("entries");
+        QTest::addColumn<Fields>("expected");
+        QTest::newRow("word")
+            << u"memo.docx"_s
+            << ZipEntries { { u"docProps/core.xml"_s,
+                              R"(<cp:coreProperties xmlns:cp="c" xmlns:dc="d" xmlns:dcterms="t"><dc:creator>Dana Lee</dc:creator><dcterms:created>2025-03-04T09:30:00Z</dcterms:created></cp:coreProperties>)" },
+                            { u"docProps/app.xml"_s,
+                              R"(<Properties><Application>Microsoft Office Word</Application></Properties>)" } }
+            << Fields { { u"author"_s, u"Dana Lee"_s },
+                        { u"document_date"_s, u"2025-03-04"_s },
+                        { u"publisher"_s, u"Microsoft Office Word"_s } };
+        QTest::newRow("opendocument")
+            << u"plan.odt"_s
+            << ZipEntries { { u"meta.xml"_s,
+                              R"(<office:document-meta xmlns:office="o" xmlns:meta="m"><office:meta><meta:initial-creator>Ola Berg</meta:initial-creator><meta:creation-date>2024-11-02T10:00:00</meta:creation-date><meta:generator>LibreOffice/7.4.7.2$Linux_X86_64</meta:generator></office:meta></office:document-meta>)" } }
+            << Fields { { u"author"_s, u"Ola Berg"_s },
+                        { u"document_date"_s, u"2024-11-02"_s },
+                        { u"publisher"_s, u"LibreOffice"_s } };
+        QTest::newRow("not a zip") << u"broken.xlsx"_s << ZipEntries {} << Fields {};
+    }
+
+    void officeProperties()
+    {
+        QFETCH(QString, name);
+        QFETCH(ZipEntries, entries);
+        QFETCH(Fields, expected);
+        QTemporaryDir dir;
+        const QString path = dir.filePath(name);
+        QVERIFY(entries.isEmpty() ? writeFile(path, "PK not really") : writeZip(path, entries));
+        Fields found = PatternMetadataReader::read(path, {}).detectedFields;
+        found.remove(u"type"_s);
+        QCOMPARE(found, expected);
     }
 
     void pdfAndGitCheckout()

@@ -35,8 +35,4 @@ private:
     zip *m_archive = nullptr;
 };
 
-// The entries that may hold a design file's picture of itself, best first:
-// "preview", "thumbnail" and "quicklook" images and those under "previews/".
-QStringList rankedPreviewEntries(const QStringList &entries);
-
 } // namespace Nomly
