@@ -2,6 +2,7 @@
 
 #include <QCommandLineParser>
 #include <QFileInfo>
+#include <QImageReader>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
@@ -14,6 +15,7 @@
 #include "content/pdfpagerenderer.h"
 #include "content/textrecognizer.h"
 #include "history/filehashservice.h"
+#include "naming/patternmetadatareader.h"
 #include "platform/userdefaults.h"
 
 namespace Nomly {
@@ -49,23 +51,32 @@ struct Inspection
     // Read from the picture when the file has no text of its own.
     std::optional<QString> recognizedText;
     std::optional<QString> contentHash;
+    QList<std::pair<QString, QString>> facts;
 };
 
-Inspection inspect(const QString &path, const ExtractionOptions &options)
+Inspection inspect(const QString &path, const ExtractionOptions &options, const PatternMetadataOptions &factOptions)
 {
     Inspection out;
     out.path = path;
     out.extraction = FileExtractionService::extract(path, options);
     if (const AIAnalyzeInput *input = out.extraction.analyzeInput()) {
         if (input->kind() == AIAnalyzeInputKind::Image) {
-            out.recognizedText = TextRecognizer::recognize(QImage(path));
+            // Decoded at the size pages are read at, not at full size.
+            QImageReader reader(path);
+            reader.setAutoTransform(true);
+            const QSize size = reader.size();
+            if (size.isValid() && std::max(size.width(), size.height()) > OcrPageLongEdge)
+                reader.setScaledSize(size.scaled(OcrPageLongEdge, OcrPageLongEdge, Qt::KeepAspectRatio));
+            out.recognizedText = TextRecognizer::recognize(reader.read());
         } else if (const auto *document = input->get<FileDocumentAnalysisPayload>(); document && !document->text) {
             out.recognizedText
                 = TextRecognizer::recognize(renderedPdfPages(path, document->previewPageIndices, OcrPageLongEdge));
         }
     }
-    if (QFileInfo::exists(path))
+    if (QFileInfo::exists(path)) {
         out.contentHash = FileHashService::hash(path);
+        out.facts = PatternMetadataReader::namedValues(PatternMetadataReader::read(path, factOptions));
+    }
     return out;
 }
 
@@ -112,6 +123,12 @@ QJsonObject toJson(const Inspection &inspection)
         object.insert(QStringLiteral("recognizedText"), *inspection.recognizedText);
     if (inspection.contentHash)
         object.insert(QStringLiteral("contentHash"), *inspection.contentHash);
+    if (!inspection.facts.isEmpty()) {
+        QJsonObject facts;
+        for (const auto &[name, value] : inspection.facts)
+            facts.insert(name, value);
+        object.insert(QStringLiteral("fields"), facts);
+    }
     return object;
 }
 
@@ -153,6 +170,12 @@ void printPlain(const QJsonObject &object)
     }
     if (object.contains(QStringLiteral("recognizedText")))
         printText(QStringLiteral("recognized text"), object.value(QStringLiteral("recognizedText")).toString());
+    const QJsonObject facts = object.value(QStringLiteral("fields")).toObject();
+    if (!facts.isEmpty()) {
+        CliOutput::line(QStringLiteral("  fields:"));
+        for (auto it = facts.constBegin(); it != facts.constEnd(); ++it)
+            CliOutput::line(QStringLiteral("    %1 = %2").arg(it.key(), it.value().toString()));
+    }
     if (object.contains(QStringLiteral("contentHash")))
         CliOutput::line(QStringLiteral("  content hash: ") + object.value(QStringLiteral("contentHash")).toString());
 }
@@ -165,8 +188,8 @@ ExitStatus runInspectCommand(const QStringList &arguments)
     parser.setApplicationDescription(QStringLiteral(
         "Show what Nomly reads from files on this machine, without sending anything anywhere: each file's kind, "
         "the text extracted from it (long PDFs as excerpts of the pages chosen, at most 12,000 characters), the "
-        "text recognised in an image or a PDF without a text layer, and the content hash that tells a file "
-        "already handled from a new one.\n"
+        "text recognised in an image or a PDF without a text layer, the naming fields the file itself fills "
+        "(name = value), and the content hash that tells a file already handled from a new one.\n"
         "A file that cannot be read is reported with the reason, and the exit status is 1."));
     const QCommandLineOption helpOption = parser.addHelpOption();
     const QCommandLineOption jsonOption(QStringLiteral("json"), QStringLiteral("Print a JSON array, text in full."));
@@ -192,10 +215,13 @@ ExitStatus runInspectCommand(const QStringList &arguments)
     options.imageExtensions = remote.config().imageExtensions;
     options.designExtensions = remote.config().designExtensions;
 
+    // The naming fields as a rename would fill them from the file itself.
+    PatternMetadataOptions factOptions;
+    factOptions.imageExtensions = options.imageExtensions;
     bool anyFailed = false;
     QJsonArray all;
     for (const QString &file : files) {
-        const QJsonObject object = toJson(inspect(file, options));
+        const QJsonObject object = toJson(inspect(file, options, factOptions));
         anyFailed = anyFailed || object.value(QStringLiteral("status")).toString() == u"failed";
         if (parser.isSet(jsonOption))
             all.append(object);

@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QSet>
+#include <algorithm>
 #include <memory>
 #include <mutex>
 
@@ -32,6 +33,10 @@ struct Engine
     {
         if (!tried) {
             tried = true;
+            // One image is read at a time anyway; the engine's worker threads
+            // only spin against each other (and against a batch's own width).
+            if (!qEnvironmentVariableIsSet("OMP_THREAD_LIMIT"))
+                qputenv("OMP_THREAD_LIMIT", "1");
             auto made = std::make_unique<tesseract::TessBaseAPI>();
             if (made->Init(nullptr, "eng") == 0) {
                 api = std::move(made);
@@ -74,7 +79,13 @@ QList<RecognizedLine> TextRecognizer::recognizedLines(const QImage &image)
     QList<RecognizedLine> lines;
     if (image.isNull())
         return lines;
-    const QImage gray = image.convertToFormat(QImage::Format_Grayscale8);
+    // Text in a photograph stays legible at this size, and recognition time
+    // and its false readings of texture both grow with the pixel count.
+    constexpr int MaxEdge = 2500;
+    QImage bounded = image;
+    if (std::max(image.width(), image.height()) > MaxEdge)
+        bounded = image.scaled(MaxEdge, MaxEdge, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    const QImage gray = bounded.convertToFormat(QImage::Format_Grayscale8);
     Engine &shared = engine();
     const std::lock_guard guard(shared.lock);
     tesseract::TessBaseAPI *api = shared.ready();
@@ -106,7 +117,12 @@ QStringList TextRecognizer::confidentLines(const QList<RecognizedLine> &lines)
 {
     QStringList kept;
     for (const RecognizedLine &line : lines) {
-        if (line.confidence >= Limits::OcrMinConfidence && !line.text.trimmed().isEmpty())
+        // The engine reads rules, borders and textures as strings of bars
+        // and dashes, often with confidence; a line needs two letters or
+        // digits to count as text.
+        const auto alphanumerics
+            = std::count_if(line.text.cbegin(), line.text.cend(), [](QChar c) { return c.isLetterOrNumber(); });
+        if (line.confidence >= Limits::OcrMinConfidence && alphanumerics >= 2)
             kept.append(line.text);
     }
     return kept;

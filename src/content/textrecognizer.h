@@ -39,7 +39,8 @@ public:
 
     // The reduction every result goes through, over lines already judged.
     static std::optional<QString> reduced(const QStringList &lines);
-    // The lines of one image worth keeping: confident enough and not blank.
+    // The lines of one image worth keeping: confident enough, with at least
+    // two letters or digits.
     static QStringList confidentLines(const QList<RecognizedLine> &lines);
 };
 

@@ -173,7 +173,66 @@ QString decodedEscapes(const QString &text)
     return out;
 }
 
+struct NamedFact
+{
+    const char16_t *name;
+    QString PatternFileMetadata::*member;
+};
+
+constexpr NamedFact NamedFacts[] = {
+    { u"extension", &PatternFileMetadata::fileExtension },
+    { u"size", &PatternFileMetadata::size },
+    { u"created_date", &PatternFileMetadata::createdDate },
+    { u"modified_date", &PatternFileMetadata::modifiedDate },
+    { u"parent_folder", &PatternFileMetadata::parentFolder },
+    { u"width", &PatternFileMetadata::width },
+    { u"height", &PatternFileMetadata::height },
+    { u"resolution", &PatternFileMetadata::resolution },
+    { u"orientation", &PatternFileMetadata::orientation },
+    { u"pages", &PatternFileMetadata::pages },
+    { u"currency", &PatternFileMetadata::currency },
+    { u"capture_date", &PatternFileMetadata::captureDate },
+    { u"capture_time", &PatternFileMetadata::captureTime },
+    { u"camera_make", &PatternFileMetadata::cameraMake },
+    { u"camera_model", &PatternFileMetadata::cameraModel },
+    { u"lens_model", &PatternFileMetadata::lensModel },
+    { u"focal_length", &PatternFileMetadata::focalLength },
+    { u"focal_length_35mm", &PatternFileMetadata::focalLength35mm },
+    { u"aperture", &PatternFileMetadata::aperture },
+    { u"shutter_speed", &PatternFileMetadata::shutterSpeed },
+    { u"exposure_compensation", &PatternFileMetadata::exposureCompensation },
+    { u"iso", &PatternFileMetadata::iso },
+    { u"white_balance", &PatternFileMetadata::whiteBalance },
+    { u"flash", &PatternFileMetadata::flash },
+    { u"duration", &PatternFileMetadata::duration },
+    { u"recording_date", &PatternFileMetadata::recordingDate },
+    { u"frame_rate", &PatternFileMetadata::frameRate },
+    { u"codec", &PatternFileMetadata::codec },
+    { u"bitrate", &PatternFileMetadata::bitrate },
+    { u"audio_codec", &PatternFileMetadata::audioCodec },
+};
+
 } // namespace
+
+QList<std::pair<QString, QString>> PatternMetadataReader::namedValues(const PatternFileMetadata &metadata)
+{
+    QList<std::pair<QString, QString>> values;
+    for (const NamedFact &fact : NamedFacts) {
+        const QString &value = metadata.*fact.member;
+        if (!value.isEmpty())
+            values.append({ QString::fromUtf16(fact.name), value });
+    }
+    QStringList detected = metadata.detectedFields.keys();
+    detected.sort();
+    for (const QString &name : std::as_const(detected)) {
+        // A fact already listed above wins over its copy in the map.
+        const bool listed
+            = std::any_of(values.cbegin(), values.cend(), [&name](const auto &entry) { return entry.first == name; });
+        if (!listed)
+            values.append({ name, metadata.detectedFields.value(name) });
+    }
+    return values;
+}
 
 QHash<QString, QString> PatternMetadataReader::normalizedDetectedFields(const QHash<QString, QString> &fields)
 {

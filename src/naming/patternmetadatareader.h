@@ -1,9 +1,11 @@
 #pragma once
 
 #include <QHash>
+#include <QList>
 #include <QString>
 #include <QStringList>
 #include <optional>
+#include <utility>
 
 #include "naming/patternfilemetadata.h"
 
@@ -36,6 +38,10 @@ public:
     PatternMetadataReader() = delete;
 
     static PatternFileMetadata read(const QString &path, const PatternMetadataOptions &options);
+
+    // The non-empty facts by field name ("camera_model"), file facts in
+    // catalogue order, then the detected fields sorted by name.
+    static QList<std::pair<QString, QString>> namedValues(const PatternFileMetadata &metadata);
 
     // Keys to their field names (aliases resolved), values with literal
     // "\uXXXX" escapes decoded, composed and trimmed; empty ones dropped.

@@ -53,6 +53,9 @@ private slots:
         QCOMPARE(pdf.value(u"contentHash"_s).toString().size(), 64);
 
         QCOMPARE(results.at(1).toObject().value(u"text"_s).toString(), u"Budget review notes for the third quarter"_s);
+        const QJsonObject fields = results.at(1).toObject().value(u"fields"_s).toObject();
+        QCOMPARE(fields.value(u"extension"_s).toString(), u"txt"_s);
+        QCOMPARE(fields.value(u"size"_s).toString(), u"41B"_s);
         QCOMPARE(results.at(2).toObject().value(u"status"_s).toString(), u"unsupported"_s);
         QCOMPARE(results.at(3).toObject().value(u"failure"_s).toString(), u"File not found"_s);
     }
