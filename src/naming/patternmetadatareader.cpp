@@ -18,6 +18,7 @@
 #include "naming/namingpattern.h"
 #include "naming/officefacts.h"
 #include "naming/textfacts.h"
+#include "platform/extendedattributes.h"
 
 namespace Nomly {
 
@@ -285,7 +286,15 @@ PatternFileMetadata PatternMetadataReader::read(const QString &path, const Patte
     if (extension == u"pdf")
         merge(detected, pdfAttributes(path));
     merge(detected, officeDocumentFields(path, extension));
+    if (const auto origin = ExtendedAttributes::read(path, "user.xdg.origin.url"); origin && origin.value())
+        merge(detected,
+              { { QStringLiteral("source"), TextFacts::sourceOfOrigin(QString::fromUtf8(*origin.value())) } });
     const QString fileName = file.fileName();
+    const QString bundlePlist = file.isDir()                   ? file.filePath() + u"/Contents/Info.plist"
+        : (fileName == u"Info.plist" || extension == u"plist") ? file.filePath()
+                                                               : QString();
+    if (!bundlePlist.isEmpty())
+        merge(detected, TextFacts::bundlePlist(readText(bundlePlist, MaxTextBytes)));
     if (fileName == u"package.json" || fileName == u"Package.swift" || fileName.toLower() == u"pyproject.toml"
         || fileName.toLower() == u"cargo.toml" || extension == u"gemspec")
         merge(detected, TextFacts::codeProject(fileName, readText(path, MaxTextBytes)));

@@ -4,6 +4,8 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 #include <QStringList>
+#include <QUrl>
+#include <QXmlStreamReader>
 #include <array>
 #include <utility>
 
@@ -198,6 +200,68 @@ Fields mailHeaders(const QString &text)
         }
     }
     return fields;
+}
+
+Fields bundlePlist(const QString &xmlText)
+{
+    // The top dictionary's keys and their first usable value: a string
+    // trimmed, a number as written, the first string of an array.
+    QHash<QString, QString> values;
+    QXmlStreamReader reader(xmlText);
+    if (!reader.readNextStartElement() || reader.name() != u"plist" || !reader.readNextStartElement()
+        || reader.name() != u"dict")
+        return {};
+    const auto isScalar = [](QStringView name) {
+        return name == u"string" || name == u"integer" || name == u"real" || name == u"date";
+    };
+    QString key;
+    while (reader.readNextStartElement()) {
+        const QString name = reader.name().toString();
+        if (name == u"key") {
+            key = reader.readElementText().trimmed();
+            continue;
+        }
+        QString value;
+        if (isScalar(name)) {
+            value = reader.readElementText().trimmed();
+        } else if (name == u"array") {
+            while (reader.readNextStartElement()) {
+                if (value.isEmpty() && isScalar(reader.name()))
+                    value = reader.readElementText().trimmed();
+                else
+                    reader.skipCurrentElement();
+            }
+        } else {
+            reader.skipCurrentElement();
+        }
+        if (!key.isEmpty() && !value.isEmpty() && !values.contains(key))
+            values.insert(key, value);
+        key.clear();
+    }
+    const auto first = [&values](std::initializer_list<const char16_t *> keys) {
+        for (const char16_t *name : keys) {
+            const QString value = values.value(QString::fromUtf16(name));
+            if (!value.isEmpty())
+                return value;
+        }
+        return QString();
+    };
+    Fields fields;
+    put(fields,
+        QStringLiteral("product_name"),
+        first({ u"CFBundleDisplayName", u"CFBundleName", u"CFBundleExecutable" }));
+    put(fields, QStringLiteral("package_name"), first({ u"CFBundleIdentifier" }));
+    put(fields, QStringLiteral("version"), first({ u"CFBundleShortVersionString" }));
+    put(fields, QStringLiteral("build_number"), first({ u"CFBundleVersion" }));
+    put(fields, QStringLiteral("release_date"), isoDate(first({ u"ReleaseDate", u"SUReleaseDate" })));
+    return fields;
+}
+
+QString sourceOfOrigin(const QString &origin)
+{
+    const QString text = origin.trimmed();
+    const QUrl url(text);
+    return url.isValid() && !url.host().isEmpty() ? url.host() : text;
 }
 
 Fields design(const QString &svgText)

@@ -19,6 +19,11 @@ Fields codeProject(const QString &fileName, const QString &text);
 Fields sourceCode(const QString &text);
 // From, To, Subject and Date of a saved mail message.
 Fields mailHeaders(const QString &text);
+// An XML property list's product name, identifier, version, build and
+// release date.
+Fields bundlePlist(const QString &xmlText);
+// The host a download came from, from the address its browser recorded.
+QString sourceOfOrigin(const QString &origin);
 // The artboard and component names of an SVG drawing.
 Fields design(const QString &svgText);
 // "2x" from a name stem such as "logo@2x"; empty when there is none.

@@ -14,6 +14,7 @@
 #include "naming/mediafacts.h"
 #include "naming/patternmetadatareader.h"
 #include "naming/textfacts.h"
+#include "platform/extendedattributes.h"
 #include "samplepdfs.h"
 #include "samplezips.h"
 
@@ -167,6 +168,32 @@ private slots:
         QFETCH(QString, text);
         QFETCH(Fields, expected);
         QCOMPARE(TextFacts::codeProject(fileName, text), expected);
+    }
+
+    void bundleAndOrigin()
+    {
+        QTemporaryDir dir;
+        QVERIFY(QDir(dir.path()).mkpath(u"Tool.app/Contents"_s));
+        QVERIFY(writeFile(dir.filePath(u"Tool.app/Contents/Info.plist"_s),
+                          R"(<?xml version="1.0"?><plist version="1.0"><dict>)"
+                          R"(<key>CFBundleName</key><string> Tool </string>)"
+                          R"(<key>CFBundleIdentifier</key><string>org.example.tool</string>)"
+                          R"(<key>Nested</key><dict><key>CFBundleVersion</key><string>no</string></dict>)"
+                          R"(<key>CFBundleVersion</key><integer>412</integer>)"
+                          R"(<key>CFBundleShortVersionString</key><array><string>2.0</string></array>)"
+                          R"(<key>ReleaseDate</key><date>2025-01-31T00:00:00Z</date></dict></plist>)"));
+        QCOMPARE(PatternMetadataReader::read(dir.filePath(u"Tool.app"_s), {}).detectedFields,
+                 (Fields { { u"product_name"_s, u"Tool"_s },
+                           { u"package_name"_s, u"org.example.tool"_s },
+                           { u"build_number"_s, u"412"_s },
+                           { u"version"_s, u"2.0"_s },
+                           { u"release_date"_s, u"2025-01-31"_s } }));
+
+        // Browsers record where a download came from; the host is its source.
+        const QString download = dir.filePath(u"report.txt"_s);
+        QVERIFY(writeFile(download, "report"));
+        QVERIFY(ExtendedAttributes::write(download, "user.xdg.origin.url", "https://files.example.org/a/report.txt"));
+        QCOMPARE(PatternMetadataReader::read(download, {}).detectedFields.value(u"source"_s), u"files.example.org"_s);
     }
 
     void mailHeaders()
