@@ -8,23 +8,11 @@
 #include <exiv2/exiv2.hpp>
 
 #include "naming/dateformats.h"
+#include "naming/valuevariants.h"
 
 namespace Nomly {
 
 namespace {
-
-// Fixed-point text with at most `digits` fraction digits, none trailing.
-QString trimmedNumber(double value, int digits)
-{
-    QString text = QString::number(value, 'f', digits);
-    if (text.contains(u'.')) {
-        while (text.endsWith(u'0'))
-            text.chop(1);
-        if (text.endsWith(u'.'))
-            text.chop(1);
-    }
-    return text == u"-0" ? QStringLiteral("0") : text;
-}
 
 constexpr std::array<std::pair<int, const char16_t *>, 20> LightSources { {
     { 1, u"Daylight" },
@@ -114,7 +102,7 @@ QString focalLength(double millimetres)
 
 QString aperture(double fNumber)
 {
-    return u"f/" + trimmedNumber(fNumber, 1);
+    return u"f/" + formatDecimal(fNumber, 1);
 }
 
 QString shutterSpeed(double seconds)
@@ -123,14 +111,14 @@ QString shutterSpeed(double seconds)
         return {};
     if (seconds < 1)
         return QStringLiteral("1/%1s").arg(std::lround(1.0 / seconds));
-    return trimmedNumber(seconds, 1) + u's';
+    return formatDecimal(seconds, 1) + u's';
 }
 
 QString exposureBias(double ev)
 {
     if (std::abs(ev) < 0.005)
         return QStringLiteral("0EV");
-    return (ev > 0 ? QStringLiteral("+") : QString()) + trimmedNumber(ev, 2) + u"EV";
+    return (ev > 0 ? QStringLiteral("+") : QString()) + formatDecimal(ev, 2) + u"EV";
 }
 
 QString whiteBalance(std::optional<int> lightSource, std::optional<int> whiteBalance)
@@ -155,7 +143,7 @@ QString flash(int flash)
 
 QString coordinate(double degrees)
 {
-    return trimmedNumber(degrees, 5);
+    return formatDecimal(degrees, 5);
 }
 
 } // namespace ExifText

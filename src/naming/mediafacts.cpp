@@ -14,6 +14,7 @@ extern "C" {
 #include <taglib/tpropertymap.h>
 
 #include "naming/dateformats.h"
+#include "naming/valuevariants.h"
 
 namespace Nomly {
 
@@ -22,18 +23,6 @@ namespace {
 // Probing reads at most this much of the file, for at most this long.
 constexpr int64_t ProbeBytes = 5'000'000;
 constexpr int ProbeMilliseconds = 5'000;
-
-QString trimmedNumber(double value, int digits)
-{
-    QString text = QString::number(value, 'f', digits);
-    if (text.contains(u'.')) {
-        while (text.endsWith(u'0'))
-            text.chop(1);
-        if (text.endsWith(u'.'))
-            text.chop(1);
-    }
-    return text;
-}
 
 QString codecName(const AVCodecParameters *parameters)
 {
@@ -191,7 +180,7 @@ QString bitrate(double bitsPerSecond)
     if (!std::isfinite(bitsPerSecond) || bitsPerSecond <= 0)
         return {};
     if (bitsPerSecond >= 1'000'000)
-        return trimmedNumber(bitsPerSecond / 1'000'000, 1) + u"Mbps";
+        return formatDecimal(bitsPerSecond / 1'000'000, 1) + u"Mbps";
     if (bitsPerSecond >= 1000)
         return QString::number(std::llround(bitsPerSecond / 1000)) + u"Kbps";
     return QString::number(std::llround(bitsPerSecond)) + u"bps";
@@ -199,7 +188,7 @@ QString bitrate(double bitsPerSecond)
 
 QString frameRate(double framesPerSecond)
 {
-    return trimmedNumber(framesPerSecond, 2) + u"fps";
+    return formatDecimal(framesPerSecond, 2) + u"fps";
 }
 
 } // namespace MediaText

@@ -18,6 +18,7 @@
 #include "naming/namingpattern.h"
 #include "naming/officefacts.h"
 #include "naming/textfacts.h"
+#include "naming/valuevariants.h"
 #include "platform/extendedattributes.h"
 
 namespace Nomly {
@@ -56,20 +57,6 @@ std::optional<QDateTime> birthTime(const QString &path)
         return std::nullopt;
     return QDateTime::fromMSecsSinceEpoch(qint64(info.stx_btime.tv_sec) * 1000 + info.stx_btime.tv_nsec / 1000000,
                                           Qt::UTC);
-}
-
-QString sizeText(qint64 bytes)
-{
-    static const char *Units[] = { "B", "KB", "MB", "GB", "TB" };
-    double value = double(bytes);
-    int unit = 0;
-    while (value >= 1024 && unit < 4) {
-        value /= 1024;
-        ++unit;
-    }
-    const QString number
-        = unit == 0 || value >= 10 ? QString::number(std::lround(value)) : QString::number(value, 'f', 1);
-    return number + QString::fromLatin1(Units[unit]);
 }
 
 // What kind of content the file holds, by its extension's family.
@@ -271,7 +258,7 @@ PatternFileMetadata PatternMetadataReader::read(const QString &path, const Patte
     const qint64 bytes = options.sizeBytes.value_or(file.size());
     if (bytes > 0) {
         metadata.sizeBytes = bytes;
-        metadata.size = sizeText(bytes);
+        metadata.size = automaticSizeText(bytes);
     }
     metadata.parentFolder = file.absoluteDir().dirName();
     const int width = metadata.width.toInt();

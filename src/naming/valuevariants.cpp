@@ -74,7 +74,7 @@ QString formatDecimal(double value, int maxFractionDigits)
     // Ties go to the even digit, as number formatting does everywhere else:
     // 1.25 gives "1.2". One formatter per digit count and thread, as building
     // one costs far more than using it.
-    static constexpr int CachedDigits = 4;
+    static constexpr int CachedDigits = 6;
     thread_local std::array<std::optional<icu::number::LocalizedNumberFormatter>, CachedDigits + 1> formatters;
     const int digits = std::clamp(maxFractionDigits, 0, CachedDigits);
     auto &formatter = formatters[static_cast<size_t>(digits)];

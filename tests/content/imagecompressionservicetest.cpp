@@ -19,6 +19,7 @@
 #include "filesystemfixtures.h"
 #include "platform/ziparchive.h"
 #include "samplepdfs.h"
+#include "samplepictures.h"
 #include "samplezips.h"
 
 using namespace Qt::StringLiterals;
@@ -37,15 +38,6 @@ QImage picture(int width, int height, QImage::Format format = QImage::Format_RGB
     QImage image(width, height, format);
     image.fill(Qt::darkBlue);
     return image;
-}
-
-QByteArray png(const QImage &image)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
 }
 
 } // namespace
@@ -154,8 +146,8 @@ private slots:
     void designArchivePreview()
     {
         const QString path = m_dir->filePath(u"poster.sketch"_s);
-        QVERIFY(
-            writeZip(path, { { u"document.json"_s, "{}" }, { u"previews/preview.png"_s, png(picture(800, 600)) } }));
+        QVERIFY(writeZip(
+            path, { { u"document.json"_s, "{}" }, { u"previews/preview.png"_s, encodedImage(picture(800, 600)) } }));
         QCOMPARE(decoded(ImageCompressionService::loadImage(path, 400, 0.6)).size(), QSize(400, 300));
     }
 

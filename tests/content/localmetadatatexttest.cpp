@@ -1,9 +1,6 @@
 // The local text that stands beside a picture: its own metadata, and the
 // text in the pictures an Office file carries.
 
-#include <QBuffer>
-#include <QFont>
-#include <QPainter>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -12,32 +9,12 @@
 #include "content/localmetadatatext.h"
 #include "content/textrecognizer.h"
 #include "filesystemfixtures.h"
+#include "samplepictures.h"
 #include "samplezips.h"
 
 using namespace Qt::StringLiterals;
 using namespace Nomly;
 using namespace Nomly::Test;
-
-namespace {
-
-QByteArray textPicture(const QString &text)
-{
-    QImage image(1200, 200, QImage::Format_RGB32);
-    image.fill(Qt::white);
-    QPainter painter(&image);
-    QFont font(u"DejaVu Sans"_s);
-    font.setPixelSize(48);
-    painter.setFont(font);
-    painter.drawText(40, 120, text);
-    painter.end();
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
-
-} // namespace
 
 class LocalMetadataTextTest : public QObject
 {
@@ -77,9 +54,9 @@ private slots:
         const QString path = dir.filePath(u"deck.pptx"_s);
         QVERIFY(writeZip(path,
                          { { u"ppt/slides/slide1.xml"_s, "<p/>" },
-                           { u"ppt/media/image2.png"_s, textPicture(u"Quarterly revenue grew"_s) },
+                           { u"ppt/media/image2.png"_s, encodedImage(textImage({ u"Quarterly revenue grew"_s })) },
                            { u"ppt/media/notes.txt"_s, "not a picture" },
-                           { u"word/media/image1.png"_s, textPicture(u"Wrong folder entirely"_s) } }));
+                           { u"word/media/image1.png"_s, encodedImage(textImage({ u"Wrong folder entirely"_s })) } }));
         const QString text = embeddedImagesText(path).value_or(QString());
         QVERIFY2(text.contains(u"Quarterly revenue grew"_s), qPrintable(text));
         QVERIFY(!text.contains(u"Wrong folder"_s));

@@ -1,30 +1,16 @@
 // Recognition of rendered text with the installed English model, and the
 // reduction that bounds every OCR result.
 
-#include <QFont>
-#include <QPainter>
 #include <QTest>
 
 #include "content/textrecognizer.h"
+#include "samplepictures.h"
 
 using namespace Qt::StringLiterals;
 using namespace Nomly;
+using namespace Nomly::Test;
 
 namespace {
-
-QImage renderedText(const QStringList &lines, int pixelSize = 40)
-{
-    QImage image(1400, 120 + lines.size() * pixelSize * 2, QImage::Format_RGB32);
-    image.fill(Qt::white);
-    QPainter painter(&image);
-    QFont font(u"DejaVu Sans"_s);
-    font.setPixelSize(pixelSize);
-    painter.setFont(font);
-    painter.setPen(Qt::black);
-    for (int i = 0; i < lines.size(); ++i)
-        painter.drawText(40, 80 + i * pixelSize * 2, lines.at(i));
-    return image;
-}
 
 QStringList numbered(int count, const QString &pattern)
 {
@@ -50,11 +36,11 @@ private slots:
 
     void readsRenderedText()
     {
-        const QImage image = renderedText({ u"INVOICE 4471"_s, u"Total due 128.50 EUR"_s });
+        const QImage image = textImage({ u"INVOICE 4471"_s, u"Total due 128.50 EUR"_s });
         const QString text = TextRecognizer::recognize(image).value_or(QString());
         QVERIFY2(text.contains(u"INVOICE 4471"_s), qPrintable(text));
         QVERIFY2(text.contains(u"Total due 128.50 EUR"_s), qPrintable(text));
-        QVERIFY(!TextRecognizer::recognize(renderedText({})));
+        QVERIFY(!TextRecognizer::recognize(textImage({})));
         QVERIFY(!TextRecognizer::recognize(QImage()));
     }
 
@@ -63,7 +49,7 @@ private slots:
     {
         QList<QImage> images;
         for (int i = 1; i <= 6; ++i)
-            images.append(renderedText({ u"Receipt page number %1 of six"_s.arg(i) }));
+            images.append(textImage({ u"Receipt page number %1 of six"_s.arg(i) }));
         const QString text = TextRecognizer::recognize(images).value_or(QString());
         QVERIFY2(text.contains(u"number 5"_s), qPrintable(text));
         QVERIFY2(!text.contains(u"number 6"_s), qPrintable(text));
