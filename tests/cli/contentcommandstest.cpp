@@ -132,6 +132,31 @@ private slots:
         QVERIFY(!QFile::exists(file(u"x.jpg"_s)));
     }
 
+    // A photo's own EXIF renders in its name.
+    void previewRendersFileFacts()
+    {
+        if (QStandardPaths::findExecutable(u"exiv2"_s).isEmpty())
+            QSKIP("exiv2 is not installed");
+        QImage photo(640, 480, QImage::Format_RGB32);
+        photo.fill(Qt::darkCyan);
+        QVERIFY(photo.save(file(u"photo.jpg"_s), "JPG"));
+        QCOMPARE(QProcess::execute(u"exiv2"_s,
+                                   { u"-M"_s,
+                                     u"set Exif.Photo.DateTimeOriginal 2025:07:14 09:15:30"_s,
+                                     u"-M"_s,
+                                     u"set Exif.Image.Model Canon"_s,
+                                     file(u"photo.jpg"_s) }),
+                 0);
+        const CliRun run = runIn({ u"preview"_s,
+                                   u"--pattern"_s,
+                                   u"{capture_date}_{camera_model}_{resolution}"_s,
+                                   u"--title"_s,
+                                   u"x"_s,
+                                   u"photo.jpg"_s });
+        QCOMPARE(run.exitCode, 0);
+        QCOMPARE(run.out.trimmed(), u"2025-07-14_Canon_640x480.jpg"_s);
+    }
+
 private:
     QString file(const QString &name) const { return m_dir->filePath(name); }
 

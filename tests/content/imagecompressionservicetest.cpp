@@ -7,7 +7,9 @@
 #include <QDir>
 #include <QFile>
 #include <QImageReader>
+#include <QPageSize>
 #include <QPainter>
+#include <QPdfWriter>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -119,6 +121,21 @@ private slots:
         // A4 at 72 points per inch is 595 by 842, scaled to fit 512.
         QCOMPARE(decoded(pages.first()).size(), QSize(362, 512));
         QCOMPARE(decoded(ImageCompressionService::loadImage(path, 2000, 0.6)).size(), QSize(595, 842));
+    }
+
+    // A page that claims to be 200 inches square renders within the target.
+    void hugePdfPageStaysBounded()
+    {
+        const QString path = m_dir->filePath(u"poster.pdf"_s);
+        {
+            QPdfWriter writer(path);
+            writer.setPageSize(QPageSize(QSizeF(14400, 14400), QPageSize::Point));
+            writer.setResolution(72);
+            QPainter painter(&writer);
+            painter.drawText(QPointF(100, 100), u"Huge page"_s);
+        }
+        const QImage image = decoded(ImageCompressionService::loadImage(path, 1024, 0.6));
+        QCOMPARE(image.size(), QSize(1024, 1024));
     }
 
     void previewEntriesRanked_data()
