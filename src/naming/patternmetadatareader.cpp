@@ -76,7 +76,8 @@ QString kindType(const QString &extension, const QStringList &imageExtensions)
     return {};
 }
 
-Fields pdfAttributes(const QString &path)
+// The document's attributes, and its page count into `pages`.
+Fields pdfAttributes(const QString &path, QString &pages)
 {
     Fields fields;
     static const bool silenced = [] {
@@ -87,6 +88,8 @@ Fields pdfAttributes(const QString &path)
     const std::unique_ptr<Poppler::Document> document = Poppler::Document::load(path);
     if (!document || document->isLocked())
         return fields;
+    if (document->numPages() > 0)
+        pages = QString::number(document->numPages());
     fields.insert(QStringLiteral("author"), document->info(QStringLiteral("Author")));
     fields.insert(QStringLiteral("publisher"), document->info(QStringLiteral("Creator")));
     const QDateTime created = document->date(QStringLiteral("CreationDate"));
@@ -271,7 +274,7 @@ PatternFileMetadata PatternMetadataReader::read(const QString &path, const Patte
     Fields detected = metadata.detectedFields;
     merge(detected, { { QStringLiteral("type"), kindType(extension, options.imageExtensions) } });
     if (extension == u"pdf")
-        merge(detected, pdfAttributes(path));
+        merge(detected, pdfAttributes(path, metadata.pages));
     merge(detected, officeDocumentFields(path, extension));
     if (const auto origin = ExtendedAttributes::read(path, "user.xdg.origin.url"); origin && origin.value())
         merge(detected,

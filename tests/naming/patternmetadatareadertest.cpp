@@ -331,8 +331,9 @@ private slots:
         QVERIFY(writeFile(dir.filePath(u".git/packed-refs"_s),
                           "# pack-refs\n0123456789abcdef0123456789abcdef01234567 refs/heads/release/1.2\n"));
         const QString path = dir.filePath(u"docs/spec@2x.pdf"_s);
-        QVERIFY(writeTextPdf(path, numberedPages(1)));
+        QVERIFY(writeTextPdf(path, numberedPages(3)));
         const PatternFileMetadata facts = PatternMetadataReader::read(path, {});
+        QCOMPARE(facts.pages, u"3"_s);
         QCOMPARE(facts.detectedFields.value(u"branch"_s), u"release/1.2"_s);
         QCOMPARE(facts.detectedFields.value(u"commit_hash"_s), u"0123456789abcdef0123456789abcdef01234567"_s);
         QCOMPARE(facts.detectedFields.value(u"repository"_s), u"https://example.com/acme/ledger.git"_s);
