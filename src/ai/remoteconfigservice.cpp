@@ -44,6 +44,14 @@ RemoteConfigService::RemoteConfigService(
     loadCache();
 }
 
+RemoteConfig RemoteConfigService::cachedConfig(const UserDefaults &defaults)
+{
+    if (!defaults.boolValue(FormatsMigrationKey))
+        return RemoteConfig();
+    const auto response = ConfigResponse::fromJson(defaults.value(CacheKey).toByteArray());
+    return response ? response->applied() : RemoteConfig();
+}
+
 void RemoteConfigService::loadCache()
 {
     const QByteArray cached = m_defaults.value(CacheKey).toByteArray();

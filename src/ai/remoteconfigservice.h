@@ -40,6 +40,10 @@ public:
                         Clock clock = &QDateTime::currentDateTimeUtc,
                         QObject *parent = nullptr);
 
+    // The values a service would start from, read without changing the
+    // defaults file: the cache when it is current, else the built-in ones.
+    static RemoteConfig cachedConfig(const UserDefaults &defaults);
+
     const RemoteConfig &config() const { return m_config; }
 
     // True once a fetch has succeeded in this run.

@@ -5,9 +5,7 @@
 #include <QImageReader>
 #include <QJsonArray>
 #include <QJsonObject>
-#include <QNetworkAccessManager>
 
-#include "ai/hostedbackend.h"
 #include "ai/remoteconfigservice.h"
 #include "cli/clioutput.h"
 #include "cli/commandparsing.h"
@@ -206,14 +204,11 @@ ExitStatus runInspectCommand(const QStringList &arguments)
 
     // The extension lists as the application would use them: built in, or as
     // the backend last sent them. Nothing is fetched here.
-    QNetworkAccessManager network;
-    const HostedBackend backend = HostedBackend::fromEnvironment();
-    UserDefaults defaults;
-    const RemoteConfigService remote(network, backend, defaults);
+    const RemoteConfig remote = RemoteConfigService::cachedConfig(UserDefaults());
     ExtractionOptions options;
-    options.pdfTextExtractionEnabled = remote.config().pdfTextExtractionEnabled;
-    options.imageExtensions = remote.config().imageExtensions;
-    options.designExtensions = remote.config().designExtensions;
+    options.pdfTextExtractionEnabled = remote.pdfTextExtractionEnabled;
+    options.imageExtensions = remote.imageExtensions;
+    options.designExtensions = remote.designExtensions;
 
     // The naming fields as a rename would fill them from the file itself.
     PatternMetadataOptions factOptions;

@@ -3,7 +3,6 @@
 #include <QCommandLineParser>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include "cli/clioutput.h"
 #include "cli/commandparsing.h"
@@ -70,10 +69,16 @@ ExitStatus runThumbnailCommand(const QStringList &arguments)
         CliOutput::error(QStringLiteral("%1: no preview could be made").arg(files.first()));
         return ExitStatus::ItemFailed;
     }
-    // Written whole or not at all.
-    QSaveFile out(output);
-    if (!out.open(QIODevice::WriteOnly) || out.write(*jpeg) != jpeg->size() || !out.commit()) {
+    // Created here or not at all, even if a file appeared meanwhile; a
+    // failed write leaves nothing half written behind.
+    QFile out(output);
+    if (!out.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
         CliOutput::error(QStringLiteral("%1: %2").arg(output, out.errorString()));
+        return ExitStatus::ItemFailed;
+    }
+    if (out.write(*jpeg) != jpeg->size() || !out.flush()) {
+        CliOutput::error(QStringLiteral("%1: %2").arg(output, out.errorString()));
+        out.remove();
         return ExitStatus::ItemFailed;
     }
     CliOutput::line(QStringLiteral("%1 -> %2 (%3 bytes)").arg(files.first(), output).arg(jpeg->size()));

@@ -4,12 +4,14 @@
 
 #include <exiv2/exiv2.hpp>
 
+#include "naming/exiffacts.h"
 #include "platform/logcategories.h"
 
 namespace Nomly {
 
 std::optional<QByteArray> largestEmbeddedPreview(const QString &path)
 {
+    prepareExiv2();
     try {
         auto image = Exiv2::ImageFactory::open(QFile::encodeName(path).toStdString());
         if (!image.get())
@@ -22,7 +24,7 @@ std::optional<QByteArray> largestEmbeddedPreview(const QString &path)
         // The list is ordered by size, smallest first.
         const Exiv2::PreviewImage preview = previews.getPreviewImage(properties.back());
         return QByteArray(reinterpret_cast<const char *>(preview.pData()), static_cast<qsizetype>(preview.size()));
-    } catch (const Exiv2::AnyError &error) {
+    } catch (const std::exception &error) {
         qCInfo(lcProcessing).noquote() << "No embedded preview in" << path << ":"
                                        << QString::fromStdString(error.what());
         return std::nullopt;

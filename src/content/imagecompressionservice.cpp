@@ -128,12 +128,15 @@ std::optional<QByteArray> archivePreview(const QString &path, int target, double
     const QFileInfo file(path);
     if (file.isDir()) {
         for (const QString &name : Names) {
-            QFile entry(QDir(path).filePath(name));
-            if (!entry.exists() || entry.size() > ImageCompressionService::ArchivePreviewMaxBytes
+            const QFileInfo candidate(QDir(path).filePath(name));
+            // Regular files only: a link to a device or a pipe is no picture.
+            QFile entry(candidate.filePath());
+            if (!candidate.isFile() || candidate.isSymLink()
+                || candidate.size() > ImageCompressionService::ArchivePreviewMaxBytes
                 || !entry.open(QIODevice::ReadOnly))
                 continue;
-            const QByteArray data = entry.readAll();
-            if (!data.isEmpty())
+            const QByteArray data = entry.read(ImageCompressionService::ArchivePreviewMaxBytes + 1);
+            if (!data.isEmpty() && data.size() <= ImageCompressionService::ArchivePreviewMaxBytes)
                 return decodedPreview(data, path, target, quality);
         }
         return std::nullopt;

@@ -1,7 +1,9 @@
 #include "content/localmetadatatext.h"
 
+#include <QBuffer>
 #include <QFileInfo>
 #include <QImage>
+#include <QImageReader>
 #include <QLocale>
 #include <QMimeDatabase>
 #include <QStringList>
@@ -20,6 +22,7 @@ namespace {
 
 constexpr int EmbeddedImagesRead = 5;
 constexpr qint64 EmbeddedImageBytes = 8'000'000;
+constexpr int EmbeddedImageEdge = 2500;
 
 QString readableDate(const QDateTime &moment)
 {
@@ -89,8 +92,16 @@ std::optional<QString> embeddedImagesText(const QString &path)
     for (const QString &name : pictures.first(std::min<qsizetype>(pictures.size(), EmbeddedImagesRead))) {
         // What was read by the limit is used; a cut picture may still decode.
         const auto data = archive->readPrefix(name, EmbeddedImageBytes);
-        if (data && !data->isEmpty())
-            images.append(QImage::fromData(*data));
+        if (!data || data->isEmpty())
+            continue;
+        // Decoded no larger than recognition reads it.
+        QBuffer buffer;
+        buffer.setData(*data);
+        QImageReader reader(&buffer);
+        const QSize size = reader.size();
+        if (size.isValid() && std::max(size.width(), size.height()) > EmbeddedImageEdge)
+            reader.setScaledSize(size.scaled(EmbeddedImageEdge, EmbeddedImageEdge, Qt::KeepAspectRatio));
+        images.append(reader.read());
     }
     return TextRecognizer::recognize(images);
 }

@@ -99,7 +99,10 @@ std::optional<QString> rtfText(const QByteArray &rtf)
             i = j - 1;
             if (word.isEmpty())
                 continue; // a control symbol such as \~ or \-
-            if (isSkippedDestination(word)) {
+            if (word == "bin") {
+                // Raw bytes follow; they may hold braces of their own.
+                i += std::clamp<qsizetype>(number.toLongLong(), 0, size);
+            } else if (isSkippedDestination(word)) {
                 group.skipped = true;
             } else if (word == "uc") {
                 group.unicodeSkip = number.toInt();

@@ -33,10 +33,6 @@ struct Engine
     {
         if (!tried) {
             tried = true;
-            // One image is read at a time anyway; the engine's worker threads
-            // only spin against each other (and against a batch's own width).
-            if (!qEnvironmentVariableIsSet("OMP_THREAD_LIMIT"))
-                qputenv("OMP_THREAD_LIMIT", "1");
             auto made = std::make_unique<tesseract::TessBaseAPI>();
             if (made->Init(nullptr, "eng") == 0) {
                 api = std::move(made);

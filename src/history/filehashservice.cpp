@@ -178,7 +178,15 @@ std::optional<QString> FileHashService::hash(const QString &path)
             << QStringLiteral("FileHashService: Failed to create stream for file at ") + path;
         return std::nullopt;
     }
-    return S_ISDIR(info.st_mode) ? bundleHash(path, info) : fileHash(path, info);
+    if (S_ISDIR(info.st_mode))
+        return bundleHash(path, info);
+    // A pipe would block and a device never end.
+    if (!S_ISREG(info.st_mode)) {
+        qCCritical(lcProcessing).noquote()
+            << QStringLiteral("FileHashService: Failed to create stream for file at ") + path;
+        return std::nullopt;
+    }
+    return fileHash(path, info);
 }
 
 QHash<QString, QString> FileHashService::hashes(const QStringList &paths)

@@ -148,15 +148,21 @@ QString coordinate(double degrees)
 
 } // namespace ExifText
 
-void readExifFacts(const QString &path, const QString &datePattern, PatternFileMetadata &metadata)
+void prepareExiv2()
 {
-    // The library's own warnings about odd files would only clutter the
-    // output; what it cannot read stays empty.
-    static const bool muted = [] {
+    // Its XMP parser must be set up once before threads read files at the
+    // same time; its warnings about odd files would only clutter the output.
+    static const bool ready = [] {
         Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
+        Exiv2::XmpParser::initialize();
         return true;
     }();
-    Q_UNUSED(muted);
+    Q_UNUSED(ready);
+}
+
+void readExifFacts(const QString &path, const QString &datePattern, PatternFileMetadata &metadata)
+{
+    prepareExiv2();
     try {
         auto image = Exiv2::ImageFactory::open(QFile::encodeName(path).toStdString());
         if (!image.get())
@@ -197,8 +203,9 @@ void readExifFacts(const QString &path, const QString &datePattern, PatternFileM
         if (latitude && longitude)
             metadata.detectedFields.insert(QStringLiteral("location"),
                                            ExifText::coordinate(*latitude) + u' ' + ExifText::coordinate(*longitude));
-    } catch (const Exiv2::AnyError &) {
-        // A file exiv2 does not understand simply has no camera facts.
+    } catch (const std::exception &) {
+        // A file the library does not understand, or one whose sizes overflow
+        // its arithmetic, simply has no camera facts.
     }
 }
 

@@ -15,6 +15,10 @@ namespace Nomly {
 // cannot be read, leaves the fields as they were.
 void readExifFacts(const QString &path, const QString &datePattern, PatternFileMetadata &metadata);
 
+// Sets the metadata library up once, safely from any thread, and quiets its
+// warnings; every reader calls it before its first read.
+void prepareExiv2();
+
 // The forms the camera fields are written in.
 namespace ExifText {
 

@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QUrl>
 #include <memory>
 
 #include <fcntl.h>
@@ -126,7 +127,11 @@ Fields gitFields(const QString &path)
     if (gitDir.isEmpty())
         return fields;
     static const QRegularExpression url(QStringLiteral("(?m)^\\s*url\\s*=\\s*(.+?)\\s*$"));
-    fields.insert(QStringLiteral("repository"), url.match(readText(gitDir + u"/config", 65536)).captured(1));
+    // A remote address may carry a user name and token; names never do.
+    const QString remote = url.match(readText(gitDir + u"/config", 65536)).captured(1);
+    const QUrl parsed(remote);
+    fields.insert(QStringLiteral("repository"),
+                  parsed.isValid() && !parsed.scheme().isEmpty() ? parsed.toString(QUrl::RemoveUserInfo) : remote);
     const QString head = readText(gitDir + u"/HEAD", 4096).trimmed();
     static const QRegularExpression hash(QStringLiteral("^[0-9a-fA-F]{7,40}$"));
     if (head.startsWith(u"ref: refs/heads/")) {

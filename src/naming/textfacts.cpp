@@ -160,13 +160,14 @@ Fields sourceCode(const QString &text)
 
 Fields mailHeaders(const QString &text)
 {
-    // Headers end at the first blank line; folded lines continue with a blank.
+    // Headers end at the first blank line, with either line ending; folded
+    // lines continue with a blank.
     QHash<QString, QString> headers;
     QString last;
-    for (const QString &line :
-         text.left(text.indexOf(QStringLiteral("\n\n")) < 0 ? text.size() : text.indexOf(QStringLiteral("\n\n")))
-             .split(u'\n')) {
+    for (const QString &line : text.split(u'\n')) {
         const QString clean = QString(line).remove(u'\r');
+        if (clean.isEmpty())
+            break; // the body starts here
         if ((clean.startsWith(u' ') || clean.startsWith(u'\t')) && !last.isEmpty()) {
             headers[last] += u' ' + clean.trimmed();
             continue;

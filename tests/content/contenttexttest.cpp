@@ -164,6 +164,8 @@ private slots:
                                                          << u"Quarterly report\nfor the board of directors"_s;
         QTest::newRow("escapes") << QByteArray(R"({\rtf1\ansi Caf\'e9 \u8364? costs \{42\} in the caf\'e9 today})")
                                  << u"Café € costs {42} in the café today"_s;
+        QTest::newRow("binary data holds braces") << QByteArray("{\\rtf1 Twenty characters of text\\bin2 }{ continue}")
+                                                  << u"Twenty characters of text continue"_s;
         QTest::newRow("ignorable destination")
             << QByteArray(R"({\rtf1{\*\generator Writer;}Twenty characters of body text})")
             << u"Twenty characters of body text"_s;
