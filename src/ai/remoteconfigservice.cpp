@@ -81,7 +81,9 @@ QCoro::Task<> RemoteConfigService::fetch()
         co_return;
     const auto request = m_backend.request(BackendFunction::Config);
     if (!request) {
-        qCWarning(lcConfig).noquote() << "Config fetch error:" << request.error();
+        // No backend is configured: the built-in and cached values are all
+        // there is, which is no fault.
+        qCInfo(lcConfig).noquote() << "Remote configuration not fetched:" << request.error();
         co_return;
     }
     const QPointer<RemoteConfigService> self(this);
