@@ -32,9 +32,14 @@ packages=(
     libavcodec-dev
     libavutil-dev
     libtag1-dev
+    # the language of extracted text
+    libexttextcat-dev
+    libexttextcat-data
     qt6-image-formats-plugins
     libqt6svg6
     qtkeychain-qt6-dev
+    # nomly-backend, and the provider peers the AI route tests talk to
+    qt6-httpserver-dev
     # getfattr and setfattr, to look at the attributes renamed files carry
     attr
     # a private Secret Service for the key custody tests: dbus-run-session

@@ -33,6 +33,20 @@ AIServiceError AIServiceError::validImageNotFound()
     return AIServiceError(Kind::ValidImageNotFound, {}, {});
 }
 
+AIServiceError AIServiceError::transport(int networkError, QString message)
+{
+    AIServiceError error(Kind::Transport, std::move(message), {});
+    error.m_networkError = networkError;
+    return error;
+}
+
+std::optional<int> AIServiceError::networkError() const
+{
+    if (m_kind != Kind::Transport)
+        return std::nullopt;
+    return m_networkError;
+}
+
 std::optional<QString> AIServiceError::reason() const
 {
     if (m_kind != Kind::ApiErrorWithReason)
@@ -45,6 +59,7 @@ QString AIServiceError::text() const
     switch (m_kind) {
     case Kind::ApiError:
     case Kind::ApiErrorWithReason:
+    case Kind::Transport:
         return m_message.isEmpty() ? QStringLiteral("AI service error") : m_message;
     case Kind::InvalidResponse:
         return QStringLiteral("Invalid server response");

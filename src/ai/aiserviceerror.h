@@ -17,6 +17,8 @@ public:
         InvalidResponse,
         InvalidUrl,
         ValidImageNotFound,
+        // The request never got an HTTP answer: refused, dropped, timed out.
+        Transport,
     };
 
     AIServiceError() = default;
@@ -27,11 +29,16 @@ public:
     static AIServiceError invalidResponse();
     static AIServiceError invalidUrl();
     static AIServiceError validImageNotFound();
+    // `networkError` is the QNetworkReply::NetworkError of the failed call;
+    // `message` its description.
+    static AIServiceError transport(int networkError, QString message);
 
     Kind kind() const { return m_kind; }
 
     // Present only for ApiErrorWithReason.
     std::optional<QString> reason() const;
+    // Present only for Transport.
+    std::optional<int> networkError() const;
 
     QString text() const;
 
@@ -43,6 +50,7 @@ private:
     Kind m_kind = Kind::ApiError;
     QString m_message;
     QString m_reason;
+    int m_networkError = 0;
 };
 
 } // namespace Nomly

@@ -18,8 +18,9 @@ struct Failure
 
 // A value or the failure that stands in its place. Operations of the core
 // return this rather than throw, so that a workflow can carry the failure of
-// one item as a value and go on with the next.
-template<typename T = std::monostate> class Result
+// one item as a value and go on with the next. A layer with its own error
+// type (one that has `text()`) names it as `E`.
+template<typename T = std::monostate, typename E = Failure> class Result
 {
 public:
     Result() requires std::is_same_v<T, std::monostate> : m_state(std::monostate {}) {}
@@ -28,7 +29,7 @@ public:
         : m_state(std::move(value))
     {}
 
-    Result(Failure failure)
+    Result(E failure)
         : m_state(std::move(failure))
     {}
 
@@ -43,13 +44,21 @@ public:
     // By value, so that `for (auto &x : load().value())` keeps the list alive.
     T value() && { return std::get<0>(std::move(m_state)); }
 
-    const Failure &failure() const { return std::get<1>(m_state); }
+    const E &failure() const { return std::get<1>(m_state); }
 
     // Empty on success.
-    QString error() const { return ok() ? QString() : failure().message; }
+    QString error() const
+    {
+        if (ok())
+            return {};
+        if constexpr (std::is_same_v<E, Failure>)
+            return failure().message;
+        else
+            return failure().text();
+    }
 
 private:
-    std::variant<T, Failure> m_state;
+    std::variant<T, E> m_state;
 };
 
 } // namespace Nomly
