@@ -1,0 +1,10 @@
+#include "ai/aimessagelocalizer.h"
+
+namespace Nomly {
+
+QString localizedAIMessage(const QString &text)
+{
+    return text;
+}
+
+} // namespace Nomly
