@@ -5,6 +5,7 @@
 #include <QUrl>
 #include <chrono>
 #include <optional>
+#include <utility>
 
 #include <qcoro/qcorotask.h>
 
@@ -42,6 +43,13 @@ public:
                                                                   QString model);
 
 private:
+    // One file of a batch, timed and logged; a failure becomes an analysis
+    // that carries the text the user reads.
+    QCoro::Task<std::pair<int, ImageAnalysis>> timedAnalysis(int position,
+                                                             AnalyzeRequest request,
+                                                             QString endpoint,
+                                                             QString model);
+
     QNetworkAccessManager &m_network;
     std::chrono::milliseconds m_timeout = DefaultTimeout;
 };

@@ -8,7 +8,7 @@ ImageAnalysis imageAnalysisFrom(const AnalyzeResponse &response)
 {
     ImageAnalysis analysis;
     if (response.error || !response.title || response.title->isEmpty()) {
-        qCWarning(lcAI).noquote() << "AI result error:" << response.error.value_or(QStringLiteral("empty title"));
+        qCInfo(lcAI).noquote() << "AI result error:" << response.error.value_or(QStringLiteral("empty title"));
         analysis.error = response.error.value_or(QStringLiteral("No analysis result"));
         return analysis;
     }

@@ -591,6 +591,28 @@ QCoro::Task<bool> SettingsViewModel::addFolder(QString path)
     co_return added;
 }
 
+void SettingsViewModel::grantAIDataConsent()
+{
+    m_userDefaults.setValue(HasAgreedToAIDataProcessingKey, true);
+    if (!m_aiDataConsentGranted) {
+        m_aiDataConsentGranted = true;
+        emit aiDataConsentGrantedChanged();
+    }
+    emit watcherReconfigurationRequested();
+    qCInfo(lcGeneral) << "AI data processing consent granted";
+}
+
+void SettingsViewModel::withdrawAIDataConsent()
+{
+    m_userDefaults.setValue(HasAgreedToAIDataProcessingKey, false);
+    if (m_aiDataConsentGranted) {
+        m_aiDataConsentGranted = false;
+        emit aiDataConsentGrantedChanged();
+    }
+    emit watcherReconfigurationRequested();
+    qCInfo(lcGeneral) << "AI data processing consent withdrawn";
+}
+
 void SettingsViewModel::completeOnboarding()
 {
     m_store.setHasCompletedOnboarding(true);

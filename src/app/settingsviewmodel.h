@@ -183,6 +183,10 @@ public:
 
     // Remembers that the user has been through the welcome window, so it
     // is not shown again, and lets the Monitor start.
+    // The user's agreement to AI data processing, kept in the defaults file.
+    // Every AI workflow checks it before anything leaves the machine.
+    void grantAIDataConsent();
+    void withdrawAIDataConsent();
     void completeOnboarding();
 
     // A drop for AI Rename held nothing it can name.

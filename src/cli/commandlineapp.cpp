@@ -4,16 +4,19 @@
 #include <QLoggingCategory>
 #include <array>
 
+#include "cli/analyzecommand.h"
 #include "cli/applycommand.h"
 #include "cli/clicommand.h"
 #include "cli/clioutput.h"
 #include "cli/configcommand.h"
+#include "cli/consentcommand.h"
 #include "cli/fieldscommand.h"
 #include "cli/folderscommand.h"
 #include "cli/historycommand.h"
 #include "cli/inspectcommand.h"
 #include "cli/keyscommand.h"
 #include "cli/previewcommand.h"
+#include "cli/renamecommand.h"
 #include "cli/templatescommand.h"
 #include "cli/thumbnailcommand.h"
 #include "cli/undocommand.h"
@@ -22,7 +25,10 @@ namespace Nomly {
 
 namespace {
 
-constexpr std::array<CliCommand, 11> Commands { {
+constexpr std::array<CliCommand, 14> Commands { {
+    { u"rename", u"Rename files under the names the AI suggests, and record it", &runRenameCommand },
+    { u"analyze", u"Show what the AI says about files, without renaming", &runAnalyzeCommand },
+    { u"consent", u"Agree to AI data processing, or withdraw", &runConsentCommand },
     { u"fields", u"List the fields a naming pattern can use", &runFieldsCommand },
     { u"preview", u"Show the names files would get, without touching them", &runPreviewCommand },
     { u"apply", u"Rename files under a title you give, and record it", &runApplyCommand },
@@ -57,7 +63,11 @@ int CommandLineApp::run(const QStringList &arguments)
     // Commands print what happened to each file themselves; the services'
     // info lines are for QT_LOGGING_RULES="com.nomly.app.*=true", which wins
     // over this.
-    QLoggingCategory::setFilterRules(QStringLiteral("com.nomly.app.*.info=false"));
+    // The built-in backend runs inside the command; what it would log is
+    // already in the command's own per-file lines.
+    QLoggingCategory::setFilterRules(QStringLiteral("com.nomly.app.*.info=false\n"
+                                                    "com.nomly.backend.info=false\n"
+                                                    "com.nomly.backend.warning=false"));
 
     const QString name = arguments.value(1);
     if (name.isEmpty()) {

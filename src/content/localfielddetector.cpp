@@ -6,6 +6,7 @@
 #include <functional>
 #include <utility>
 
+#include "content/textlanguage.h"
 #include "naming/dateformats.h"
 
 namespace Nomly {
@@ -509,6 +510,7 @@ QHash<QString, QString> LocalFieldDetector::detect(const LocalFieldInput &input)
     out.put(QStringLiteral("code_language"), codeLanguages().value(extension));
     if (text.isEmpty())
         return out.added();
+    out.put(QStringLiteral("language"), TextLanguage::languageName(text));
     const QString lowered = text.toLower();
     const QStringList lines = text.split(u'\n');
 

@@ -23,6 +23,19 @@ inline constexpr RawValueTable<AIProvider, 4> AIProviderRawValues { {
     { AIProvider::Groq, u"groq" },
 } };
 
+// The names users know the services by, in messages about them.
+inline constexpr RawValueTable<AIProvider, 4> AIProviderDisplayNames { {
+    { AIProvider::Gemini, u"Google AI" },
+    { AIProvider::OpenAI, u"OpenAI" },
+    { AIProvider::Claude, u"Anthropic" },
+    { AIProvider::Groq, u"Groq" },
+} };
+
+inline QString displayName(AIProvider value)
+{
+    return rawValueIn(AIProviderDisplayNames, value);
+}
+
 inline QString rawValue(AIProvider value)
 {
     return rawValueIn(AIProviderRawValues, value);

@@ -112,7 +112,44 @@ private slots:
         input.mainText = text;
         input.fileName = fileName;
         input.existingFields = existing;
-        QCOMPARE(LocalFieldDetector::detect(input), expected);
+        // The language of these label lists is left to the language cases.
+        Fields actual = LocalFieldDetector::detect(input);
+        actual.remove(u"language"_s);
+        QCOMPARE(actual, expected);
+    }
+
+    void language_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QStringList>("further");
+        QTest::addColumn<Fields>("existing");
+        QTest::addColumn<QString>("expected");
+        const QString letter = u"Sehr geehrte Damen und Herren, vielen Dank für Ihre Anfrage. Wir melden uns so "
+                               u"bald wie möglich bei Ihnen."_s;
+        QTest::newRow("german letter") << letter << QStringList() << Fields {} << u"German"_s;
+        QTest::newRow("under 40 characters")
+            << u"Vielen Dank für Ihre Anfrage."_s << QStringList() << Fields {} << QString();
+        QTest::newRow("further strings count")
+            << u"Vielen Dank für Ihre Anfrage."_s << QStringList { u"Wir melden uns so bald wie möglich bei Ihnen."_s }
+            << Fields {} << u"German"_s;
+        QTest::newRow("the AI's language is kept")
+            << letter << QStringList() << Fields { { u"language"_s, u"Dutch"_s } } << QString();
+        QTest::newRow("an empty language is filled")
+            << letter << QStringList() << Fields { { u"language"_s, QString() } } << u"German"_s;
+    }
+
+    void language()
+    {
+        QFETCH(QString, text);
+        QFETCH(QStringList, further);
+        QFETCH(Fields, existing);
+        QFETCH(QString, expected);
+        LocalFieldInput input;
+        input.mainText = text;
+        input.furtherStrings = further;
+        input.fileName = u"letter.txt"_s;
+        input.existingFields = existing;
+        QCOMPARE(LocalFieldDetector::detect(input).value(u"language"_s), expected);
     }
 };
 

@@ -1,6 +1,8 @@
 #include "cliprocess.h"
 
+#include <QEventLoop>
 #include <QProcess>
+#include <QTimer>
 
 namespace Nomly::Test {
 
@@ -32,6 +34,33 @@ CliRun runCli(const QString &program,
     process.closeWriteChannel();
     if (!process.waitForFinished(60000))
         return {};
+    return { process.exitCode(),
+             QString::fromUtf8(process.readAllStandardOutput()),
+             QString::fromUtf8(process.readAllStandardError()) };
+}
+
+CliRun runCliServing(const QString &program,
+                     const QStringList &arguments,
+                     const QProcessEnvironment &environment,
+                     const QString &workingDirectory,
+                     const QByteArray &standardInput)
+{
+    QProcess process;
+    process.setProcessEnvironment(environment);
+    process.setWorkingDirectory(workingDirectory);
+    QEventLoop loop;
+    QObject::connect(&process, &QProcess::finished, &loop, &QEventLoop::quit);
+    QObject::connect(&process, &QProcess::errorOccurred, &loop, &QEventLoop::quit);
+    QTimer::singleShot(120000, &loop, &QEventLoop::quit);
+    process.start(program, arguments);
+    process.write(standardInput);
+    process.closeWriteChannel();
+    loop.exec();
+    if (process.state() != QProcess::NotRunning) {
+        process.kill();
+        process.waitForFinished();
+        return {};
+    }
     return { process.exitCode(),
              QString::fromUtf8(process.readAllStandardOutput()),
              QString::fromUtf8(process.readAllStandardError()) };

@@ -27,4 +27,12 @@ CliRun runCli(const QString &program,
               const QString &workingDirectory,
               const QByteArray &standardInput = {});
 
+// The same, with this process's event loop running meanwhile, so that peers
+// it serves on loopback (a provider, an Ollama server) can answer the program.
+CliRun runCliServing(const QString &program,
+                     const QStringList &arguments,
+                     const QProcessEnvironment &environment,
+                     const QString &workingDirectory,
+                     const QByteArray &standardInput = {});
+
 } // namespace Nomly::Test

@@ -1,0 +1,243 @@
+#include "backend/backendserver.h"
+
+#include <QElapsedTimer>
+#include <QHttpServer>
+#include <QHttpServerRequest>
+#include <QHttpServerResponder>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QNetworkAccessManager>
+#include <QPointer>
+#include <QTcpServer>
+#include <QTcpSocket>
+
+#include <qcoro/qcorotask.h>
+
+#include "ai/analyzejson.h"
+#include "backend/backendanalyzer.h"
+#include "backend/backendconfigresponse.h"
+#include "backend/backendkeystore.h"
+#include "backend/backendlog.h"
+#include "backend/keysyncrequestjson.h"
+#include "backend/providerclient.h"
+
+namespace Nomly {
+
+namespace {
+
+using Status = QHttpServerResponder::StatusCode;
+
+const QString ConfigPath = QStringLiteral("/functions/v1/config");
+const QString SaveApiKeyPath = QStringLiteral("/functions/v1/save-api-key");
+const QString AnalyzePath = QStringLiteral("/functions/v1/analyze");
+const QString IWorkExportPath = QStringLiteral("/functions/v1/iwork-export");
+
+QJsonObject errorBody(const QString &message)
+{
+    return { { QLatin1StringView("error"), message } };
+}
+
+// The same time for every wrong token of a length, so that a caller cannot
+// find the token byte by byte.
+bool sameToken(const QByteArray &given, const QByteArray &expected)
+{
+    if (given.size() != expected.size())
+        return false;
+    unsigned char difference = 0;
+    for (qsizetype i = 0; i < given.size(); ++i)
+        difference |= static_cast<unsigned char>(given.at(i) ^ expected.at(i));
+    return difference == 0;
+}
+
+QByteArray headerOf(const QHttpServerRequest &request, QByteArrayView name)
+{
+    for (const auto &[key, value] : request.headers()) {
+        if (key.compare(name, Qt::CaseInsensitive) == 0)
+            return value;
+    }
+    return {};
+}
+
+void answer(QHttpServerResponder &responder, const QJsonObject &body, Status status)
+{
+    responder.write(QJsonDocument(body).toJson(QJsonDocument::Compact),
+                    { { QByteArrayLiteral("Content-Type"), QByteArrayLiteral("application/json") },
+                      { QByteArrayLiteral("Cache-Control"), QByteArrayLiteral("no-store") } },
+                    status);
+}
+
+} // namespace
+
+struct BackendServer::Parts
+{
+    explicit Parts(BackendConfig backendConfig)
+        : config(std::move(backendConfig))
+        , keys(config.keyStorePath)
+        , providers(network, config.providerTimeout)
+        , analyzer(config, keys, providers)
+    {}
+
+    // Whether the call may go on; answers it when it may not.
+    bool admit(const QHttpServerRequest &request, QHttpServerResponder &responder) const;
+    void sendConfig(const QHttpServerRequest &request, QHttpServerResponder &&responder) const;
+    void saveApiKey(const QHttpServerRequest &request, QHttpServerResponder &&responder);
+    void analyze(const QHttpServerRequest &request, QHttpServerResponder &&responder);
+    QCoro::Task<> answerBatch(QHttpServerResponder responder, QList<AnalyzeRequest> requests);
+
+    BackendConfig config;
+    BackendKeyStore keys;
+    ProviderClient providers;
+    BackendAnalyzer analyzer;
+    QHttpServer http;
+    QPointer<QTcpServer> tcp;
+    QString error;
+    // Last, so that it goes first: calls in flight end while everything they
+    // use is still there.
+    QNetworkAccessManager network;
+};
+
+bool BackendServer::Parts::admit(const QHttpServerRequest &request, QHttpServerResponder &responder) const
+{
+    const QByteArray expected = QByteArrayLiteral("Bearer ") + config.gatewayToken.toUtf8();
+    if (config.gatewayToken.isEmpty() || !sameToken(headerOf(request, "authorization"), expected)) {
+        qCWarning(lcBackend).noquote() << "Refused call without the gateway token:" << request.url().path();
+        answer(responder, errorBody(QStringLiteral("Invalid or missing gateway token.")), Status::Unauthorized);
+        return false;
+    }
+    if (request.body().size() > config.maxRequestBytes) {
+        qCWarning(lcBackend).noquote() << "Refused body of" << request.body().size()
+                                       << "bytes:" << request.url().path();
+        answer(responder, errorBody(QStringLiteral("The request is too large.")), Status::PayloadTooLarge);
+        return false;
+    }
+    return true;
+}
+
+void BackendServer::Parts::sendConfig(const QHttpServerRequest &request, QHttpServerResponder &&responder) const
+{
+    if (admit(request, responder))
+        answer(responder, configResponseJson(config), Status::Ok);
+}
+
+void BackendServer::Parts::saveApiKey(const QHttpServerRequest &request, QHttpServerResponder &&responder)
+{
+    if (!admit(request, responder))
+        return;
+    const QJsonObject json = QJsonDocument::fromJson(request.body()).object();
+    QJsonObject reply;
+    Failure failure;
+    if (const auto ollama = ollamaSyncRequestFromJson(json)) {
+        const Result<OllamaSyncResponse> result = keys.apply(*ollama);
+        if (result)
+            reply = toJson(result.value());
+        else
+            failure = result.failure();
+    } else if (const auto byok = byokSyncRequestFromJson(json)) {
+        const Result<BYOKSyncResponse> result = keys.apply(*byok);
+        if (result)
+            reply = toJson(result.value());
+        else
+            failure = result.failure();
+    } else {
+        failure = Failure { QStringLiteral("The key sync request could not be read."), 400 };
+    }
+    if (!failure.message.isEmpty()) {
+        QJsonObject body = errorBody(failure.message);
+        body.insert(QLatin1StringView("success"), false);
+        qCInfo(lcBackend) << "Key sync refused with status" << failure.code;
+        answer(responder, body, static_cast<Status>(failure.code));
+        return;
+    }
+    qCInfo(lcBackend) << "Key sync applied";
+    answer(responder, reply, Status::Ok);
+}
+
+void BackendServer::Parts::analyze(const QHttpServerRequest &request, QHttpServerResponder &&responder)
+{
+    if (!admit(request, responder))
+        return;
+    Result<QList<AnalyzeRequest>> requests = analyzeRequestsFromBody(request.body());
+    if (!requests) {
+        answer(responder, errorBody(requests.error()), Status::BadRequest);
+        return;
+    }
+    qCInfo(lcBackend) << "Analysis batch of" << requests.value().size() << "files," << request.body().size() << "bytes";
+    // Runs on after this returns; the responder answers when the providers have.
+    answerBatch(std::move(responder), std::move(requests).value());
+}
+
+QCoro::Task<> BackendServer::Parts::answerBatch(QHttpServerResponder responder, QList<AnalyzeRequest> requests)
+{
+    // The caller may hang up while the providers think; its socket then goes.
+    const QPointer<QTcpSocket> socket(responder.socket());
+    auto batch = analyzer.analyze(std::move(requests));
+    const BatchAnalyzeResponse response = co_await batch;
+    if (!socket || socket->state() != QAbstractSocket::ConnectedState) {
+        qCInfo(lcBackend) << "Caller left before the batch was answered";
+        co_return;
+    }
+    answer(responder, toJson(response), Status::Ok);
+}
+
+BackendServer::BackendServer(BackendConfig config, QObject *parent)
+    : QObject(parent)
+    , m_parts(std::make_unique<Parts>(std::move(config)))
+{
+    Parts &parts = *m_parts;
+    using Method = QHttpServerRequest::Method;
+    parts.http.route(
+        ConfigPath, Method::Get, [&parts](const QHttpServerRequest &request, QHttpServerResponder &&responder) {
+            parts.sendConfig(request, std::move(responder));
+        });
+    parts.http.route(
+        SaveApiKeyPath, Method::Post, [&parts](const QHttpServerRequest &request, QHttpServerResponder &&responder) {
+            parts.saveApiKey(request, std::move(responder));
+        });
+    parts.http.route(
+        AnalyzePath, Method::Post, [&parts](const QHttpServerRequest &request, QHttpServerResponder &&responder) {
+            parts.analyze(request, std::move(responder));
+        });
+    // Conversion of iWork documents needs the maker's software; the
+    // application falls back to the document's own preview.
+    parts.http.route(
+        IWorkExportPath, Method::Post, [&parts](const QHttpServerRequest &request, QHttpServerResponder &&responder) {
+            if (parts.admit(request, responder)) {
+                answer(responder,
+                       errorBody(QStringLiteral("Document conversion is not offered by this backend.")),
+                       Status::NotImplemented);
+            }
+        });
+    parts.http.setMissingHandler([](const QHttpServerRequest &request, QHttpServerResponder &&responder) {
+        qCInfo(lcBackend).noquote() << "No function at" << request.url().path();
+        answer(responder, errorBody(QStringLiteral("Not found.")), Status::NotFound);
+    });
+}
+
+BackendServer::~BackendServer() = default;
+
+bool BackendServer::listen(const QHostAddress &address, quint16 port)
+{
+    auto *server = new QTcpServer(this);
+    if (!server->listen(address, port)) {
+        m_parts->error = server->errorString();
+        delete server;
+        return false;
+    }
+    m_parts->error.clear();
+    m_parts->tcp = server;
+    m_parts->http.bind(server);
+    qCInfo(lcBackend).noquote() << "Listening on" << address.toString() << "port" << server->serverPort();
+    return true;
+}
+
+quint16 BackendServer::serverPort() const
+{
+    return m_parts->tcp ? m_parts->tcp->serverPort() : 0;
+}
+
+QString BackendServer::errorString() const
+{
+    return m_parts->error;
+}
+
+} // namespace Nomly

@@ -1,0 +1,88 @@
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QHostAddress>
+#include <QStandardPaths>
+#include <QTextStream>
+#include <cstdio>
+
+#include "backend/backendconfig.h"
+#include "backend/backendserver.h"
+
+namespace {
+
+struct ListenAddress
+{
+    QHostAddress address;
+    quint16 port = 0;
+    bool ok = false;
+};
+
+// "127.0.0.1:8787", "[::1]:8787" or ":8787" (loopback).
+ListenAddress parseListen(const QString &text)
+{
+    ListenAddress out;
+    const qsizetype colon = text.lastIndexOf(QLatin1Char(':'));
+    if (colon < 0)
+        return out;
+    QString host = text.left(colon);
+    if (host.startsWith(QLatin1Char('[')) && host.endsWith(QLatin1Char(']')))
+        host = host.mid(1, host.size() - 2);
+    bool portOk = false;
+    const uint port = text.mid(colon + 1).toUInt(&portOk);
+    out.address = host.isEmpty() ? QHostAddress(QHostAddress::LocalHost) : QHostAddress(host);
+    out.port = static_cast<quint16>(port);
+    out.ok = portOk && port <= 65535 && !out.address.isNull();
+    return out;
+}
+
+QString urlHost(const QHostAddress &address)
+{
+    const QString text = address.toString();
+    return address.protocol() == QAbstractSocket::IPv6Protocol ? QStringLiteral("[") + text + QStringLiteral("]")
+                                                               : text;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("nomly-backend"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(NOMLY_VERSION));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Answers Nomly's analysis, key sync and configuration calls, and asks the chosen AI provider.\n"
+                       "Keys, provider and gateway token come from the NOMLY_* environment variables."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption listen(QStringLiteral("listen"),
+                                    QStringLiteral("Address and port to listen on (default 127.0.0.1:8787)."),
+                                    QStringLiteral("address:port"),
+                                    QStringLiteral("127.0.0.1:8787"));
+    parser.addOption(listen);
+    parser.process(app);
+
+    QTextStream err(stderr);
+    const ListenAddress where = parseListen(parser.value(listen));
+    if (!where.ok) {
+        err << "nomly-backend: --listen wants ADDRESS:PORT, as in 127.0.0.1:8787\n";
+        return 2;
+    }
+
+    Nomly::BackendConfig config = Nomly::BackendConfig::fromEnvironment();
+    config.keyStorePath = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
+        + QStringLiteral("/nomly-backend/keys.json");
+    if (config.gatewayToken.isEmpty())
+        err << "nomly-backend: NOMLY_BACKEND_TOKEN is not set, so every call will be refused\n";
+    err.flush();
+
+    Nomly::BackendServer server(config);
+    if (!server.listen(where.address, where.port)) {
+        err << "nomly-backend: cannot listen on " << parser.value(listen) << ": " << server.errorString() << '\n';
+        return 1;
+    }
+    QTextStream out(stdout);
+    out << "Listening on http://" << urlHost(where.address) << ':' << server.serverPort() << Qt::endl;
+    return app.exec();
+}

@@ -1,0 +1,150 @@
+#include "cli/aicommandrun.h"
+
+#include <QFileInfo>
+
+#include "ai/remoteconfigservice.h"
+#include "cli/airoute.h"
+#include "cli/clioutput.h"
+#include "cli/cliprofile.h"
+#include "cli/consentcommand.h"
+#include "naming/namingpattern.h"
+#include "settings/aiprocessingmode.h"
+
+namespace Nomly {
+
+namespace {
+
+std::optional<QString> byokModelOf(const Settings &settings, AIProvider provider)
+{
+    switch (provider) {
+    case AIProvider::Gemini:
+        return settings.byokGeminiModel;
+    case AIProvider::OpenAI:
+        return settings.byokOpenaiModel;
+    case AIProvider::Claude:
+        return settings.byokClaudeModel;
+    case AIProvider::Groq:
+        return settings.byokGroqModel;
+    }
+    return std::nullopt;
+}
+
+QString providerNames()
+{
+    QStringList names;
+    for (const auto &[provider, raw] : AIProviderRawValues)
+        names.append(QString::fromUtf16(raw));
+    return names.join(QStringLiteral(", "));
+}
+
+} // namespace
+
+RouteOptions::RouteOptions(QCommandLineParser &parser)
+    : m_mode(QStringLiteral("mode"),
+             QStringLiteral("cloud (the hosted backend, or your own key) or local (an Ollama server). Default: the "
+                            "aiProcessingMode setting."),
+             QStringLiteral("MODE"))
+    , m_provider(
+          QStringLiteral("provider"),
+          QStringLiteral("Use your own key for this provider (%1), saved with 'nomly keys set'.").arg(providerNames()),
+          QStringLiteral("NAME"))
+    , m_model(QStringLiteral("model"),
+              QStringLiteral("The model: at the provider on the cloud route, the Ollama model on the local one."),
+              QStringLiteral("NAME"))
+{
+    parser.addOptions({ m_mode, m_provider, m_model });
+}
+
+std::optional<AnalyzeBatchOptions> RouteOptions::read(const QCommandLineParser &parser,
+                                                      const Settings &settings,
+                                                      const EffectiveAnalysisSettings &effective,
+                                                      QString *error) const
+{
+    AnalyzeBatchOptions options;
+    options.aiProcessingMode = settings.aiProcessingMode;
+    if (parser.isSet(m_mode)) {
+        const QString mode = parser.value(m_mode).toLower();
+        if (mode != u"cloud" && mode != u"local") {
+            *error = QStringLiteral("--mode takes cloud or local, not '%1'").arg(parser.value(m_mode));
+            return std::nullopt;
+        }
+        options.aiProcessingMode = mode == u"local" ? AIProcessingMode::Local : AIProcessingMode::Cloud;
+    }
+    if (options.aiProcessingMode == AIProcessingMode::Off) {
+        *error = QStringLiteral("AI processing is off; choose a route with --mode, or turn it on with 'nomly config "
+                                "set aiProcessingMode cloud'");
+        return std::nullopt;
+    }
+
+    options.byokEnabled = settings.byokEnabled;
+    std::optional<AIProvider> provider = settings.aiProvider;
+    if (parser.isSet(m_provider)) {
+        provider = aiProviderFromRaw(parser.value(m_provider).toLower());
+        if (!provider) {
+            *error = QStringLiteral("unknown provider '%1'; use one of: %2")
+                         .arg(parser.value(m_provider), providerNames());
+            return std::nullopt;
+        }
+        options.byokEnabled = true;
+    }
+    if (options.byokEnabled) {
+        options.aiProvider = provider;
+        options.byokModel = byokModelOf(settings, *provider);
+    }
+    options.localAIEndpoint = settings.localAIEndpoint;
+    options.localAIModel = settings.localAIModel;
+    if (parser.isSet(m_model)) {
+        if (options.usesLocalAI())
+            options.localAIModel = parser.value(m_model);
+        else
+            options.byokModel = parser.value(m_model);
+    }
+
+    options.outputLanguage = effective.outputLanguage;
+    options.renamePromptOverride = effective.renamePromptOverride;
+    options.tagPromptOverride = effective.tagPromptOverride;
+    const QStringList fields = requestedDetectedFields(effective.namingPattern);
+    if (!fields.isEmpty())
+        options.requestedFieldKeys = fields;
+    return options;
+}
+
+std::optional<AnalyzeFilesResult> runAnalysis(CliProfile &profile,
+                                              const QStringList &paths,
+                                              const AnalyzeBatchOptions &options,
+                                              ExitStatus *status)
+{
+    if (!profile.state().aiDataConsentGranted()) {
+        CliOutput::error(consentMissingText());
+        *status = ExitStatus::UsageError;
+        return std::nullopt;
+    }
+    QStringList absolutePaths;
+    for (const QString &path : paths)
+        absolutePaths.append(QFileInfo(path).absoluteFilePath());
+
+    Result<std::unique_ptr<CliAIRoute>> route = CliAIRoute::open(profile, !options.usesLocalAI());
+    if (!route) {
+        CliOutput::error(route.error());
+        *status = ExitStatus::ItemFailed;
+        return std::nullopt;
+    }
+    const RemoteConfig remote = RemoteConfigService::cachedConfig(profile.userDefaults());
+    ExtractionOptions extraction;
+    extraction.pdfTextExtractionEnabled = remote.pdfTextExtractionEnabled;
+    extraction.iWorkOnlinePreviewsEnabled = profile.settings().iWorkOnlinePreviewsEnabled;
+    extraction.imageExtensions = remote.imageExtensions;
+    extraction.designExtensions = remote.designExtensions;
+    AnalyzeFilesUseCase useCase(route.value()->service(), extraction);
+    return QCoro::waitFor(useCase.analyze(absolutePaths, options));
+}
+
+QString routeDescription(const AnalyzeBatchOptions &options, const std::optional<QString> &effectiveProvider)
+{
+    const QString route = options.usesLocalAI() ? QStringLiteral("local") : QStringLiteral("hosted");
+    if (!effectiveProvider || effectiveProvider->isEmpty())
+        return route;
+    return QStringLiteral("%1 (%2)").arg(route, *effectiveProvider);
+}
+
+} // namespace Nomly

@@ -1,0 +1,70 @@
+#include "cli/airoute.h"
+
+#include <QHostAddress>
+#include <QRandomGenerator>
+
+#include "ai/remoteconfigservice.h"
+#include "backend/backendconfig.h"
+#include "backend/backendserver.h"
+#include "cli/cliprofile.h"
+
+namespace Nomly {
+
+namespace {
+
+// A token nobody else knows, so that other local users cannot use the
+// built-in backend while this command runs.
+QString freshToken()
+{
+    QByteArray bytes(32, Qt::Uninitialized);
+    QRandomGenerator::system()->fillRange(reinterpret_cast<quint32 *>(bytes.data()), bytes.size() / 4);
+    return QString::fromLatin1(bytes.toBase64(QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals));
+}
+
+} // namespace
+
+CliAIRoute::CliAIRoute(CliProfile &profile)
+    : m_stores(SecretStores::forSession())
+    , m_device(profile.userDefaults(), *m_stores.primary, m_stores.legacy.get())
+    , m_keys(*m_stores.primary, m_stores.legacy.get())
+    , m_artifacts(AIImageArtifactCache::defaultDiskDirectory())
+{}
+
+CliAIRoute::~CliAIRoute() = default;
+
+Result<std::unique_ptr<CliAIRoute>> CliAIRoute::open(CliProfile &profile, bool needsHostedRoute)
+{
+    std::unique_ptr<CliAIRoute> route(new CliAIRoute(profile));
+    HostedBackend named = HostedBackend::fromEnvironment();
+    if (named.baseUrl() || !needsHostedRoute) {
+        route->m_backend = std::move(named);
+    } else {
+        BackendConfig config = BackendConfig::fromEnvironment();
+        config.gatewayToken = freshToken();
+        config.keyStorePath.clear(); // the keys travel with each request
+        route->m_builtInBackend = std::make_unique<BackendServer>(config);
+        if (!route->m_builtInBackend->listen(QHostAddress::LocalHost, 0)) {
+            return Failure {
+                QStringLiteral("could not start the built-in backend: %1").arg(route->m_builtInBackend->errorString())
+            };
+        }
+        route->m_backend = HostedBackend(
+            QStringLiteral("http://127.0.0.1:%1").arg(route->m_builtInBackend->serverPort()), config.gatewayToken);
+    }
+    UserDefaults &defaults = profile.userDefaults();
+    route->m_service = std::make_unique<AIService>(
+        route->m_network, *route->m_backend, route->m_device, route->m_keys, route->m_artifacts, [&defaults] {
+            return RemoteConfigService::cachedConfig(defaults).aiProvider;
+        });
+    return route;
+}
+
+QString CliAIRoute::backendDescription() const
+{
+    if (m_builtInBackend)
+        return QStringLiteral("built-in backend");
+    const Result<QUrl> url = m_backend->baseUrl();
+    return url ? url.value().toString(QUrl::RemoveUserInfo) : QStringLiteral("no backend");
+}
+
+} // namespace Nomly

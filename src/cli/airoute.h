@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QNetworkAccessManager>
+#include <memory>
+#include <optional>
+
+#include "ai/aiimageartifactcache.h"
+#include "ai/aiservice.h"
+#include "ai/deviceservice.h"
+#include "ai/hostedbackend.h"
+#include "ai/keycustody.h"
+#include "ai/secretstores.h"
+#include "platform/result.h"
+
+namespace Nomly {
+
+class BackendServer;
+class CliProfile;
+
+// The AI services one command uses. The hosted route goes to the backend that
+// NOMLY_BACKEND_URL names; with none named, a backend of its own runs inside
+// this process on 127.0.0.1, on a port the system picks, behind a token made
+// for this run, so that a user with a provider key needs no other set-up.
+class CliAIRoute final
+{
+public:
+    // Fails when the built-in backend cannot listen.
+    static Result<std::unique_ptr<CliAIRoute>> open(CliProfile &profile, bool needsHostedRoute);
+    ~CliAIRoute();
+
+    AIService &service() { return *m_service; }
+
+    KeyCustody &keys() { return m_keys; }
+
+    // Where the hosted route goes: the named backend or the built-in one.
+    QString backendDescription() const;
+
+private:
+    explicit CliAIRoute(CliProfile &profile);
+
+    QNetworkAccessManager m_network;
+    SecretStores m_stores;
+    DeviceService m_device;
+    KeyCustody m_keys;
+    AIImageArtifactCache m_artifacts;
+    std::unique_ptr<BackendServer> m_builtInBackend;
+    std::optional<HostedBackend> m_backend;
+    std::unique_ptr<AIService> m_service;
+};
+
+} // namespace Nomly

@@ -1,0 +1,493 @@
+// nomly-backend on loopback, called by the application's own analysis client
+// and key sync bodies, with each AI provider stood in for by a loopback peer
+// that speaks that provider's format.
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QTest>
+#include <memory>
+
+#include <qcoro/qcorosignal.h>
+
+#include "ai/aicloudanalyzeclient.h"
+#include "ai/configresponse.h"
+#include "ai/keysyncjson.h"
+#include "backend/backendserver.h"
+#include "providerpeer.h"
+
+using namespace Nomly;
+using namespace Nomly::Test;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString Token = u"header.payload-for-tests.signature"_s;
+const QByteArray Jpeg = QByteArrayLiteral("\xFF\xD8\xFF\xE0 picture of a receipt");
+const QString Answer = uR"({"title":"Coffee Receipt","description":"A receipt","tags":["receipt"]})"_s;
+
+struct HttpReply
+{
+    int status = 0;
+    QByteArray body;
+};
+
+// A raw call, for what the analysis client does not send.
+HttpReply call(const QString &url, const QByteArray &method, const QByteArray &body, const QString &token)
+{
+    QNetworkAccessManager network;
+    QNetworkRequest request { QUrl(url) };
+    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
+    if (!token.isNull())
+        request.setRawHeader("Authorization", "Bearer " + token.toUtf8());
+    std::unique_ptr<QNetworkReply> reply(network.sendCustomRequest(request, method, body));
+    QEventLoop loop;
+    QObject::connect(reply.get(), &QNetworkReply::finished, &loop, &QEventLoop::quit);
+    if (!reply->isFinished())
+        loop.exec();
+    return { reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), reply->readAll() };
+}
+
+AnalyzeRequest pictureRequest()
+{
+    AnalyzeRequest request;
+    request.deviceId = u"DEVICE-1"_s;
+    request.deviceSecret = u"device-secret-1"_s;
+    request.contentKind = u"image"_s;
+    request.image = Jpeg;
+    request.imageMimeType = u"image/jpeg"_s;
+    request.mimeType = u"image/jpeg"_s;
+    request.filename = u"IMG_0001.jpg"_s;
+    return request;
+}
+
+AnalyzeRequest ownKeyRequest(const QString &provider, const QString &key)
+{
+    AnalyzeRequest request = pictureRequest();
+    request.byokEnabled = true;
+    request.aiProvider = provider;
+    if (!key.isEmpty())
+        request.apiKey = key;
+    return request;
+}
+
+ProviderPeer::Dialect dialectOf(const QString &provider)
+{
+    if (provider == u"gemini")
+        return ProviderPeer::Dialect::GenerateContent;
+    if (provider == u"claude")
+        return ProviderPeer::Dialect::Messages;
+    if (provider == u"ollama")
+        return ProviderPeer::Dialect::OllamaChat;
+    return ProviderPeer::Dialect::ChatCompletions;
+}
+
+// A backend whose providers all live on one peer.
+struct Rig
+{
+    explicit Rig(const QString &provider, BackendConfig config = {})
+        : peer(dialectOf(provider))
+    {
+        config.gatewayToken = Token;
+        config.defaultProvider = provider;
+        for (const QString &name : { u"openai"_s, u"gemini"_s, u"claude"_s, u"groq"_s, u"ollama"_s })
+            config.baseUrls.insert(name, peer.baseUrl());
+        server = std::make_unique<BackendServer>(config);
+        QVERIFY(server->listen(QHostAddress::LocalHost));
+        url = u"http://127.0.0.1:%1"_s.arg(server->serverPort());
+    }
+
+    Result<BatchAnalyzeResponse, AIServiceError> analyze(const QList<AnalyzeRequest> &requests)
+    {
+        AICloudAnalyzeClient client(network, HostedBackend(url, Token));
+        std::optional<Result<BatchAnalyzeResponse, AIServiceError>> out;
+        auto run = [&]() -> QCoro::Task<> {
+            QElapsedTimer start;
+            start.start();
+            auto batch = client.sendBatch(requests, start);
+            out.emplace(co_await batch);
+        };
+        QCoro::waitFor(run());
+        return std::move(*out);
+    }
+
+    // The one result of a one-file batch; its error, or its title.
+    QString analyzeOne(const AnalyzeRequest &request)
+    {
+        const auto reply = analyze({ request });
+        if (!reply)
+            return u"call failed: "_s + reply.error();
+        if (reply.value().results.size() != 1)
+            return u"results: %1"_s.arg(reply.value().results.size());
+        const AnalyzeResponse &result = reply.value().results.first();
+        return result.error ? *result.error : result.title.value_or(u"(no title)"_s);
+    }
+
+    HttpReply saveKey(const BYOKSyncRequest &request)
+    {
+        return call(url + u"/functions/v1/save-api-key"_s,
+                    "POST",
+                    QJsonDocument(toJson(request)).toJson(QJsonDocument::Compact),
+                    Token);
+    }
+
+    ProviderPeer peer;
+    std::unique_ptr<BackendServer> server;
+    QString url;
+    QNetworkAccessManager network;
+};
+
+BYOKSyncRequest keySync(const QString &key, bool enabled)
+{
+    BYOKSyncRequest request;
+    request.deviceId = u"DEVICE-1"_s;
+    request.deviceSecret = u"device-secret-1"_s;
+    request.provider = u"openai"_s;
+    request.apiKey = key;
+    request.enabled = enabled;
+    return request;
+}
+
+} // namespace
+
+class BackendServerTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+
+    void initTestCase()
+    {
+        // The client prefers these over the URL it is given.
+        qunsetenv("NOMLY_BACKEND_URL");
+        qunsetenv("NOMLY_BACKEND_TOKEN");
+    }
+
+    void providerAnswers_data()
+    {
+        QTest::addColumn<QString>("provider");
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QByteArray>("keyHeader");
+        QTest::addColumn<QByteArray>("keyValue");
+        QTest::addColumn<QByteArray>("pictureMarker");
+        QTest::addColumn<QString>("effective");
+
+        const QByteArray picture = Jpeg.toBase64();
+        QTest::newRow("openai") << u"openai"_s << u"/v1/chat/completions"_s << QByteArray("authorization")
+                                << QByteArray("Bearer user-key") << "\"url\":\"data:image/jpeg;base64," + picture
+                                << u"openai:gpt-4o-mini"_s;
+        QTest::newRow("groq") << u"groq"_s << u"/v1/chat/completions"_s << QByteArray("authorization")
+                              << QByteArray("Bearer user-key") << "\"url\":\"data:image/jpeg;base64," + picture
+                              << u"groq:qwen/qwen3.6-27b"_s;
+        QTest::newRow("gemini") << u"gemini"_s << u"/v1beta/models/gemini-2.5-flash-lite:generateContent"_s
+                                << QByteArray("x-goog-api-key") << QByteArray("user-key")
+                                << "\"data\":\"" + picture + "\",\"mime_type\":\"image/jpeg\""
+                                << u"gemini:gemini-2.5-flash-lite"_s;
+        QTest::newRow("claude") << u"claude"_s << u"/v1/messages"_s << QByteArray("x-api-key") << QByteArray("user-key")
+                                << "\"data\":\"" + picture + "\",\"media_type\":\"image/jpeg\",\"type\":\"base64\""
+                                << u"claude:claude-haiku-4-5-20251001"_s;
+    }
+
+    void providerAnswers()
+    {
+        QFETCH(QString, provider);
+        QFETCH(QString, path);
+        QFETCH(QByteArray, keyHeader);
+        QFETCH(QByteArray, keyValue);
+        QFETCH(QByteArray, pictureMarker);
+        QFETCH(QString, effective);
+
+        Rig rig(provider);
+        rig.peer.answer(Answer);
+        const auto reply = rig.analyze({ ownKeyRequest(provider, u"user-key"_s) });
+        QVERIFY2(reply.ok(), qPrintable(reply.error()));
+        QCOMPARE(reply.value().results.size(), 1);
+        QCOMPARE(reply.value().results.first().title, u"Coffee Receipt"_s);
+        QCOMPARE(reply.value().results.first().tags, QStringList { u"receipt"_s });
+        QCOMPARE(reply.value().effectiveProvider, effective);
+        QCOMPARE(rig.peer.received.size(), 1);
+        const ProviderPeer::Request &sent = rig.peer.received.first();
+        QCOMPARE(sent.path, path);
+        QCOMPARE(sent.header(keyHeader), keyValue);
+        QVERIFY2(sent.body.contains(pictureMarker), sent.body.left(400).constData());
+        if (provider == u"claude")
+            QCOMPARE(sent.header("anthropic-version"), QByteArray("2023-06-01"));
+    }
+
+    void operatorKeyAndOllama()
+    {
+        BackendConfig config;
+        config.operatorKeys.insert(u"gemini"_s, u"operator-key"_s);
+        Rig gemini(u"gemini"_s, config);
+        gemini.peer.answer(Answer);
+        QCOMPARE(gemini.analyzeOne(pictureRequest()), u"Coffee Receipt"_s);
+        QCOMPARE(gemini.peer.received.first().header("x-goog-api-key"), QByteArray("operator-key"));
+
+        config.ollamaModel = u"llava:7b"_s;
+        Rig ollama(u"ollama"_s, config);
+        ollama.peer.answer(Answer);
+        QCOMPARE(ollama.analyzeOne(pictureRequest()), u"Coffee Receipt"_s);
+        const QJsonObject sent = ollama.peer.received.first().json();
+        QCOMPARE(ollama.peer.received.first().path, u"/api/chat"_s);
+        QCOMPARE(sent.value(u"model"_s).toString(), u"llava:7b"_s);
+        QCOMPARE(sent.value(u"messages"_s).toArray().first()[u"images"_s].toArray().first().toString(),
+                 QString::fromLatin1(Jpeg.toBase64()));
+    }
+
+    void providerFailures_data()
+    {
+        QTest::addColumn<QString>("provider");
+        QTest::addColumn<int>("status"); // 0 drops the connection, -1 answers too late
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QString>("message");
+
+        const QByteArray openAiError = R"({"error":{"message":"x","type":"invalid_request_error","code":null}})";
+        const QByteArray anthropicError = R"({"type":"error","error":{"type":"api_error","message":"x"}})";
+        QTest::newRow("401") << u"openai"_s << 401
+                             << QByteArray(R"({"error":{"message":"Incorrect API key provided: sk-...",)"
+                                           R"("type":"invalid_request_error","code":"invalid_api_key"}})")
+                             << u"Invalid OpenAI API key. Please double-check and try again."_s;
+        QTest::newRow("403") << u"gemini"_s << 403
+                             << QByteArray(R"({"error":{"code":403,"message":"Permission denied",)"
+                                           R"("status":"PERMISSION_DENIED"}})")
+                             << u"Your Google AI API key doesn't have the required permissions."_s;
+        QTest::newRow("404") << u"claude"_s << 404
+                             << QByteArray(R"({"type":"error","error":{"type":"not_found_error","message":"model"}})")
+                             << u"Anthropic model is not available for this API key. Check the selected BYOK model "
+                                "or provider access."_s;
+        QTest::newRow("413") << u"groq"_s << 413 << openAiError
+                             << u"Groq rejected this file because the request is too large. Try a smaller file."_s;
+        QTest::newRow("429") << u"claude"_s << 429
+                             << QByteArray(R"({"type":"error","error":{"type":"rate_limit_error",)"
+                                           R"("message":"Number of request tokens has exceeded your rate limit"}})")
+                             << u"Anthropic is rate limiting — try again in a moment"_s;
+        QTest::newRow("429-quota") << u"openai"_s << 429
+                                   << QByteArray(R"({"error":{"message":"You exceeded your current quota, please )"
+                                                 R"(check your plan and billing details.","type":"insufficient_quota",)"
+                                                 R"("param":null,"code":"insufficient_quota"}})")
+                                   << u"OpenAI quota is exhausted. Add billing or credits in OpenAI, then retry."_s;
+        QTest::newRow("500") << u"claude"_s << 500 << anthropicError
+                             << u"Anthropic is temporarily unavailable. Wait a moment, then retry."_s;
+        QTest::newRow("502") << u"openai"_s << 502 << QByteArray("<html>Bad Gateway</html>")
+                             << u"OpenAI is temporarily unavailable. Wait a moment, then retry."_s;
+        QTest::newRow("503") << u"gemini"_s << 503
+                             << QByteArray(R"({"error":{"code":503,"message":"The model is overloaded.",)"
+                                           R"("status":"UNAVAILABLE"}})")
+                             << u"Google AI is temporarily unavailable. Wait a moment, then retry."_s;
+        QTest::newRow("dropped") << u"groq"_s << 0 << QByteArray() << u"Groq analysis failed. Please try again."_s;
+        QTest::newRow("too-slow") << u"gemini"_s << -1 << QByteArray()
+                                  << u"Google AI request timed out. Please retry."_s;
+        QTest::newRow("unreadable-answer") << u"openai"_s << 200 << QByteArray() << u"AI analysis failed"_s;
+    }
+
+    void providerFailures()
+    {
+        QFETCH(QString, provider);
+        QFETCH(int, status);
+        QFETCH(QByteArray, body);
+        QFETCH(QString, message);
+
+        BackendConfig config;
+        config.providerTimeout = std::chrono::milliseconds(300);
+        Rig rig(provider, config);
+        if (status == 0) {
+            rig.peer.dropConnection();
+        } else if (status == -1) {
+            rig.peer.answer(Answer);
+            rig.peer.setDelay(std::chrono::milliseconds(1500));
+        } else if (status == 200) {
+            rig.peer.answer(u"I cannot name this file."_s);
+        } else {
+            rig.peer.fail(status, body);
+        }
+        QCOMPARE(rig.analyzeOne(ownKeyRequest(provider, u"user-key"_s)), message);
+    }
+
+    // Rules that fail one file before any provider is asked.
+    void fileRefusals_data()
+    {
+        QTest::addColumn<QString>("provider");
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<bool>("audio");
+        QTest::addColumn<QString>("message");
+
+        QTest::newRow("no-key-google") << u"gemini"_s << QString() << false
+                                       << u"Missing saved Google AI BYOK key. Please save your API key again."_s;
+        QTest::newRow("no-key-anthropic") << u"claude"_s << QString() << false
+                                          << u"Missing saved Anthropic BYOK key. Please save your API key again."_s;
+        QTest::newRow("audio-to-gemini") << u"gemini"_s << u"user-key"_s << true
+                                         << u"Audio transcription requires Groq or OpenAI."_s;
+        QTest::newRow("audio-to-groq-uses-text") << u"groq"_s << u"user-key"_s << true << u"Coffee Receipt"_s;
+    }
+
+    void fileRefusals()
+    {
+        QFETCH(QString, provider);
+        QFETCH(QString, key);
+        QFETCH(bool, audio);
+        QFETCH(QString, message);
+
+        Rig rig(provider);
+        rig.peer.answer(Answer);
+        AnalyzeRequest request = ownKeyRequest(provider, key);
+        if (audio) {
+            request.contentKind = u"audio"_s;
+            request.audio = QByteArrayLiteral("ID3 audio bytes");
+            request.image.reset();
+            request.text = u"Transcript: the receipt"_s;
+        }
+        QCOMPARE(rig.analyzeOne(request), message);
+        QCOMPARE(rig.peer.received.isEmpty(), message != u"Coffee Receipt");
+    }
+
+    // Each file gets its own result in order, and one failure leaves the
+    // others standing.
+    void batchKeepsOrder()
+    {
+        Rig rig(u"openai"_s);
+        rig.peer.answer(Answer);
+        QList<AnalyzeRequest> requests;
+        for (int i = 0; i < 7; ++i)
+            requests.append(ownKeyRequest(u"openai"_s, u"user-key"_s));
+        requests[3].apiKey.reset();
+        const auto reply = rig.analyze(requests);
+        QVERIFY2(reply.ok(), qPrintable(reply.error()));
+        QCOMPARE(reply.value().results.size(), 7);
+        for (int i = 0; i < 7; ++i)
+            QCOMPARE(reply.value().results.at(i).error.has_value(), i == 3);
+        QCOMPARE(rig.peer.received.size(), 6);
+    }
+
+    // A big batch reaches the provider a few files at a time.
+    void batchCallsAtMostFourAtOnce()
+    {
+        Rig rig(u"gemini"_s);
+        rig.peer.answer(Answer);
+        rig.peer.setDelay(std::chrono::milliseconds(100));
+        const QList<AnalyzeRequest> requests(9, ownKeyRequest(u"gemini"_s, u"user-key"_s));
+        const auto reply = rig.analyze(requests);
+        QVERIFY2(reply.ok(), qPrintable(reply.error()));
+        QCOMPARE(reply.value().results.size(), 9);
+        QCOMPARE(rig.peer.received.size(), 9);
+        QCOMPARE(rig.peer.mostAtOnce(), 4);
+    }
+
+    void gateway_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QByteArray>("method");
+        QTest::addColumn<QString>("token");
+        QTest::addColumn<int>("bodyBytes");
+        QTest::addColumn<int>("status");
+
+        QTest::newRow("config") << u"/functions/v1/config"_s << QByteArray("GET") << Token << 0 << 200;
+        QTest::newRow("wrong-token") << u"/functions/v1/config"_s << QByteArray("GET") << u"header.x.y"_s << 0 << 401;
+        QTest::newRow("no-token") << u"/functions/v1/analyze"_s << QByteArray("POST") << QString() << 2 << 401;
+        QTest::newRow("token-prefix") << u"/functions/v1/analyze"_s << QByteArray("POST") << Token.left(10) << 2 << 401;
+        QTest::newRow("oversized") << u"/functions/v1/analyze"_s << QByteArray("POST") << Token << 5000 << 413;
+        QTest::newRow("at-limit") << u"/functions/v1/analyze"_s << QByteArray("POST") << Token << 4096 << 200;
+        QTest::newRow("iwork-export") << u"/functions/v1/iwork-export"_s << QByteArray("POST") << Token << 10 << 501;
+        QTest::newRow("unknown") << u"/functions/v1/other"_s << QByteArray("GET") << Token << 0 << 404;
+    }
+
+    void gateway()
+    {
+        QFETCH(QString, path);
+        QFETCH(QByteArray, method);
+        QFETCH(QString, token);
+        QFETCH(int, bodyBytes);
+        QFETCH(int, status);
+
+        BackendConfig config;
+        config.maxRequestBytes = 4096;
+        Rig rig(u"openai"_s, config);
+        // An empty batch, padded with blanks to the size the row wants.
+        QByteArray body = bodyBytes > 0 ? QByteArray("[]") : QByteArray();
+        body.append(QByteArray(std::max(0, bodyBytes - 2), ' '));
+        const HttpReply reply = call(rig.url + path, method, body, token);
+        QCOMPARE(reply.status, status);
+        QVERIFY(QJsonDocument::fromJson(reply.body).isObject());
+        if (status != 200)
+            QVERIFY(!QJsonDocument::fromJson(reply.body)[u"error"_s].toString().isEmpty());
+    }
+
+    void emptyTokenRefusesAll()
+    {
+        BackendServer open(BackendConfig {});
+        QVERIFY(open.listen(QHostAddress::LocalHost));
+        QCOMPARE(call(u"http://127.0.0.1:%1/functions/v1/config"_s.arg(open.serverPort()), "GET", {}, QString()).status,
+                 401);
+        QCOMPARE(call(u"http://127.0.0.1:%1/functions/v1/config"_s.arg(open.serverPort()), "GET", {}, u""_s).status,
+                 401);
+    }
+
+    void configReadsAsTheApplicationReadsIt()
+    {
+        Rig rig(u"claude"_s);
+        const HttpReply reply = call(rig.url + u"/functions/v1/config"_s, "GET", {}, Token);
+        QCOMPARE(reply.status, 200);
+        const std::optional<ConfigResponse> config = ConfigResponse::fromJson(reply.body);
+        QVERIFY(config);
+        const RemoteConfig applied = config->applied();
+        QCOMPARE(applied.aiProvider, u"claude"_s);
+        QCOMPARE(applied.imageExtensions, RemoteConfig().imageExtensions);
+        QCOMPARE(applied.byokGroqModel, u"qwen/qwen3.6-27b"_s);
+    }
+
+    // A key the key sync saved serves later requests that carry none, until
+    // it is cleared.
+    void savedKeyServesAnalysis()
+    {
+        Rig rig(u"openai"_s);
+        rig.peer.answer(Answer);
+
+        BYOKSyncRequest save = keySync(u"saved-key"_s, true);
+        save.byokModel = u"gpt-4.1-mini"_s;
+        HttpReply reply = rig.saveKey(save);
+        QCOMPARE(reply.status, 200);
+        BYOKSyncResponse saved = byokSyncResponseFromJson(QJsonDocument::fromJson(reply.body).object());
+        QCOMPARE(saved.success, true);
+        QCOMPARE(saved.aiProvider, u"openai"_s);
+        QCOMPARE(saved.byokModel, u"gpt-4.1-mini"_s);
+        QCOMPARE(saved.byokEnabled, true);
+
+        QCOMPARE(rig.analyzeOne(ownKeyRequest(u"openai"_s, QString())), u"Coffee Receipt"_s);
+        QCOMPARE(rig.peer.received.last().header("authorization"), QByteArray("Bearer saved-key"));
+        QCOMPARE(rig.peer.received.last().json()[u"model"_s].toString(), u"gpt-4.1-mini"_s);
+
+        // Another secret for the same device neither reads nor changes it.
+        BYOKSyncRequest impostor = keySync(u"other-key"_s, true);
+        impostor.deviceSecret = u"guessed"_s;
+        QCOMPARE(rig.saveKey(impostor).status, 403);
+        AnalyzeRequest stranger = ownKeyRequest(u"openai"_s, QString());
+        stranger.deviceSecret = u"guessed"_s;
+        QCOMPARE(rig.analyzeOne(stranger), u"Missing saved OpenAI BYOK key. Please save your API key again."_s);
+
+        reply = rig.saveKey(keySync(QString(), false));
+        QCOMPARE(reply.status, 200);
+        QCOMPARE(byokSyncResponseFromJson(QJsonDocument::fromJson(reply.body).object()).byokEnabled, false);
+        QCOMPARE(rig.analyzeOne(ownKeyRequest(u"openai"_s, QString())),
+                 u"Missing saved OpenAI BYOK key. Please save your API key again."_s);
+    }
+
+    void modeSync()
+    {
+        Rig rig(u"openai"_s);
+        OllamaSyncRequest request;
+        request.deviceId = u"DEVICE-2"_s;
+        request.deviceSecret = u"secret-2"_s;
+        request.enabled = true;
+        const HttpReply reply = call(rig.url + u"/functions/v1/save-api-key"_s,
+                                     "POST",
+                                     QJsonDocument(toJson(request)).toJson(QJsonDocument::Compact),
+                                     Token);
+        QCOMPARE(reply.status, 200);
+        const OllamaSyncResponse response = ollamaSyncResponseFromJson(QJsonDocument::fromJson(reply.body).object());
+        QCOMPARE(response.success, true);
+        QCOMPARE(response.ollamaEnabled, true);
+    }
+};
+
+QTEST_GUILESS_MAIN(BackendServerTest)
+#include "backendservertest.moc"

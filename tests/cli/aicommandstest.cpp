@@ -1,0 +1,251 @@
+// Runs the real `nomly consent`, `analyze`, `rename` and `undo` against real
+// files and a real profile, with the AI answered by peers on loopback that
+// speak the providers' and Ollama's own protocols.
+
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QTest>
+#include <memory>
+
+#include "cliprocess.h"
+#include "ollamapeer.h"
+#include "providerpeer.h"
+#include "samplepdfs.h"
+
+using namespace Qt::StringLiterals;
+using namespace Nomly::Test;
+
+namespace {
+
+QString answerJson(const QString &title)
+{
+    return QString::fromUtf8(QJsonDocument(QJsonObject { { u"title"_s, title },
+                                                         { u"description"_s, u"A sample file"_s },
+                                                         { u"tags"_s, QJsonArray { u"sample"_s } },
+                                                         { u"type"_s, u"document"_s } })
+                                 .toJson(QJsonDocument::Compact));
+}
+
+QStringList fileNames(const QString &folder)
+{
+    return QDir(folder).entryList(QDir::Files, QDir::Name);
+}
+
+} // namespace
+
+class AICommandsTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+
+    void init()
+    {
+        m_dir = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_dir->isValid());
+        QVERIFY(QDir(m_dir->path()).mkpath(u"files"_s));
+        m_environment = cliEnvironment(m_dir->filePath(u"profile"_s));
+        // Any provider the built-in backend might reach stays on loopback.
+        for (const char *name :
+             { "NOMLY_OPENAI_BASE_URL", "NOMLY_GEMINI_BASE_URL", "NOMLY_ANTHROPIC_BASE_URL", "NOMLY_GROQ_BASE_URL" })
+            m_environment.insert(QString::fromLatin1(name), u"http://127.0.0.1:9"_s);
+        m_environment.remove(u"NOMLY_BACKEND_URL"_s);
+    }
+
+    void withoutConsentNothingIsSent_data()
+    {
+        QTest::addColumn<QStringList>("command");
+        QTest::newRow("rename, local") << QStringList { u"rename"_s, u"--mode"_s, u"local"_s };
+        QTest::newRow("analyze, local") << QStringList { u"analyze"_s, u"--mode"_s, u"local"_s };
+    }
+
+    void withoutConsentNothingIsSent()
+    {
+        QFETCH(QStringList, command);
+        OllamaPeer ollama;
+        ollama.answerAlways(OllamaPeer::reply(answerJson(u"Quarterly Report"_s)));
+        QVERIFY(nomly({ u"config"_s, u"set"_s, u"localAIEndpoint"_s, ollama.endpoint() }).exitCode == 0);
+        writeFile(u"notes.txt"_s, "Minutes of the quarterly planning meeting with the product team.");
+
+        const CliRun run = nomly(command << u"notes.txt"_s);
+        QCOMPARE(run.exitCode, 2);
+        QVERIFY2(run.err.contains(u"AI processing is disabled until you review and accept data processing."_s),
+                 qPrintable(run.err));
+        QVERIFY(run.err.contains(u"nomly consent --agree"_s));
+        QVERIFY(ollama.received.isEmpty());
+        QCOMPARE(fileNames(m_dir->filePath(u"files"_s)), QStringList { u"notes.txt"_s });
+    }
+
+    void consentIsRecordedAndWithdrawn()
+    {
+        CliRun run = nomly({ u"consent"_s });
+        QCOMPARE(run.exitCode, 0);
+        QVERIFY(run.out.contains(u"How Nomly Uses Your Data"_s));
+        QVERIFY(run.out.contains(u"You have not agreed yet"_s));
+        QCOMPARE(nomly({ u"consent"_s, u"--agree"_s }).exitCode, 0);
+        QVERIFY(nomly({ u"consent"_s }).out.contains(u"You have agreed"_s));
+        QCOMPARE(nomly({ u"consent"_s, u"--withdraw"_s }).exitCode, 0);
+        QVERIFY(nomly({ u"consent"_s }).out.contains(u"You have not agreed yet"_s));
+        QCOMPARE(nomly({ u"consent"_s, u"--agree"_s, u"--withdraw"_s }).exitCode, 2);
+    }
+
+    void localRouteKeepsTwoInFlightWithSmallPictures()
+    {
+        OllamaPeer ollama;
+        ollama.answerWith([](const OllamaPeer::Request &request) {
+            // A little delay makes overlapping calls visible to the peer.
+            const bool picture = request.json().value(u"messages"_s).toArray().first().toObject().contains(u"images"_s);
+            return OllamaPeer::reply(answerJson(picture ? u"Harbour Photo"_s : u"Meeting Notes"_s),
+                                     std::chrono::milliseconds(150));
+        });
+        QVERIFY(nomly({ u"config"_s, u"set"_s, u"localAIEndpoint"_s, ollama.endpoint() }).exitCode == 0);
+        QVERIFY(nomly({ u"config"_s, u"set"_s, u"localAIModel"_s, u"llava"_s }).exitCode == 0);
+        QCOMPARE(nomly({ u"consent"_s, u"--agree"_s }).exitCode, 0);
+
+        QStringList files;
+        for (int i = 0; i < 5; ++i) {
+            const QString name = u"note%1.txt"_s.arg(i);
+            writeFile(name,
+                      QByteArray("Minutes of planning meeting number ") + QByteArray::number(i)
+                          + " with the product team about the roadmap.");
+            files.append(name);
+        }
+        QImage picture(1600, 1200, QImage::Format_RGB32);
+        picture.fill(Qt::darkCyan);
+        QVERIFY(picture.save(m_dir->filePath(u"files/photo.jpg"_s), "JPEG"));
+        files.append(u"photo.jpg"_s);
+
+        const CliRun run = nomly(QStringList { u"analyze"_s, u"--json"_s, u"--mode"_s, u"local"_s } + files);
+        QVERIFY2(run.exitCode == 0, qPrintable(run.err + run.out));
+        QCOMPARE(ollama.chatRequests().size(), 6);
+        QVERIFY(ollama.maxInFlight() >= 1);
+        QVERIFY2(ollama.maxInFlight() <= 2, qPrintable(QString::number(ollama.maxInFlight())));
+
+        const QJsonObject output = QJsonDocument::fromJson(run.out.toUtf8()).object();
+        QCOMPARE(output.value(u"route"_s).toString(), u"local (ollama:llava)"_s);
+        const QJsonArray entries = output.value(u"files"_s).toArray();
+        QCOMPARE(entries.size(), 6);
+        QCOMPARE(entries.at(5).toObject().value(u"analysis"_s).toObject().value(u"title"_s).toString(),
+                 u"Harbour Photo"_s);
+
+        int pictures = 0;
+        for (const OllamaPeer::Request &request : ollama.chatRequests()) {
+            const QJsonObject message = request.json().value(u"messages"_s).toArray().first().toObject();
+            for (const QJsonValue &image : message.value(u"images"_s).toArray()) {
+                const QImage sent = QImage::fromData(QByteArray::fromBase64(image.toString().toLatin1()), "JPEG");
+                QCOMPARE(std::max(sent.width(), sent.height()), 384);
+                ++pictures;
+            }
+        }
+        QCOMPARE(pictures, 1);
+        // Nothing was renamed.
+        QCOMPARE(fileNames(m_dir->filePath(u"files"_s)).size(), 6);
+    }
+
+    // With the user's own OpenAI key, the built-in backend calls the provider
+    // (here a peer on loopback), the file takes the title's name, the rename
+    // is recorded and undone. Every byte the provider gets is checked: a
+    // bounded request, the key only in its header, no path of this machine.
+    void renamesWithOwnOpenAIKeyAndUndoes()
+    {
+        ProviderPeer openai(ProviderPeer::Dialect::ChatCompletions);
+        openai.answer(answerJson(u"Acme Invoice 2041"_s));
+        m_environment.insert(u"NOMLY_OPENAI_BASE_URL"_s, openai.baseUrl());
+        setUpOwnKey();
+        QVERIFY(writeTextPdf(m_dir->filePath(u"files/invoice.pdf"_s),
+                             { u"INVOICE 2041\nAcme Corporation\nTotal due: 120.00 EUR"_s }));
+        QFile original(m_dir->filePath(u"files/invoice.pdf"_s));
+        QVERIFY(original.open(QIODevice::ReadOnly));
+        const QByteArray pdfBytes = original.readAll();
+        original.close();
+
+        const CliRun before = nomly({ u"rename"_s, u"invoice.pdf"_s });
+        QCOMPARE(before.exitCode, 2);
+        QVERIFY(openai.received.isEmpty());
+
+        QCOMPARE(nomly({ u"consent"_s, u"--agree"_s }).exitCode, 0);
+        const CliRun run = nomly({ u"rename"_s, u"invoice.pdf"_s });
+        QVERIFY2(run.exitCode == 0, qPrintable(run.err + run.out));
+        QCOMPARE(run.out.trimmed(), u"invoice.pdf -> Acme Invoice 2041.pdf"_s);
+        QCOMPARE(fileNames(m_dir->filePath(u"files"_s)), QStringList { u"Acme Invoice 2041.pdf"_s });
+
+        QCOMPARE(openai.received.size(), 1);
+        const ProviderPeer::Request &sent = openai.received.first();
+        QCOMPARE(sent.header("authorization"), QByteArray("Bearer sk-test-4242"));
+        QVERIFY(!sent.body.contains("sk-test-4242"));
+        QVERIFY(!sent.body.contains(m_dir->path().toUtf8()));
+        QVERIFY(!sent.body.contains(pdfBytes.toBase64()));
+        QVERIFY(sent.body.size() < 2 * 1024 * 1024);
+        QVERIFY(!run.err.contains(u"sk-test-4242"_s) && !run.out.contains(u"sk-test-4242"_s));
+
+        const CliRun history = nomly({ u"history"_s, u"--json"_s });
+        QVERIFY(history.out.contains(u"Acme Invoice 2041.pdf"_s));
+        QCOMPARE(nomly({ u"undo"_s, u"--last"_s }).exitCode, 0);
+        QCOMPARE(fileNames(m_dir->filePath(u"files"_s)), QStringList { u"invoice.pdf"_s });
+    }
+
+    void providerFailureLeavesEveryFileAlone_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("401") << 401
+                             << QByteArray(R"({"error":{"message":"Incorrect API key provided: sk-te****","type":)"
+                                           R"("invalid_request_error","code":"invalid_api_key"}})")
+                             << u"Invalid OpenAI API key. Please double-check and try again."_s;
+        QTest::newRow("503") << 503 << QByteArray(R"({"error":{"message":"overloaded","type":"server_error"}})")
+                             << u"OpenAI is temporarily unavailable. Wait a moment, then retry."_s;
+    }
+
+    void providerFailureLeavesEveryFileAlone()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, body);
+        QFETCH(QString, expected);
+        ProviderPeer openai(ProviderPeer::Dialect::ChatCompletions);
+        openai.fail(status, body);
+        m_environment.insert(u"NOMLY_OPENAI_BASE_URL"_s, openai.baseUrl());
+        setUpOwnKey();
+        QCOMPARE(nomly({ u"consent"_s, u"--agree"_s }).exitCode, 0);
+        writeFile(u"a.txt"_s, "Minutes of the quarterly planning meeting with the product team.");
+        writeFile(u"b.txt"_s, "Shopping list for the weekend: apples, bread, coffee and cheese.");
+
+        const CliRun run = nomly({ u"rename"_s, u"a.txt"_s, u"b.txt"_s });
+        QCOMPARE(run.exitCode, 1);
+        QCOMPARE(run.err.count(expected), 2);
+        QCOMPARE(fileNames(m_dir->filePath(u"files"_s)), (QStringList { u"a.txt"_s, u"b.txt"_s }));
+        QVERIFY(QJsonDocument::fromJson(nomly({ u"history"_s, u"--json"_s }).out.toUtf8()).array().isEmpty());
+    }
+
+private:
+    void setUpOwnKey()
+    {
+        QCOMPARE(nomly({ u"config"_s, u"set"_s, u"aiProvider"_s, u"openai"_s }).exitCode, 0);
+        QCOMPARE(nomly({ u"config"_s, u"set"_s, u"byokEnabled"_s, u"true"_s }).exitCode, 0);
+        QCOMPARE(nomly({ u"keys"_s, u"set"_s, u"openai"_s }, "sk-test-4242\n").exitCode, 0);
+    }
+
+    CliRun nomly(const QStringList &arguments, const QByteArray &input = {})
+    {
+        return runCliServing(
+            QStringLiteral(NOMLY_BINARY), arguments, m_environment, m_dir->filePath(u"files"_s), input);
+    }
+
+    void writeFile(const QString &name, const QByteArray &bytes)
+    {
+        QFile file(m_dir->filePath(u"files/"_s + name));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(bytes), bytes.size());
+    }
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QProcessEnvironment m_environment;
+};
+
+QTEST_MAIN(AICommandsTest)
+#include "aicommandstest.moc"
