@@ -51,9 +51,19 @@ int main(int argc, char *argv[])
     QCoreApplication::setApplicationVersion(QStringLiteral(NOMLY_VERSION));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Answers Nomly's analysis, key sync and configuration calls, and asks the chosen AI provider.\n"
-                       "Keys, provider and gateway token come from the NOMLY_* environment variables."));
+    parser.setApplicationDescription(QStringLiteral(
+        "Answers Nomly's analysis, key sync and configuration calls, and asks the chosen AI provider.\n\n"
+        "Environment:\n"
+        "  NOMLY_BACKEND_TOKEN       the Bearer token every caller must send (required)\n"
+        "  NOMLY_BACKEND_PROVIDER    openai, gemini, claude, groq or ollama: used when a request names none\n"
+        "  NOMLY_OPENAI_API_KEY, NOMLY_GEMINI_API_KEY, NOMLY_ANTHROPIC_API_KEY, NOMLY_GROQ_API_KEY\n"
+        "                            the operator's keys, for requests without the user's own key\n"
+        "  NOMLY_OPENAI_BASE_URL, NOMLY_GEMINI_BASE_URL, NOMLY_ANTHROPIC_BASE_URL, NOMLY_GROQ_BASE_URL\n"
+        "                            replace a provider's address; any OpenAI-compatible server (LM Studio,\n"
+        "                            vLLM, llama.cpp's server, LocalAI) serves as the OpenAI route\n"
+        "  NOMLY_OLLAMA_URL, NOMLY_OLLAMA_MODEL\n"
+        "                            the Ollama server and model of the ollama provider\n\n"
+        "Keys that clients sync are kept in $XDG_DATA_HOME/nomly-backend/keys.json (mode 0600)."));
     parser.addHelpOption();
     parser.addVersionOption();
     const QCommandLineOption listen(QStringLiteral("listen"),
