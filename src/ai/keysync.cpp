@@ -46,21 +46,6 @@ std::optional<bool> trueOrAbsent(bool flag)
     return flag ? std::optional<bool>(true) : std::nullopt;
 }
 
-std::optional<QString> &modelOf(AIProvider provider, Settings &settings)
-{
-    switch (provider) {
-    case AIProvider::Gemini:
-        return settings.byokGeminiModel;
-    case AIProvider::OpenAI:
-        return settings.byokOpenaiModel;
-    case AIProvider::Claude:
-        return settings.byokClaudeModel;
-    case AIProvider::Groq:
-        return settings.byokGroqModel;
-    }
-    Q_UNREACHABLE();
-}
-
 } // namespace
 
 Failure byokSyncFailure(BYOKSyncError error, const QString &serverMessage)
@@ -298,7 +283,7 @@ void applyKeySyncReply(const BYOKSyncResponse &reply, AIProvider requested, Sett
         settings.byokEnabled = *reply.byokEnabled;
     }
     if (reply.didReturnByokModel) {
-        modelOf(provider, settings) = reply.byokModel;
+        settings.byokModel(provider) = reply.byokModel;
     }
 }
 

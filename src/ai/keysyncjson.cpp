@@ -91,4 +91,62 @@ OllamaSyncResponse ollamaSyncResponseFromJson(const QJsonObject &json)
     return response;
 }
 
+// The backend's side of the same bodies.
+
+std::optional<BYOKSyncRequest> byokSyncRequestFromJson(const QJsonObject &json)
+{
+    const std::optional<QString> deviceId = stringAt(json, Key::DeviceId);
+    const std::optional<QString> deviceSecret = stringAt(json, Key::DeviceSecret);
+    const std::optional<QString> provider = stringAt(json, Key::Provider);
+    if (!deviceId || !deviceSecret || !provider)
+        return std::nullopt;
+    BYOKSyncRequest request;
+    request.deviceId = *deviceId;
+    request.deviceSecret = *deviceSecret;
+    request.provider = *provider;
+    request.apiKey = stringAt(json, Key::ApiKey).value_or(QString()).trimmed();
+    request.byokModel = stringAt(json, Key::ByokModel);
+    request.enabled = boolAt(json, Key::Enabled).value_or(false);
+    request.toggleOnly = boolAt(json, Key::ToggleOnly);
+    request.transientOnly = boolAt(json, Key::TransientOnly);
+    request.modelOnly = boolAt(json, Key::ModelOnly);
+    return request;
+}
+
+std::optional<OllamaSyncRequest> ollamaSyncRequestFromJson(const QJsonObject &json)
+{
+    const std::optional<QString> deviceId = stringAt(json, Key::DeviceId);
+    const std::optional<QString> deviceSecret = stringAt(json, Key::DeviceSecret);
+    if (!boolAt(json, Key::OllamaOnly).value_or(false) || !deviceId || !deviceSecret)
+        return std::nullopt;
+    OllamaSyncRequest request;
+    request.deviceId = *deviceId;
+    request.deviceSecret = *deviceSecret;
+    request.enabled = boolAt(json, Key::Enabled).value_or(false);
+    return request;
+}
+
+QJsonObject toJson(const BYOKSyncResponse &response)
+{
+    QJsonObject json;
+    insertIfSet(json, Key::Success, response.success);
+    insertIfSet(json, Key::Message, response.message);
+    insertIfSet(json, Key::Error, response.error);
+    insertIfSet(json, Key::AiProvider, response.aiProvider);
+    if (response.didReturnByokModel)
+        json.insert(Key::ByokModel, response.byokModel ? QJsonValue(*response.byokModel) : QJsonValue());
+    insertIfSet(json, Key::ByokEnabled, response.byokEnabled);
+    return json;
+}
+
+QJsonObject toJson(const OllamaSyncResponse &response)
+{
+    QJsonObject json;
+    insertIfSet(json, Key::Success, response.success);
+    insertIfSet(json, Key::Message, response.message);
+    insertIfSet(json, Key::Error, response.error);
+    insertIfSet(json, Key::OllamaEnabled, response.ollamaEnabled);
+    return json;
+}
+
 } // namespace Nomly

@@ -14,11 +14,11 @@
 #include <qcoro/qcorotask.h>
 
 #include "ai/analyzejson.h"
+#include "ai/keysyncjson.h"
 #include "backend/backendanalyzer.h"
 #include "backend/backendconfigresponse.h"
 #include "backend/backendkeystore.h"
 #include "backend/backendlog.h"
-#include "backend/keysyncrequestjson.h"
 #include "backend/providerclient.h"
 
 namespace Nomly {

@@ -14,21 +14,6 @@ namespace Nomly {
 
 namespace {
 
-std::optional<QString> byokModelOf(const Settings &settings, AIProvider provider)
-{
-    switch (provider) {
-    case AIProvider::Gemini:
-        return settings.byokGeminiModel;
-    case AIProvider::OpenAI:
-        return settings.byokOpenaiModel;
-    case AIProvider::Claude:
-        return settings.byokClaudeModel;
-    case AIProvider::Groq:
-        return settings.byokGroqModel;
-    }
-    return std::nullopt;
-}
-
 QString providerNames()
 {
     QStringList names;
@@ -89,7 +74,7 @@ std::optional<AnalyzeBatchOptions> RouteOptions::read(const QCommandLineParser &
     }
     if (options.byokEnabled) {
         options.aiProvider = provider;
-        options.byokModel = byokModelOf(settings, *provider);
+        options.byokModel = settings.byokModel(*provider);
     }
     options.localAIEndpoint = settings.localAIEndpoint;
     options.localAIModel = settings.localAIModel;

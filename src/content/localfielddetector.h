@@ -20,8 +20,9 @@ struct LocalFieldInput
 // Fills naming fields the AI left out, from the text alone: it decides which
 // kinds of document the text is (invoice, travel booking, order and shipping,
 // medical, legal, meeting), then reads labelled values and known patterns per
-// kind, and the programming language of a code file. A value already present
-// is never overwritten. Plain rules over text; nothing is sent anywhere.
+// kind, the programming language of a code file and the language the text
+// is written in. A value already present is never overwritten. Plain rules
+// over text; nothing is sent anywhere.
 class LocalFieldDetector final
 {
 public:

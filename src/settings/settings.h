@@ -63,6 +63,27 @@ struct Settings
     std::optional<QString> tagPromptOverride;
     bool iWorkOnlinePreviewsEnabled = true;
 
+    // The model chosen for a provider's own key.
+    std::optional<QString> &byokModel(AIProvider provider)
+    {
+        switch (provider) {
+        case AIProvider::Gemini:
+            return byokGeminiModel;
+        case AIProvider::OpenAI:
+            return byokOpenaiModel;
+        case AIProvider::Claude:
+            return byokClaudeModel;
+        case AIProvider::Groq:
+            return byokGroqModel;
+        }
+        Q_UNREACHABLE();
+    }
+
+    const std::optional<QString> &byokModel(AIProvider provider) const
+    {
+        return const_cast<Settings *>(this)->byokModel(provider);
+    }
+
     bool operator==(const Settings &) const = default;
 };
 
