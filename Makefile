@@ -27,6 +27,7 @@ bench: deps
 	build-release/bench/nomly-bench
 	build-release/bench/nomly-history-bench
 	build-release/bench/nomly-content-bench
+	build-release/bench/nomly-rename-bench
 
 FUZZ_SECONDS ?= 20
 
