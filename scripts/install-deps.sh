@@ -56,6 +56,8 @@ packages=(
     xvfb
     xauth
     desktop-file-utils
+    # xmllint, for the check of the Thunar action
+    libxml2-utils
     # benchmarks: the reference tools the content benchmark compares with
     libvips-tools
     poppler-utils

@@ -11,6 +11,15 @@ QStringList words(const char16_t *text)
 
 } // namespace
 
+QStringList RemoteConfig::supportedExtensions() const
+{
+    QStringList all = imageExtensions + designExtensions + documentExtensions + videoExtensions + audioExtensions;
+    for (QString &extension : all)
+        extension = extension.toLower();
+    all.removeDuplicates();
+    return all;
+}
+
 QStringList RemoteConfig::builtInImageExtensions()
 {
     return words(u"png jpg jpeg jpe webp avif gif bmp dib tiff tif heic heics heif svg pdf jp2 jpf jpx j2k j2c exr "

@@ -31,6 +31,9 @@ struct RemoteConfig
     int promptMaxChars = 1000;
     bool pdfTextExtractionEnabled = true;
 
+    // Every extension any kind of analysis takes, lower case.
+    QStringList supportedExtensions() const;
+
     static QStringList builtInImageExtensions();
     static QStringList builtInDesignExtensions();
     static QStringList builtInDocumentExtensions();

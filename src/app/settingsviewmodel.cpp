@@ -9,6 +9,7 @@
 #include <qcoro/qcorofuture.h>
 
 #include "ai/keycustody.h"
+#include "ai/remoteconfigservice.h"
 #include "app/bookmarkservice.h"
 #include "app/bundledpresetseeding.h"
 #include "app/folderclassification.h"
@@ -589,6 +590,37 @@ QCoro::Task<bool> SettingsViewModel::addFolder(QString path)
         emit watcherReconfigurationRequested();
     }
     co_return added;
+}
+
+void SettingsViewModel::setQuickRenameServices(QuickRenameServices services)
+{
+    HotkeyViewModel::Dependencies dependencies;
+    dependencies.settingsProvider = [this] { return m_settings; };
+    dependencies.hasAIDataConsent = [this] { return m_aiDataConsentGranted; };
+    dependencies.processAnalyzedFile = [this](QString path,
+                                              ImageAnalysis analysis,
+                                              std::optional<QString> contentHash,
+                                              ProcessedFileSource source,
+                                              QString aiProvider) {
+        return processAnalyzedFile(
+            std::move(path), std::move(analysis), std::move(contentHash), source, std::move(aiProvider));
+    };
+    dependencies.requestConsentReview = std::move(services.requestConsentReview);
+    dependencies.hotkeyService = std::move(services.hotkeyService);
+    dependencies.aiService = std::move(services.aiService);
+    dependencies.notify = std::move(services.notify);
+    dependencies.extractionOptions = [this] {
+        const RemoteConfig remote = RemoteConfigService::cachedConfig(m_userDefaults);
+        ExtractionOptions options;
+        options.pdfTextExtractionEnabled = remote.pdfTextExtractionEnabled;
+        options.iWorkOnlinePreviewsEnabled = m_settings.iWorkOnlinePreviewsEnabled;
+        options.imageExtensions = remote.imageExtensions;
+        options.designExtensions = remote.designExtensions;
+        return options;
+    };
+    dependencies.supportedExtensions
+        = [this] { return RemoteConfigService::cachedConfig(m_userDefaults).supportedExtensions(); };
+    m_hotkey.setDependencies(std::move(dependencies));
 }
 
 void SettingsViewModel::grantAIDataConsent()

@@ -11,6 +11,7 @@
 #include <qcoro/qcorotask.h>
 
 #include "ai/imageanalysis.h"
+#include "app/hotkeyviewmodel.h"
 #include "app/migrationservice.h"
 #include "app/settingsstore.h"
 #include "app/settingstab.h"
@@ -134,6 +135,22 @@ public:
 
     ActivityViewModel &activity() { return m_activity; }
 
+    HotkeyViewModel &hotkey() { return m_hotkey; }
+
+    // What quick rename needs from the face that runs it: the analysis
+    // service, the hotkey (null where the face has none), how a result is
+    // told and what happens when consent is missing. The settings, consent
+    // and processing come from here.
+    struct QuickRenameServices
+    {
+        std::function<AIService *(QString *error)> aiService;
+        std::function<HotkeyService *()> hotkeyService;
+        std::function<void(const QString &title, const QString &body)> notify;
+        std::function<void(HotkeyViewModel::Trigger)> requestConsentReview;
+    };
+
+    void setQuickRenameServices(QuickRenameServices services);
+
     // Effective settings: a file takes those of the watched folder holding
     // it, a folder its template and own overrides over the global record,
     // the batch its chosen template.
@@ -234,6 +251,7 @@ private:
     MigrationService::SaveApiKey m_saveApiKey;
     SettingsStore m_store;
     ActivityViewModel m_activity;
+    HotkeyViewModel m_hotkey;
     ProcessAnalyzedFileUseCase m_processAnalyzedFile;
 
     Settings m_settings;

@@ -3,12 +3,12 @@
 #include <QFileInfo>
 
 #include "ai/remoteconfigservice.h"
-#include "cli/airoute.h"
+#include "app/airoute.h"
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
 #include "cli/consentcommand.h"
-#include "naming/namingpattern.h"
 #include "settings/aiprocessingmode.h"
+#include "workflows/batchoptions.h"
 
 namespace Nomly {
 
@@ -45,8 +45,7 @@ std::optional<AnalyzeBatchOptions> RouteOptions::read(const QCommandLineParser &
                                                       const EffectiveAnalysisSettings &effective,
                                                       QString *error) const
 {
-    AnalyzeBatchOptions options;
-    options.aiProcessingMode = settings.aiProcessingMode;
+    AnalyzeBatchOptions options = batchOptionsFor(settings, effective);
     if (parser.isSet(m_mode)) {
         const QString mode = parser.value(m_mode).toLower();
         if (mode != u"cloud" && mode != u"local") {
@@ -61,7 +60,6 @@ std::optional<AnalyzeBatchOptions> RouteOptions::read(const QCommandLineParser &
         return std::nullopt;
     }
 
-    options.byokEnabled = settings.byokEnabled;
     std::optional<AIProvider> provider = settings.aiProvider;
     if (parser.isSet(m_provider)) {
         provider = aiProviderFromRaw(parser.value(m_provider).toLower());
@@ -76,8 +74,6 @@ std::optional<AnalyzeBatchOptions> RouteOptions::read(const QCommandLineParser &
         options.aiProvider = provider;
         options.byokModel = settings.byokModel(*provider);
     }
-    options.localAIEndpoint = settings.localAIEndpoint;
-    options.localAIModel = settings.localAIModel;
     if (parser.isSet(m_model)) {
         if (options.usesLocalAI())
             options.localAIModel = parser.value(m_model);
@@ -85,12 +81,6 @@ std::optional<AnalyzeBatchOptions> RouteOptions::read(const QCommandLineParser &
             options.byokModel = parser.value(m_model);
     }
 
-    options.outputLanguage = effective.outputLanguage;
-    options.renamePromptOverride = effective.renamePromptOverride;
-    options.tagPromptOverride = effective.tagPromptOverride;
-    const QStringList fields = requestedDetectedFields(effective.namingPattern);
-    if (!fields.isEmpty())
-        options.requestedFieldKeys = fields;
     return options;
 }
 
@@ -108,7 +98,7 @@ std::optional<AnalyzeFilesResult> runAnalysis(CliProfile &profile,
     for (const QString &path : paths)
         absolutePaths.append(QFileInfo(path).absoluteFilePath());
 
-    Result<std::unique_ptr<CliAIRoute>> route = CliAIRoute::open(profile, !options.usesLocalAI());
+    Result<std::unique_ptr<AIRoute>> route = AIRoute::open(profile.userDefaults(), !options.usesLocalAI());
     if (!route) {
         CliOutput::error(route.error());
         *status = ExitStatus::ItemFailed;

@@ -74,12 +74,13 @@ ExitStatus runAnalyzeCommand(const QStringList &arguments)
         return ExitStatus::UsageError;
     const Settings &settings = profile->settings();
     QString error;
-    const auto options
-        = routeOptions.read(parser, settings, TemplateOptions::resolve(settings, AnalysisSettings()), &error);
+    auto options = routeOptions.read(parser, settings, TemplateOptions::resolve(settings, AnalysisSettings()), &error);
     if (!options) {
         CliOutput::error(error);
         return ExitStatus::UsageError;
     }
+    // Everything the AI can say is shown, whatever the settings write.
+    options->outputOptions = AIAnalysisOutputOptions {};
     ExitStatus status = ExitStatus::Success;
     const auto result = runAnalysis(*profile, files, *options, &status);
     if (!result)

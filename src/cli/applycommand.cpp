@@ -8,6 +8,7 @@
 #include "cli/cliprofile.h"
 #include "cli/commandparsing.h"
 #include "cli/templateoptions.h"
+#include "cli/writeoptions.h"
 #include "workflows/processanalyzedfileusecase.h"
 
 namespace Nomly {
@@ -65,13 +66,8 @@ ExitStatus runApplyCommand(const QStringList &arguments)
                                                QStringLiteral("TEXT"));
     const QCommandLineOption tagsOption(
         QStringLiteral("tags"), QStringLiteral("Tags, separated by commas: \"finance, q3\"."), QStringLiteral("LIST"));
-    const QCommandLineOption writeTagsOption(QStringLiteral("write-tags"),
-                                             QStringLiteral("Write the tags to the file (user.xdg.tags)."));
-    const QCommandLineOption writeCommentOption(
-        QStringLiteral("write-comment"),
-        QStringLiteral("Write the description as the file's comment (user.xdg.comment) and the title as "
-                       "user.nomly.title."));
-    parser.addOptions({ descriptionOption, tagsOption, writeTagsOption, writeCommentOption });
+    parser.addOptions({ descriptionOption, tagsOption });
+    const WriteOptions writeOptions(parser);
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Files to rename."), QStringLiteral("FILE..."));
 
     if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
@@ -97,16 +93,9 @@ ExitStatus runApplyCommand(const QStringList &arguments)
         CliOutput::error(error);
         return ExitStatus::UsageError;
     }
-    EffectiveAnalysisSettings settings = std::move(*resolved);
-    // The flags turn writing on for this call; the settings may have it on already.
-    settings.addFinderTags = settings.addFinderTags || parser.isSet(writeTagsOption);
-    settings.addSpotlightMetadata = settings.addSpotlightMetadata || parser.isSet(writeCommentOption);
+    const EffectiveAnalysisSettings settings = writeOptions.applied(parser, std::move(*resolved));
     ProcessAnalyzedFileUseCase useCase(profile->database(), profile->undoIgnore());
-    ActivityViewModel &activity = profile->activity();
-    useCase.setDependencies({
-        [settings](const QString &, ProcessedFileSource) { return settings; },
-        [&activity](const ProcessedFile &record) { activity.addActivityFile(record); },
-    });
+    WriteOptions::bind(useCase, *profile, settings);
     const ImageAnalysis analysis
         = imageAnalysis(*given, parser.value(descriptionOption), splitTags(parser.value(tagsOption)));
 

@@ -16,6 +16,7 @@
 #include "cli/inspectcommand.h"
 #include "cli/keyscommand.h"
 #include "cli/previewcommand.h"
+#include "cli/quickcommand.h"
 #include "cli/renamecommand.h"
 #include "cli/templatescommand.h"
 #include "cli/thumbnailcommand.h"
@@ -25,9 +26,10 @@ namespace Nomly {
 
 namespace {
 
-constexpr std::array<CliCommand, 14> Commands { {
+constexpr std::array<CliCommand, 15> Commands { {
     { u"rename", u"Rename files under the names the AI suggests, and record it", &runRenameCommand },
     { u"analyze", u"Show what the AI says about files, without renaming", &runAnalyzeCommand },
+    { u"quick", u"Quick rename: what the file-manager actions run", &runQuickCommand },
     { u"consent", u"Agree to AI data processing, or withdraw", &runConsentCommand },
     { u"fields", u"List the fields a naming pattern can use", &runFieldsCommand },
     { u"preview", u"Show the names files would get, without touching them", &runPreviewCommand },

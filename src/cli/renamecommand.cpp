@@ -8,6 +8,7 @@
 #include "cli/cliprofile.h"
 #include "cli/commandparsing.h"
 #include "cli/templateoptions.h"
+#include "cli/writeoptions.h"
 #include "workflows/processanalyzedfileusecase.h"
 
 namespace Nomly {
@@ -25,12 +26,7 @@ ExitStatus runRenameCommand(const QStringList &arguments)
     const QCommandLineOption helpOption = parser.addHelpOption();
     const TemplateOptions templateOptions(parser, TemplateOptions::StoredTemplate::Offered);
     const RouteOptions routeOptions(parser);
-    const QCommandLineOption writeTagsOption(QStringLiteral("write-tags"),
-                                             QStringLiteral("Write the tags to the file (user.xdg.tags)."));
-    const QCommandLineOption writeCommentOption(
-        QStringLiteral("write-comment"),
-        QStringLiteral("Write the description as the file's comment (user.xdg.comment)."));
-    parser.addOptions({ writeTagsOption, writeCommentOption });
+    const WriteOptions writeOptions(parser);
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Files to rename."), QStringLiteral("FILE..."));
 
     if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
@@ -61,17 +57,12 @@ ExitStatus runRenameCommand(const QStringList &arguments)
         CliOutput::error(error);
         return ExitStatus::UsageError;
     }
-    EffectiveAnalysisSettings settings = std::move(*resolved);
-    settings.addFinderTags = settings.addFinderTags || parser.isSet(writeTagsOption);
-    settings.addSpotlightMetadata = settings.addSpotlightMetadata || parser.isSet(writeCommentOption);
+    const EffectiveAnalysisSettings settings = writeOptions.applied(parser, std::move(*resolved));
     auto options = routeOptions.read(parser, profile->settings(), settings, &error);
     if (!options) {
         CliOutput::error(error);
         return ExitStatus::UsageError;
     }
-    // Only what is written is asked for.
-    options->outputOptions.includeTags = settings.addFinderTags;
-    options->outputOptions.includeDescription = settings.addSpotlightMetadata;
 
     ExitStatus status = ExitStatus::Success;
     const auto result = runAnalysis(*profile, files, *options, &status);
@@ -79,11 +70,7 @@ ExitStatus runRenameCommand(const QStringList &arguments)
         return status;
 
     ProcessAnalyzedFileUseCase useCase(profile->database(), profile->undoIgnore());
-    ActivityViewModel &activity = profile->activity();
-    useCase.setDependencies({
-        [settings](const QString &, ProcessedFileSource) { return settings; },
-        [&activity](const ProcessedFile &record) { activity.addActivityFile(record); },
-    });
+    WriteOptions::bind(useCase, *profile, settings);
     const QString provider = result->effectiveProvider.value_or(options->usesLocalAI() ? QStringLiteral("ollama")
                                                                                        : QStringLiteral("hosted"));
     bool anyFailed = false;

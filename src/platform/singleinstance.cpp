@@ -61,6 +61,27 @@ bool SingleInstance::forward(const QStringList &files)
     return true;
 }
 
+bool SingleInstance::forwardQuickRename(const QStringList &files)
+{
+    if (!m_connection.isConnected() || !m_connection.interface()
+        || !m_connection.interface()->isServiceRegistered(ServiceName).value())
+        return false;
+    QDBusMessage call
+        = QDBusMessage::createMethodCall(ServiceName, ObjectPath, ServiceName, QStringLiteral("QuickRename"));
+    call << files;
+    const QDBusMessage reply = m_connection.call(call, QDBus::Block, ForwardTimeoutMs);
+    if (reply.type() == QDBusMessage::ErrorMessage) {
+        qCWarning(lcGeneral).noquote() << "The running Nomly did not answer:" << reply.errorMessage();
+        return false;
+    }
+    return true;
+}
+
+void SingleInstance::QuickRename(const QStringList &files)
+{
+    Q_EMIT quickRenameRequested(files);
+}
+
 void SingleInstance::Open(const QStringList &files)
 {
     Q_EMIT filesReceived(files);

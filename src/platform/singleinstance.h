@@ -30,13 +30,19 @@ public:
     // Hands the files to the process that holds the name; an empty list just
     // asks it to come forward. False when it did not answer.
     bool forward(const QStringList &files);
+    // Hands the files to the running process for a quick rename. False when
+    // no process holds the name (nothing is started for it) or it did not
+    // answer; the caller then renames them itself.
+    bool forwardQuickRename(const QStringList &files);
 
 public Q_SLOTS:
     // Called over the bus by a later process.
     Q_SCRIPTABLE void Open(const QStringList &files);
+    Q_SCRIPTABLE void QuickRename(const QStringList &files);
 
 Q_SIGNALS:
     void filesReceived(const QStringList &files);
+    void quickRenameRequested(const QStringList &files);
 
 private:
     QDBusConnection m_connection;

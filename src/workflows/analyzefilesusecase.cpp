@@ -5,45 +5,9 @@
 #include "ai/aimessagelocalizer.h"
 #include "ai/aiservice.h"
 #include "ai/analyzeinputpreparationservice.h"
-#include "content/localfielddetector.h"
+#include "workflows/localfieldcompletion.h"
 
 namespace Nomly {
-
-namespace {
-
-std::optional<QString> textOf(const AIAnalyzeInput &input)
-{
-    return std::visit(
-        [](const auto &payload) -> std::optional<QString> {
-            if constexpr (requires { payload.text; })
-                return payload.text;
-            else
-                return std::nullopt;
-        },
-        input.payload());
-}
-
-// The fields the local rules read from the file's own text, added where the
-// AI gave none; a value the AI gave always stays.
-ImageAnalysis withLocalFields(ImageAnalysis analysis, const AIAnalyzeInput &input, const QString &path)
-{
-    LocalFieldInput local;
-    local.mainText = textOf(input).value_or(QString());
-    local.fileName = QFileInfo(path).fileName();
-    local.furtherStrings = analysis.tags;
-    local.furtherStrings.prepend(analysis.description);
-    local.furtherStrings.prepend(analysis.title.value_or(QString()));
-    for (auto it = analysis.detectedFields.cbegin(); it != analysis.detectedFields.cend(); ++it)
-        local.existingFields.insert(it.key(), it.value());
-    const QHash<QString, QString> found = LocalFieldDetector::detect(local);
-    for (auto it = found.cbegin(); it != found.cend(); ++it) {
-        if (analysis.detectedFields.value(it.key()).trimmed().isEmpty())
-            analysis.detectedFields.insert(it.key(), it.value());
-    }
-    return analysis;
-}
-
-} // namespace
 
 AnalyzeFilesUseCase::AnalyzeFilesUseCase(AIService &service, ExtractionOptions extraction)
     : m_service(service)

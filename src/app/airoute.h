@@ -15,18 +15,20 @@
 namespace Nomly {
 
 class BackendServer;
-class CliProfile;
+class UserDefaults;
 
-// The AI services one command uses. The hosted route goes to the backend that
+// The AI services of one process. The hosted route goes to the backend that
 // NOMLY_BACKEND_URL names; with none named, a backend of its own runs inside
 // this process on 127.0.0.1, on a port the system picks, behind a token made
 // for this run, so that a user with a provider key needs no other set-up.
-class CliAIRoute final
+class AIRoute final
 {
 public:
     // Fails when the built-in backend cannot listen.
-    static Result<std::unique_ptr<CliAIRoute>> open(CliProfile &profile, bool needsHostedRoute);
-    ~CliAIRoute();
+    // `defaults` holds the cached remote configuration and the device
+    // identifier, and must outlive the route.
+    static Result<std::unique_ptr<AIRoute>> open(UserDefaults &defaults, bool needsHostedRoute);
+    ~AIRoute();
 
     AIService &service() { return *m_service; }
 
@@ -36,7 +38,7 @@ public:
     QString backendDescription() const;
 
 private:
-    explicit CliAIRoute(CliProfile &profile);
+    explicit AIRoute(UserDefaults &defaults);
 
     QNetworkAccessManager m_network;
     SecretStores m_stores;

@@ -1,4 +1,4 @@
-#include "cli/airoute.h"
+#include "app/airoute.h"
 
 #include <QHostAddress>
 #include <QRandomGenerator>
@@ -6,7 +6,7 @@
 #include "ai/remoteconfigservice.h"
 #include "backend/backendconfig.h"
 #include "backend/backendserver.h"
-#include "cli/cliprofile.h"
+#include "platform/userdefaults.h"
 
 namespace Nomly {
 
@@ -23,18 +23,18 @@ QString freshToken()
 
 } // namespace
 
-CliAIRoute::CliAIRoute(CliProfile &profile)
+AIRoute::AIRoute(UserDefaults &defaults)
     : m_stores(SecretStores::forSession())
-    , m_device(profile.userDefaults(), *m_stores.primary, m_stores.legacy.get())
+    , m_device(defaults, *m_stores.primary, m_stores.legacy.get())
     , m_keys(*m_stores.primary, m_stores.legacy.get())
     , m_artifacts(AIImageArtifactCache::defaultDiskDirectory())
 {}
 
-CliAIRoute::~CliAIRoute() = default;
+AIRoute::~AIRoute() = default;
 
-Result<std::unique_ptr<CliAIRoute>> CliAIRoute::open(CliProfile &profile, bool needsHostedRoute)
+Result<std::unique_ptr<AIRoute>> AIRoute::open(UserDefaults &defaults, bool needsHostedRoute)
 {
-    std::unique_ptr<CliAIRoute> route(new CliAIRoute(profile));
+    std::unique_ptr<AIRoute> route(new AIRoute(defaults));
     HostedBackend named = HostedBackend::fromEnvironment();
     if (named.baseUrl() || !needsHostedRoute) {
         route->m_backend = std::move(named);
@@ -51,7 +51,6 @@ Result<std::unique_ptr<CliAIRoute>> CliAIRoute::open(CliProfile &profile, bool n
         route->m_backend = HostedBackend(
             QStringLiteral("http://127.0.0.1:%1").arg(route->m_builtInBackend->serverPort()), config.gatewayToken);
     }
-    UserDefaults &defaults = profile.userDefaults();
     route->m_service = std::make_unique<AIService>(
         route->m_network, *route->m_backend, route->m_device, route->m_keys, route->m_artifacts, [&defaults] {
             return RemoteConfigService::cachedConfig(defaults).aiProvider;
@@ -59,7 +58,7 @@ Result<std::unique_ptr<CliAIRoute>> CliAIRoute::open(CliProfile &profile, bool n
     return route;
 }
 
-QString CliAIRoute::backendDescription() const
+QString AIRoute::backendDescription() const
 {
     if (m_builtInBackend)
         return QStringLiteral("built-in backend");

@@ -1,0 +1,207 @@
+#include "app/hotkeyviewmodel.h"
+
+#include <QFileInfo>
+
+#include "ai/aimessagelocalizer.h"
+#include "ai/aiservice.h"
+#include "ai/analyzeinputpreparationservice.h"
+#include "app/hotkeyservice.h"
+#include "platform/logcategories.h"
+#include "settings/effectiveanalysissettings.h"
+#include "workflows/batchoptions.h"
+#include "workflows/localfieldcompletion.h"
+
+namespace Nomly {
+
+namespace {
+
+QString logWord(HotkeyViewModel::Trigger trigger)
+{
+    return trigger == HotkeyViewModel::Trigger::Hotkey ? QStringLiteral("Hotkey") : QStringLiteral("Finder service");
+}
+
+ProcessedFileSource sourceOf(HotkeyViewModel::Trigger trigger)
+{
+    return trigger == HotkeyViewModel::Trigger::Hotkey ? ProcessedFileSource::Hotkey
+                                                       : ProcessedFileSource::FinderService;
+}
+
+const QString RenameFailedTitle = QStringLiteral("Rename Failed");
+const QString GenericFailure = QStringLiteral("An error occurred. Please try again.");
+
+} // namespace
+
+void HotkeyViewModel::registerHotkey()
+{
+    if (!m_dependencies)
+        return;
+    HotkeyService *service = m_dependencies->hotkeyService ? m_dependencies->hotkeyService() : nullptr;
+    if (!service)
+        return;
+    const Settings settings = m_dependencies->settingsProvider();
+    service->setup(settings.hotkeyEnabled, settings.hotkeyShortcut);
+    disconnect(m_hotkeyConnection);
+    m_hotkeyConnection = connect(service, &HotkeyService::hotkeyPressed, this, [this] { runHotkeyFlow(); });
+}
+
+QCoro::Task<QuickRenameOutcome> HotkeyViewModel::runHotkeyFlow()
+{
+    if (!m_dependencies)
+        co_return QuickRenameOutcome {};
+    HotkeyService *service = m_dependencies->hotkeyService ? m_dependencies->hotkeyService() : nullptr;
+    if (!service)
+        co_return QuickRenameOutcome {};
+    qCInfo(lcProcessing) << "Hotkey triggered, getting selected files";
+    const QPointer<HotkeyViewModel> self(this);
+    auto reading = service->selectedFiles();
+    QStringList paths = co_await reading;
+    if (!self)
+        co_return QuickRenameOutcome {};
+    auto processing = processFiles(std::move(paths), Trigger::Hotkey);
+    co_return co_await processing;
+}
+
+QCoro::Task<QuickRenameOutcome> HotkeyViewModel::processFinderServiceFiles(QStringList paths)
+{
+    auto processing = processFiles(std::move(paths), Trigger::FinderService);
+    co_return co_await processing;
+}
+
+QCoro::Task<QuickRenameOutcome> HotkeyViewModel::processFiles(QStringList paths, Trigger trigger)
+{
+    if (!m_dependencies)
+        co_return QuickRenameOutcome {};
+    const Dependencies dependencies = *m_dependencies;
+
+    if (paths.isEmpty()) {
+        qCInfo(lcProcessing) << "No files selected";
+        co_return post(QStringLiteral("No Files Selected"),
+                       QStringLiteral("Select files in your file manager and try again."));
+    }
+    const QStringList supported = dependencies.supportedExtensions();
+    QStringList files;
+    for (const QString &path : std::as_const(paths)) {
+        if (supported.contains(QFileInfo(path).suffix().toLower()))
+            files.append(QFileInfo(path).absoluteFilePath());
+    }
+    if (files.isEmpty()) {
+        qCInfo(lcProcessing) << "No supported files in selection";
+        co_return post(QStringLiteral("No Supported Files Found"),
+                       QStringLiteral("Select supported files in your file manager and try again."));
+    }
+    qCInfo(lcProcessing).noquote()
+        << QStringLiteral("Processing %1 files via %2").arg(files.size()).arg(logWord(trigger));
+
+    if (!dependencies.hasAIDataConsent()) {
+        if (dependencies.requestConsentReview)
+            dependencies.requestConsentReview(trigger);
+        co_return QuickRenameOutcome {};
+    }
+
+    const QPointer<HotkeyViewModel> self(this);
+    setProcessing(true);
+    QuickRenameOutcome outcome;
+    QString lastError;
+    do {
+        QString unavailable;
+        AIService *service = dependencies.aiService(&unavailable);
+        if (!service) {
+            qCCritical(lcAI).noquote() << logWord(trigger) << "processing error:" << unavailable;
+            lastError = unavailable;
+            outcome.failed = int(files.size());
+            break;
+        }
+
+        AnalyzeInputPreparationService::Options preparation;
+        preparation.extraction = dependencies.extractionOptions();
+        preparation.resolveSymlinks = false;
+        auto preparing = AnalyzeInputPreparationService::prepare(files, preparation);
+        const PreparedAnalyzeInputs prepared = co_await preparing;
+        if (!self)
+            co_return QuickRenameOutcome {};
+        outcome.failed = int(prepared.failures.size());
+        if (!prepared.failures.isEmpty())
+            lastError = prepared.failures.last();
+        if (prepared.inputs.isEmpty())
+            break;
+
+        const Settings settings = dependencies.settingsProvider();
+        const EffectiveAnalysisSettings effective = resolveEffectiveAnalysisSettings(settings, {}, {});
+        const AnalyzeBatchOptions options = batchOptionsFor(settings, effective);
+        auto analysing = service->analyzeBatch(prepared.inputs, options);
+        const Result<AIAnalyzeBatchResult, AIServiceError> batch = co_await analysing;
+        if (!self)
+            co_return QuickRenameOutcome {};
+        if (!batch) {
+            qCCritical(lcAI).noquote() << logWord(trigger) << "processing error:" << batch.error();
+            lastError = localizedAIMessage(batch.error());
+            outcome.failed += int(prepared.inputs.size());
+            break;
+        }
+
+        QString provider;
+        if (options.usesLocalAI())
+            provider = QStringLiteral("ollama:") + options.localAIModel;
+        else
+            provider = batch.value().effectiveProvider.value_or(rawValue(settings.aiProvider));
+
+        for (qsizetype i = 0; i < prepared.inputs.size(); ++i) {
+            const std::optional<ImageAnalysis> &analysis = batch.value().analyses.value(i);
+            if (!analysis || analysis->isFailed()) {
+                ++outcome.failed;
+                lastError = localizedAIMessage(analysis ? analysis->error.value_or(QStringLiteral("No analysis result"))
+                                                        : QStringLiteral("No analysis result"));
+                continue;
+            }
+            const QString &path = prepared.analyzedPaths.at(i);
+            auto renaming = dependencies.processAnalyzedFile(path,
+                                                             withLocalFields(*analysis, prepared.inputs.at(i), path),
+                                                             std::nullopt,
+                                                             sourceOf(trigger),
+                                                             provider);
+            const FileProcessingResult result = co_await renaming;
+            if (!self)
+                co_return QuickRenameOutcome {};
+            if (result.success) {
+                ++outcome.renamed;
+            } else {
+                ++outcome.failed;
+                lastError = result.error.value_or(GenericFailure);
+            }
+        }
+    } while (false);
+    setProcessing(false);
+
+    QuickRenameOutcome posted;
+    if (outcome.failed == 0) {
+        posted = post(QStringLiteral("Rename Complete"),
+                      QStringLiteral("Successfully renamed %1 files.").arg(outcome.renamed));
+    } else if (outcome.renamed > 0) {
+        posted = post(QStringLiteral("Rename Complete"),
+                      QStringLiteral("Rename completed with errors. Success: %1, Failed: %2.")
+                          .arg(outcome.renamed)
+                          .arg(outcome.failed));
+    } else {
+        posted = post(RenameFailedTitle, lastError.isEmpty() ? GenericFailure : lastError);
+    }
+    posted.renamed = outcome.renamed;
+    posted.failed = outcome.failed;
+    co_return posted;
+}
+
+QuickRenameOutcome HotkeyViewModel::post(const QString &title, const QString &body)
+{
+    if (m_dependencies && m_dependencies->notify)
+        m_dependencies->notify(title, body);
+    return QuickRenameOutcome { 0, 0, title, body };
+}
+
+void HotkeyViewModel::setProcessing(bool processing)
+{
+    const bool was = isHotkeyProcessing();
+    m_processingRuns += processing ? 1 : -1;
+    if (was != isHotkeyProcessing())
+        emit isHotkeyProcessingChanged();
+}
+
+} // namespace Nomly

@@ -1,0 +1,70 @@
+#include "cli/quickcommand.h"
+
+#include <QCommandLineParser>
+#include <QDBusConnection>
+
+#include "app/airoute.h"
+#include "cli/clioutput.h"
+#include "cli/cliprofile.h"
+#include "cli/commandparsing.h"
+#include "cli/consentcommand.h"
+#include "platform/desktopnotifier.h"
+#include "platform/singleinstance.h"
+
+namespace Nomly {
+
+ExitStatus runQuickCommand(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Quick rename: the entry of the file-manager actions. Renames the given files with the AI, "
+                       "under the global settings, with no window, and tells the result by a desktop notification "
+                       "(printed when no notification service runs). When nomly-gui runs, the files are handed to "
+                       "it and this command ends at once.\n"
+                       "Needs your agreement to AI data processing first ('nomly consent --agree'). Records carry "
+                       "the source finderService; 'nomly undo' takes them back."));
+    const QCommandLineOption helpOption = parser.addHelpOption();
+    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Files to rename."), QStringLiteral("FILE..."));
+    if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
+        return *answered;
+    const QStringList files = parser.positionalArguments();
+
+    // The desktop application, when it runs, does the work, so that a second
+    // run of the flow never races it over the same files.
+    SingleInstance instance(QDBusConnection::sessionBus());
+    if (!files.isEmpty() && instance.forwardQuickRename(files))
+        return ExitStatus::Success;
+
+    const auto profile = CliProfile::open();
+    if (!profile)
+        return ExitStatus::UsageError;
+    SettingsViewModel &state = profile->state();
+    std::unique_ptr<AIRoute> route;
+    bool consentMissing = false;
+    state.setQuickRenameServices({
+        [&route, &profile](QString *error) -> AIService * {
+            if (!route) {
+                const bool hosted = profile->settings().aiProcessingMode != AIProcessingMode::Local;
+                Result<std::unique_ptr<AIRoute>> opened = AIRoute::open(profile->userDefaults(), hosted);
+                if (!opened) {
+                    *error = opened.error();
+                    return nullptr;
+                }
+                route = std::move(opened).value();
+            }
+            return &route->service();
+        },
+        [] { return nullptr; },
+        [](const QString &title, const QString &body) { DesktopNotifier::post(title, body); },
+        [&consentMissing](HotkeyViewModel::Trigger) {
+            consentMissing = true;
+            CliOutput::error(consentMissingText());
+        },
+    });
+    const QuickRenameOutcome outcome = QCoro::waitFor(state.hotkey().processFinderServiceFiles(files));
+    if (consentMissing)
+        return ExitStatus::UsageError;
+    return outcome.failed == 0 && outcome.renamed > 0 ? ExitStatus::Success : ExitStatus::ItemFailed;
+}
+
+} // namespace Nomly

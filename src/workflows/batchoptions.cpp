@@ -1,0 +1,28 @@
+#include "workflows/batchoptions.h"
+
+#include "naming/namingpattern.h"
+
+namespace Nomly {
+
+AnalyzeBatchOptions batchOptionsFor(const Settings &settings, const EffectiveAnalysisSettings &effective)
+{
+    AnalyzeBatchOptions options;
+    options.aiProcessingMode = settings.aiProcessingMode;
+    options.byokEnabled = settings.byokEnabled;
+    if (settings.byokEnabled) {
+        options.aiProvider = settings.aiProvider;
+        options.byokModel = settings.byokModel(settings.aiProvider);
+    }
+    options.localAIEndpoint = settings.localAIEndpoint;
+    options.localAIModel = settings.localAIModel;
+    options.outputLanguage = effective.outputLanguage;
+    options.renamePromptOverride = effective.renamePromptOverride;
+    options.tagPromptOverride = effective.tagPromptOverride;
+    options.outputOptions.includeTags = effective.addFinderTags;
+    options.outputOptions.includeDescription = effective.addSpotlightMetadata;
+    if (const QStringList fields = requestedDetectedFields(effective.namingPattern); !fields.isEmpty())
+        options.requestedFieldKeys = fields;
+    return options;
+}
+
+} // namespace Nomly
