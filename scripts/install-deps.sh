@@ -56,6 +56,10 @@ packages=(
     xvfb
     xauth
     desktop-file-utils
+    # the quick-rename hotkey grabbed on X11 (libxcb), and the key presses
+    # its test sends to the virtual display
+    libxcb1-dev
+    xdotool
     # xmllint, for the check of the Thunar action
     libxml2-utils
     # benchmarks: the reference tools the content benchmark compares with

@@ -33,6 +33,8 @@ public:
 
 Q_SIGNALS:
     void hotkeyPressed();
+    // `isAvailable()` may change once the desktop has been asked.
+    void availabilityChanged();
 };
 
 } // namespace Nomly

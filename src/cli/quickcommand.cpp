@@ -2,6 +2,7 @@
 
 #include <QCommandLineParser>
 #include <QDBusConnection>
+#include <QFileInfo>
 
 #include "app/airoute.h"
 #include "cli/clioutput.h"
@@ -27,7 +28,10 @@ ExitStatus runQuickCommand(const QStringList &arguments)
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Files to rename."), QStringLiteral("FILE..."));
     if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
         return *answered;
-    const QStringList files = parser.positionalArguments();
+    // Absolute, for the desktop process does not share this working folder.
+    QStringList files;
+    for (const QString &file : parser.positionalArguments())
+        files.append(QFileInfo(file).absoluteFilePath());
 
     // The desktop application, when it runs, does the work, so that a second
     // run of the flow never races it over the same files.

@@ -189,6 +189,13 @@ void AISetupTab::refresh()
     m_localModel->setEnabled(local);
 }
 
+void AISetupTab::addSection(QWidget *section)
+{
+    auto *column = qobject_cast<QVBoxLayout *>(layout());
+    // Above the stretch that keeps the form at the top.
+    column->insertWidget(column->count() - 1, section);
+}
+
 AIProvider AISetupTab::selectedProvider() const
 {
     return static_cast<AIProvider>(m_provider->currentData().toInt());

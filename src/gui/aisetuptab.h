@@ -31,6 +31,10 @@ public:
     // disabled.
     AISetupTab(SettingsViewModel &model, KeyCustody *custody, QWidget *parent = nullptr);
 
+    // A group of related settings below the AI's own, such as the quick
+    // rename shortcut.
+    void addSection(QWidget *section);
+
     QCoro::Task<> saveKey();
     QCoro::Task<> removeKey();
 

@@ -11,14 +11,20 @@
 
 #include <qcoro/qcorosignal.h>
 
+#include "app/airoute.h"
 #include "app/applaunch.h"
+#include "app/hotkeyservice.h"
 #include "app/settingsviewmodel.h"
+#include "gui/alertbox.h"
+#include "gui/desktophotkeyservice.h"
 #include "gui/presentation.h"
 #include "gui/settingswindow.h"
 #include "gui/trayicon.h"
 #include "gui/welcomewindow.h"
+#include "platform/desktopnotifier.h"
 #include "platform/logcategories.h"
 #include "platform/singleinstance.h"
+#include "platform/userdefaults.h"
 
 namespace Nomly {
 
@@ -45,14 +51,14 @@ GuiApplication::GuiApplication(AppServices services, QObject *parent)
     , m_services(services)
     , m_launcher(std::make_unique<AppLauncher>(std::move(services)))
 {
-    const auto receive = [this](const QStringList &paths) { receiveFiles(paths); };
-    m_launcher->openFilesHandler = receive;
-    m_launcher->quickRenameHandler = receive;
+    m_launcher->openFilesHandler = [this](const QStringList &paths) { receiveFiles(paths); };
+    m_launcher->quickRenameHandler = [this](const QStringList &paths) { quickRename(paths); };
 }
 
 GuiApplication::~GuiApplication()
 {
     // The interface binds to the launcher's state, so it goes first.
+    m_hotkeys.reset();
     m_tray.reset();
     m_window.reset();
     m_welcome.reset();
@@ -82,6 +88,7 @@ QCoro::Task<bool> GuiApplication::start()
         co_return false;
     }
     buildTray();
+    connectQuickRename();
     showPrimary();
     co_return true;
 }
@@ -102,7 +109,7 @@ void GuiApplication::showPrimary()
     }
     if (!m_window) {
         KeyCustody *custody = m_services.keysProvider ? m_services.keysProvider() : nullptr;
-        m_window = std::make_unique<SettingsWindow>(*model, custody);
+        m_window = std::make_unique<SettingsWindow>(*model, custody, m_hotkeys.get());
     }
     m_window->present();
     qCInfo(lcGeneral).noquote() << "Settings window shown";
@@ -116,6 +123,7 @@ void GuiApplication::completeOnboarding()
     model->completeOnboarding();
     if (m_tray)
         m_tray->setSetupRequired(false);
+    model->hotkey().registerHotkey();
     // Hidden only once the settings window is up, so that a desktop without
     // a tray never sees its last window close in between.
     showPrimary();
@@ -130,6 +138,9 @@ int GuiApplication::run(const QStringList &files)
     m_instance = std::make_unique<SingleInstance>();
     if (!m_instance->claim())
         return m_instance->forward(files) ? 0 : 1;
+    connect(m_instance.get(), &SingleInstance::quickRenameRequested, this, [this](const QStringList &received) {
+        m_launcher->quickRename(received);
+    });
     connect(m_instance.get(), &SingleInstance::filesReceived, this, [this](const QStringList &received) {
         if (received.isEmpty())
             showPrimary();
@@ -175,6 +186,69 @@ void GuiApplication::receiveFiles(const QStringList &paths)
 {
     qCInfo(lcGeneral).noquote() << "Received" << paths.size() << "file(s):" << paths.join(QStringLiteral(", "));
     showPrimary();
+}
+
+void GuiApplication::quickRename(const QStringList &paths)
+{
+    SettingsViewModel *model = m_launcher->viewModel();
+    if (!model)
+        return;
+    // Quick rename has nowhere to go before the welcome window is through;
+    // the files are dropped, as a window would have nothing to show them in.
+    if (!model->isOnboardingComplete()) {
+        showPrimary();
+        return;
+    }
+    connectQuickRename();
+    QCoro::connect(model->hotkey().processFinderServiceFiles(paths), this, [](const QuickRenameOutcome &) {});
+}
+
+void GuiApplication::connectQuickRename()
+{
+    SettingsViewModel *model = m_launcher->viewModel();
+    if (!model || m_quickRenameConnected)
+        return;
+    m_quickRenameConnected = true;
+    // Offscreen runs (tests, headless sessions) have no desktop to ask.
+    if (QGuiApplication::platformName() != u"offscreen")
+        m_hotkeys = std::make_unique<DesktopHotkeyService>();
+    UserDefaults &defaults = m_services.userDefaultsProvider();
+    model->setQuickRenameServices({
+        [this, model, &defaults](QString *error) -> AIService * {
+            if (!m_aiRoute) {
+                const bool hosted = model->settings().aiProcessingMode != AIProcessingMode::Local;
+                Result<std::unique_ptr<AIRoute>> opened = AIRoute::open(defaults, hosted);
+                if (!opened) {
+                    *error = opened.error();
+                    return nullptr;
+                }
+                m_aiRoute = std::move(opened).value();
+            }
+            return &m_aiRoute->service();
+        },
+        [this]() -> HotkeyService * { return m_hotkeys.get(); },
+        [](const QString &title, const QString &body) { DesktopNotifier::post(title, body); },
+        [this](HotkeyViewModel::Trigger) { askForConsent(); },
+    });
+    if (model->isOnboardingComplete())
+        model->hotkey().registerHotkey();
+}
+
+// The settings window comes forward with the reason; agreeing happens where
+// the user reads what is sent.
+void GuiApplication::askForConsent()
+{
+    SettingsViewModel *model = m_launcher->viewModel();
+    if (!model)
+        return;
+    model->setSelectedTab(SettingsTab::Monitor);
+    showPrimary();
+    QCoro::connect(showAlert(m_window.get(),
+                             QStringLiteral("AI Processing Disabled"),
+                             QStringLiteral("AI processing is disabled until you review and accept data processing."),
+                             {}),
+                   this,
+                   [](const QString &) {});
 }
 
 } // namespace Nomly

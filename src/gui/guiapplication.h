@@ -10,7 +10,9 @@
 
 namespace Nomly {
 
+class AIRoute;
 class AppLauncher;
+class HotkeyService;
 class SingleInstance;
 class SettingsWindow;
 class TrayIcon;
@@ -57,6 +59,11 @@ public:
 private:
     void buildTray();
     void receiveFiles(const QStringList &paths);
+    // Quick rename of files a file-manager action handed over.
+    void quickRename(const QStringList &paths);
+    // Gives quick rename its services once the central state exists.
+    void connectQuickRename();
+    void askForConsent();
 
     AppServices m_services;
     std::unique_ptr<SingleInstance> m_instance;
@@ -64,6 +71,11 @@ private:
     std::unique_ptr<WelcomeWindow> m_welcome;
     std::unique_ptr<SettingsWindow> m_window;
     std::unique_ptr<TrayIcon> m_tray;
+    // Built when quick rename first needs it: the backend it may run inside
+    // this process is not started for a session that never renames.
+    std::unique_ptr<AIRoute> m_aiRoute;
+    std::unique_ptr<HotkeyService> m_hotkeys;
+    bool m_quickRenameConnected = false;
 };
 
 } // namespace Nomly

@@ -9,12 +9,13 @@
 #include "gui/abouttab.h"
 #include "gui/activitytab.h"
 #include "gui/aisetuptab.h"
+#include "gui/hotkeysettingsbox.h"
 #include "gui/monitortab.h"
 #include "gui/templatestab.h"
 
 namespace Nomly {
 
-SettingsWindow::SettingsWindow(SettingsViewModel &model, KeyCustody *custody, QWidget *parent)
+SettingsWindow::SettingsWindow(SettingsViewModel &model, KeyCustody *custody, HotkeyService *hotkeys, QWidget *parent)
     : QWidget(parent)
     , m_model(model)
 {
@@ -26,6 +27,7 @@ SettingsWindow::SettingsWindow(SettingsViewModel &model, KeyCustody *custody, QW
     m_activityTab = new ActivityTab(model.activity(), this);
     m_templatesTab = new TemplatesTab(model, this);
     m_aiSetupTab = new AISetupTab(model, custody, this);
+    m_aiSetupTab->addSection(new HotkeySettingsBox(model, hotkeys, m_aiSetupTab));
     m_aboutTab = new AboutTab(this);
     addTab(m_monitorTab, SettingsTab::Monitor, tr("Monitor"));
     addTab(m_activityTab, SettingsTab::Activity, tr("Activity"));

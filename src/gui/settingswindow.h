@@ -12,6 +12,7 @@ namespace Nomly {
 class AboutTab;
 class ActivityTab;
 class AISetupTab;
+class HotkeyService;
 class KeyCustody;
 class MonitorTab;
 class SettingsViewModel;
@@ -28,7 +29,11 @@ public:
     static constexpr int MinimumHeight = 640;
 
     // `custody` may be null where the desktop has no secret store.
-    SettingsWindow(SettingsViewModel &model, KeyCustody *custody, QWidget *parent = nullptr);
+    // `hotkeys` is null where no global shortcut can be had.
+    SettingsWindow(SettingsViewModel &model,
+                   KeyCustody *custody,
+                   HotkeyService *hotkeys = nullptr,
+                   QWidget *parent = nullptr);
 
     MonitorTab *monitorTab() const { return m_monitorTab; }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QString>
 #include <QtGlobal>
+#include <optional>
 
 namespace Nomly {
 
@@ -20,5 +22,33 @@ struct KeyboardShortcut
 
     bool operator==(const KeyboardShortcut &) const = default;
 };
+
+// What a stored key code stands for on this desktop. On a Linux keyboard the
+// stored modifiers mean: command Ctrl, option Alt, shift Shift, control Super.
+struct ShortcutKey
+{
+    quint32 keyCode = 0;
+    // A Qt::Key value.
+    int qtKey = 0;
+    // The X keysym, also what the portal's trigger syntax names.
+    quint32 keysym = 0;
+    const char *keysymName = nullptr;
+    // The name shown to the user.
+    const char *displayName = nullptr;
+};
+
+// The key behind a stored key code, or nothing for a key this desktop does not
+// know by that code.
+std::optional<ShortcutKey> shortcutKey(quint32 keyCode);
+
+// The stored form of a key pressed in Qt, or nothing for a key outside the
+// table. Keypad keys count as their main-keyboard twins.
+std::optional<KeyboardShortcut> keyboardShortcutFromQt(int qtKey, Qt::KeyboardModifiers modifiers);
+
+// The Qt modifiers that the stored mask stands for.
+Qt::KeyboardModifiers qtModifiers(quint32 modifiers);
+
+// The shortcut as the desktop writes it, such as "Ctrl+Shift+R".
+QString displayText(const KeyboardShortcut &shortcut);
 
 } // namespace Nomly

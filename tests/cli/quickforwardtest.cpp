@@ -1,0 +1,86 @@
+// A file-manager action while nomly-gui runs: `nomly quick` hands the files
+// over D-Bus and ends at once, and the desktop process renames them, once.
+// Runs in a private session bus; the AI is an Ollama peer on loopback.
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include "cliprocess.h"
+#include "ollamapeer.h"
+
+using namespace Qt::StringLiterals;
+using namespace Nomly::Test;
+
+class QuickForwardTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+
+    void runningDesktopRenamesOnce()
+    {
+        QTemporaryDir dir;
+        QVERIFY(dir.isValid());
+        QVERIFY(QDir(dir.path()).mkpath(u"files"_s));
+        const QString profile = dir.filePath(u"profile"_s);
+        // Set-up runs without the bus, so that no keyring is involved.
+        const QProcessEnvironment offline = cliEnvironment(profile);
+        QProcessEnvironment online = offline;
+        online.insert(u"DBUS_SESSION_BUS_ADDRESS"_s,
+                      QProcessEnvironment::systemEnvironment().value(u"DBUS_SESSION_BUS_ADDRESS"_s));
+        online.insert(u"QT_QPA_PLATFORM"_s, u"offscreen"_s);
+
+        OllamaPeer ollama;
+        ollama.answerAlways(OllamaPeer::reply(u"{\"title\":\"Roadmap Minutes\"}"_s));
+        for (const QStringList &arguments :
+             { QStringList { u"config"_s, u"set"_s, u"aiProcessingMode"_s, u"local"_s },
+               QStringList { u"config"_s, u"set"_s, u"localAIEndpoint"_s, ollama.endpoint() },
+               QStringList { u"consent"_s, u"--agree"_s } })
+            QCOMPARE(runCliServing(QStringLiteral(NOMLY_BINARY), arguments, offline, dir.path()).exitCode, 0);
+        {
+            QSettings defaults(profile + u"/config/Nomly/Nomly.conf"_s, QSettings::IniFormat);
+            defaults.setValue(u"hasCompletedOnboarding"_s, true);
+        }
+        QFile note(dir.filePath(u"files/note.txt"_s));
+        QVERIFY(note.open(QIODevice::WriteOnly));
+        note.write("Minutes of the planning meeting with the product team about the roadmap.");
+        note.close();
+
+        QProcess desktop;
+        desktop.setProcessEnvironment(online);
+        desktop.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        desktop.start(QStringLiteral(NOMLY_GUI_BINARY), {});
+        QDBusConnectionInterface *bus = QDBusConnection::sessionBus().interface();
+        QVERIFY(bus);
+        QTRY_VERIFY_WITH_TIMEOUT(bus->isServiceRegistered(u"org.nomly.Nomly"_s).value(), 30000);
+
+        const CliRun handed = runCliServing(
+            QStringLiteral(NOMLY_BINARY), { u"quick"_s, u"note.txt"_s }, online, dir.filePath(u"files"_s));
+        QCOMPARE(handed.exitCode, 0);
+        // The desktop may first start a keyring for its device secret, which is
+        // slow on a loaded machine.
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(dir.filePath(u"files/Roadmap Minutes.txt"_s)), 90000);
+        QCOMPARE(ollama.chatRequests().size(), 1);
+
+        desktop.terminate();
+        QVERIFY(desktop.waitForFinished(10000));
+        const CliRun history
+            = runCliServing(QStringLiteral(NOMLY_BINARY), { u"history"_s, u"--json"_s }, offline, dir.path());
+        const QJsonArray records = QJsonDocument::fromJson(history.out.toUtf8()).array();
+        QCOMPARE(records.size(), 1);
+        QCOMPARE(records.first().toObject().value(u"source"_s).toString(), u"finderService"_s);
+        QCOMPARE(ollama.chatRequests().size(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(QuickForwardTest)
+#include "quickforwardtest.moc"
