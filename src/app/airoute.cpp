@@ -23,18 +23,32 @@ QString freshToken()
 
 } // namespace
 
-AIRoute::AIRoute(UserDefaults &defaults)
-    : m_stores(SecretStores::forSession())
-    , m_device(defaults, *m_stores.primary, m_stores.legacy.get())
-    , m_keys(*m_stores.primary, m_stores.legacy.get())
-    , m_artifacts(AIImageArtifactCache::defaultDiskDirectory())
+AIRoute::AIRoute()
+    : m_artifacts(AIImageArtifactCache::defaultDiskDirectory())
 {}
 
 AIRoute::~AIRoute() = default;
 
 Result<std::unique_ptr<AIRoute>> AIRoute::open(UserDefaults &defaults, bool needsHostedRoute)
 {
-    std::unique_ptr<AIRoute> route(new AIRoute(defaults));
+    SecretStores stores = SecretStores::forSession();
+    auto device = std::make_unique<DeviceService>(defaults, *stores.primary, stores.legacy.get());
+    auto keys = std::make_unique<KeyCustody>(*stores.primary, stores.legacy.get());
+    Result<std::unique_ptr<AIRoute>> route = open(defaults, *device, *keys, needsHostedRoute);
+    if (route) {
+        route.value()->m_stores = std::move(stores);
+        route.value()->m_ownDevice = std::move(device);
+        route.value()->m_ownKeys = std::move(keys);
+    }
+    return route;
+}
+
+Result<std::unique_ptr<AIRoute>> AIRoute::open(UserDefaults &defaults,
+                                               DeviceService &device,
+                                               KeyCustody &keys,
+                                               bool needsHostedRoute)
+{
+    std::unique_ptr<AIRoute> route(new AIRoute());
     HostedBackend named = HostedBackend::fromEnvironment();
     if (named.baseUrl() || !needsHostedRoute) {
         route->m_backend = std::move(named);
@@ -52,7 +66,7 @@ Result<std::unique_ptr<AIRoute>> AIRoute::open(UserDefaults &defaults, bool need
             QStringLiteral("http://127.0.0.1:%1").arg(route->m_builtInBackend->serverPort()), config.gatewayToken);
     }
     route->m_service = std::make_unique<AIService>(
-        route->m_network, *route->m_backend, route->m_device, route->m_keys, route->m_artifacts, [&defaults] {
+        route->m_network, *route->m_backend, device, keys, route->m_artifacts, [&defaults] {
             return RemoteConfigService::cachedConfig(defaults).aiProvider;
         });
     return route;

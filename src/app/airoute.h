@@ -24,26 +24,30 @@ class UserDefaults;
 class AIRoute final
 {
 public:
-    // Fails when the built-in backend cannot listen.
-    // `defaults` holds the cached remote configuration and the device
-    // identifier, and must outlive the route.
+    // Fails when the built-in backend cannot listen. `defaults` holds the
+    // cached remote configuration and the device identifier; it, and the
+    // device and keys when given, must outlive the route.
+    static Result<std::unique_ptr<AIRoute>> open(UserDefaults &defaults,
+                                                 DeviceService &device,
+                                                 KeyCustody &keys,
+                                                 bool needsHostedRoute);
+    // With the device identity and keys of this session's secret stores.
     static Result<std::unique_ptr<AIRoute>> open(UserDefaults &defaults, bool needsHostedRoute);
     ~AIRoute();
 
     AIService &service() { return *m_service; }
 
-    KeyCustody &keys() { return m_keys; }
-
     // Where the hosted route goes: the named backend or the built-in one.
     QString backendDescription() const;
 
 private:
-    explicit AIRoute(UserDefaults &defaults);
+    AIRoute();
 
     QNetworkAccessManager m_network;
-    SecretStores m_stores;
-    DeviceService m_device;
-    KeyCustody m_keys;
+    // Only when the caller gave no device and keys of its own.
+    std::optional<SecretStores> m_stores;
+    std::unique_ptr<DeviceService> m_ownDevice;
+    std::unique_ptr<KeyCustody> m_ownKeys;
     AIImageArtifactCache m_artifacts;
     std::unique_ptr<BackendServer> m_builtInBackend;
     std::optional<HostedBackend> m_backend;

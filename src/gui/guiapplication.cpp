@@ -214,10 +214,13 @@ void GuiApplication::connectQuickRename()
         m_hotkeys = std::make_unique<DesktopHotkeyService>();
     UserDefaults &defaults = m_services.userDefaultsProvider();
     model->setQuickRenameServices({
-        [this, model, &defaults](QString *error) -> AIService * {
+        [this, &defaults](QString *error) -> AIService * {
             if (!m_aiRoute) {
-                const bool hosted = model->settings().aiProcessingMode != AIProcessingMode::Local;
-                Result<std::unique_ptr<AIRoute>> opened = AIRoute::open(defaults, hosted);
+                // Hosted ready too: the route may change while the program runs.
+                KeyCustody *keys = m_services.keysProvider ? m_services.keysProvider() : nullptr;
+                Result<std::unique_ptr<AIRoute>> opened = keys && m_services.deviceProvider
+                    ? AIRoute::open(defaults, m_services.deviceProvider(), *keys, true)
+                    : AIRoute::open(defaults, true);
                 if (!opened) {
                     *error = opened.error();
                     return nullptr;

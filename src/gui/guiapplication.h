@@ -40,6 +40,9 @@ public:
     // Null also where the desktop has no tray.
     TrayIcon *trayIcon() const { return m_tray.get(); }
 
+    // The quick rename shortcut; null before setup and in offscreen runs.
+    HotkeyService *hotkeys() const { return m_hotkeys.get(); }
+
     // Sets up, then shows the primary window. False when setup failed: the
     // reason has been shown unless the platform draws nothing, and the caller
     // ends the process with a non-zero status.

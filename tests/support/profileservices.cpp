@@ -14,6 +14,7 @@ ProfileServices::ProfileServices(const QString &root, Keys keys)
     if (keys == Keys::InFile) {
         secrets = std::make_unique<FileSecretStore>(root + u"/secrets.json"_s);
         custody = std::make_unique<KeyCustody>(*secrets);
+        device = std::make_unique<DeviceService>(defaults, *secrets);
     }
 }
 
@@ -25,6 +26,8 @@ AppServices ProfileServices::services()
     services.userDefaultsProvider = [this]() -> UserDefaults & { return defaults; };
     services.undoIgnoreProvider = [this]() -> UndoIgnoreService & { return undoIgnore; };
     services.keysProvider = [this] { return custody.get(); };
+    if (device)
+        services.deviceProvider = [this]() -> DeviceService & { return *device; };
     services.remoteConfigProvider = [this] { return remoteConfig.get(); };
     services.dataDirectoryProvider = [this] { return dataDirectory; };
     services.databaseOpener = [](const QString &directory) { return Database::open(directory); };

@@ -3,6 +3,7 @@
 #include <QString>
 #include <memory>
 
+#include "ai/deviceservice.h"
 #include "ai/filesecretstore.h"
 #include "ai/keycustody.h"
 #include "ai/remoteconfigservice.h"
@@ -36,6 +37,8 @@ struct ProfileServices
     BookmarkService bookmarks;
     std::unique_ptr<FileSecretStore> secrets;
     std::unique_ptr<KeyCustody> custody;
+    // The device identity, kept with the keys; null without them.
+    std::unique_ptr<DeviceService> device;
     // Set by a test that wants the launch to fetch the remote configuration.
     std::unique_ptr<RemoteConfigService> remoteConfig;
 };
