@@ -7,10 +7,8 @@
 #include <QJsonObject>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QSignalSpy>
 #include <QTcpServer>
 #include <QTest>
-#include <memory>
 
 #include "ai/ailocalollamaanalyzeclient.h"
 #include "ai/analysisprompt.h"
@@ -30,8 +28,6 @@ const QString TimedOut = u"Ollama request timed out. Try again or choose a small
 const QString Generic = u"Ollama analysis failed. Check the endpoint and model, then retry."_s;
 const QString Lost = u"Network connection to Ollama was lost"_s;
 const QString Refused = u"Ollama connection failed. Check the endpoint and retry."_s;
-const QString Crashed
-    = u"Ollama failed while running the model. Restart Ollama or choose a smaller model, then retry."_s;
 const QString InvalidJson = u"Local AI returned invalid JSON"_s;
 
 AnalyzeRequest textRequest(const QString &name)
@@ -79,7 +75,6 @@ private slots:
                                        << u"http://gpu-box.lan:11434/api/chat"_s;
         QTest::newRow("https-kept") << u"https://ollama.example.org"_s << u"https://ollama.example.org/api/chat"_s;
         QTest::newRow("localhost-with-scheme") << u"http://localhost:8080//"_s << u"http://127.0.0.1:8080/api/chat"_s;
-        QTest::newRow("ip-address") << u"127.0.0.1:11434"_s << u"http://127.0.0.1:11434/api/chat"_s;
         QTest::newRow("blank") << u"  \n"_s << QString();
         QTest::newRow("only-slashes") << u"///"_s << QString();
         QTest::newRow("space-in-host") << u"http://my host:11434"_s << QString();
@@ -105,7 +100,6 @@ private slots:
             << 500 << u"{\"error\":\"model \\\"llava\\\" not found, try pulling it first\"}"_s << NotInstalled;
         QTest::newRow("model-does-not-exist-without-status") << -1 << u"Model does not exist"_s << NotInstalled;
         QTest::newRow("pull-hint") << -1 << u"model requires a pull"_s << NotInstalled;
-        QTest::newRow("404-naming-model") << 404 << u"no such model"_s << NotInstalled;
         QTest::newRow("404-plain") << 404 << u"404 page not found"_s << NotInstalled;
         QTest::newRow("not-found-without-model-word")
             << -1 << u"file not found"_s << u"Ollama analysis failed: file not found"_s;
@@ -113,11 +107,11 @@ private slots:
                              << u"Ollama rejected the request. Check the configured model and endpoint, then retry."_s;
         QTest::newRow("401") << 401 << QString()
                              << u"Ollama endpoint rejected the request. Check endpoint access, then retry."_s;
-        QTest::newRow("403") << 403 << u"forbidden"_s
-                             << u"Ollama endpoint rejected the request. Check endpoint access, then retry."_s;
         QTest::newRow("429") << 429 << u"{\"error\":\"server busy\"}"_s
                              << u"Ollama is busy. Wait a moment, then retry."_s;
-        QTest::newRow("503") << 503 << u"overloaded"_s << Crashed;
+        QTest::newRow("503")
+            << 503 << u"overloaded"_s
+            << u"Ollama failed while running the model. Restart Ollama or choose a smaller model, then retry."_s;
         QTest::newRow("timeout-in-message") << -1 << u"Client.Timeout exceeded"_s << TimedOut;
         QTest::newRow("timed-out-after-unknown-status") << 418 << u"request timed out"_s << TimedOut;
         QTest::newRow("other-message") << 418 << u"teapot"_s << u"Ollama analysis failed: teapot"_s;
@@ -148,7 +142,6 @@ private slots:
             << AIServiceError::transport(QNetworkReply::OperationCanceledError, {}) << TimedOut;
         QTest::newRow("connect-timeout") << AIServiceError::transport(QNetworkReply::TimeoutError, {}) << TimedOut;
         QTest::newRow("refused") << AIServiceError::transport(QNetworkReply::ConnectionRefusedError, {}) << Refused;
-        QTest::newRow("host-not-found") << AIServiceError::transport(QNetworkReply::HostNotFoundError, {}) << Refused;
         QTest::newRow("other-kind") << AIServiceError::apiErrorWithReason(u"x"_s, u"y"_s) << Generic;
     }
 
@@ -199,14 +192,12 @@ private slots:
         QCOMPARE(call.method, QByteArray("POST"));
         QCOMPARE(call.path, u"/api/chat"_s);
         QCOMPARE(call.contentType, QByteArray("application/json"));
-        const QJsonObject body = call.json();
-        QCOMPARE(body.keys(), (QStringList { u"keep_alive"_s, u"messages"_s, u"model"_s, u"options"_s, u"stream"_s }));
-        QCOMPARE(body.value(u"model"_s), QJsonValue(u"llava"_s));
-        QCOMPARE(body.value(u"stream"_s), QJsonValue(false));
-        QCOMPARE(body.value(u"keep_alive"_s), QJsonValue(u"10m"_s));
-        QCOMPARE(body.value(u"options"_s).toObject(),
-                 (QJsonObject { { u"temperature"_s, 0 }, { u"num_predict"_s, 240 }, { u"num_ctx"_s, 2048 } }));
-        const QJsonArray messages = body.value(u"messages"_s).toArray();
+        QJsonObject body = call.json();
+        const QJsonArray messages = body.take(u"messages"_s).toArray();
+        QCOMPARE(body,
+                 QJsonDocument::fromJson(R"({"model":"llava","stream":false,"keep_alive":"10m",
+                     "options":{"temperature":0,"num_predict":240,"num_ctx":2048}})")
+                     .object());
         QCOMPARE(messages.size(), 1);
         const QJsonObject message = messages.first().toObject();
         QCOMPARE(message.value(u"role"_s), QJsonValue(u"user"_s));
@@ -262,15 +253,8 @@ private slots:
         QTest::addColumn<QString>("error");
 
         OllamaPeer::Answer raw;
-        raw.status = 500;
         QTest::newRow("500-model-not-found")
             << OllamaPeer::failure(500, u"model \"llava\" not found, try pulling it first"_s) << NotInstalled;
-        QTest::newRow("500-crash") << OllamaPeer::failure(500, u"llama runner process has terminated"_s) << Crashed;
-        raw.status = 404;
-        raw.rawBody = "404 page not found";
-        QTest::newRow("404") << raw << NotInstalled;
-        QTest::newRow("429") << OllamaPeer::failure(429, u"server busy, please try again"_s)
-                             << u"Ollama is busy. Wait a moment, then retry."_s;
         raw.status = 418;
         raw.rawBody = QByteArray("\xc3\x28 broken", 9);
         QTest::newRow("body-not-text") << raw << u"Ollama analysis failed: Local AI request failed"_s;
@@ -282,7 +266,6 @@ private slots:
         raw.rawBody = "{\"message\":\"hello\"}";
         QTest::newRow("reply-of-wrong-shape") << raw << Generic;
         QTest::newRow("answer-not-json") << OllamaPeer::reply(u"A scanned page with a table."_s) << InvalidJson;
-        QTest::newRow("answer-with-blank-title") << OllamaPeer::reply(u"{\"title\":\"  \"}"_s) << InvalidJson;
         OllamaPeer::Answer dropped;
         dropped.drop = true;
         QTest::newRow("connection-dropped") << dropped << Lost;
@@ -407,21 +390,6 @@ private slots:
         expected.vendor = u"Le Petit"_s;
         expected.detectedFields = { { u"invoice_date"_s, u"2026-01-14"_s } };
         QCOMPARE(result.value(), expected);
-    }
-
-    // Other tests discover models through the same peer.
-    void peerListsInstalledModels()
-    {
-        OllamaPeer peer;
-        peer.models = QStringList { u"llava:latest"_s, u"qwen2.5vl:3b"_s };
-        std::unique_ptr<QNetworkReply> reply(m_network.get(QNetworkRequest(QUrl(peer.endpoint() + u"/api/tags"_s))));
-        QSignalSpy finished(reply.get(), &QNetworkReply::finished);
-        QVERIFY(finished.wait());
-        QCOMPARE(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), 200);
-        QStringList names;
-        for (const QJsonValue &model : QJsonDocument::fromJson(reply->readAll()).object().value(u"models"_s).toArray())
-            names.append(model.toObject().value(u"name"_s).toString());
-        QCOMPARE(names, peer.models);
     }
 
 private:
