@@ -10,6 +10,9 @@ QProcessEnvironment cliEnvironment(const QString &profileRoot)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("HOME"), profileRoot);
+    // The program under test always looks for leaks, whatever the harness
+    // that starts it was told.
+    environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=1"));
     environment.insert(QStringLiteral("XDG_DATA_HOME"), profileRoot + QStringLiteral("/data"));
     environment.insert(QStringLiteral("XDG_CONFIG_HOME"), profileRoot + QStringLiteral("/config"));
     environment.insert(QStringLiteral("XDG_CACHE_HOME"), profileRoot + QStringLiteral("/cache"));
