@@ -1,5 +1,6 @@
 #include "naming/textfacts.h"
 
+#include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
@@ -17,8 +18,13 @@ namespace {
 
 QString firstCapture(const QString &text, const QString &pattern)
 {
-    const QRegularExpression expression(pattern);
-    const QRegularExpressionMatch match = expression.match(text);
+    // The patterns are few and fixed: each is compiled once per thread rather
+    // than for every file of a batch.
+    thread_local QHash<QString, QRegularExpression> compiled;
+    auto expression = compiled.constFind(pattern);
+    if (expression == compiled.cend())
+        expression = compiled.insert(pattern, QRegularExpression(pattern));
+    const QRegularExpressionMatch match = expression->match(text);
     return match.hasMatch() ? match.captured(1).trimmed() : QString();
 }
 
