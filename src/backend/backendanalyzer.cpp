@@ -3,6 +3,7 @@
 #include <QElapsedTimer>
 #include <vector>
 
+#include "backend/audiotranscription.h"
 #include "backend/backendconfig.h"
 #include "backend/backendkeystore.h"
 #include "backend/backendlog.h"
@@ -23,16 +24,6 @@ struct Batch
 QString trimmed(const std::optional<QString> &text)
 {
     return text.value_or(QString()).trimmed();
-}
-
-bool carriesAudio(const AnalyzeRequest &request)
-{
-    return request.audio && !request.audio->isEmpty();
-}
-
-bool transcribes(BackendProvider provider)
-{
-    return provider == BackendProvider::Groq || provider == BackendProvider::OpenAI;
 }
 
 QString missingKeyText(BackendProvider provider)
@@ -105,9 +96,8 @@ Result<ProviderCall> BackendAnalyzer::callFor(const AnalyzeRequest &request) con
         if (call.apiKey.isEmpty())
             return Failure { missingKeyText(*provider) };
     }
-    // Transcription is not done here: Groq and OpenAI get the text the
-    // device sent with the audio, the others cannot take audio at all.
-    if (carriesAudio(request) && !transcribes(*provider))
+    // Only Groq and OpenAI can turn the audio into a transcript.
+    if (carriesAudio(request) && !providerTranscribes(*provider))
         return Failure { QStringLiteral("Audio transcription requires Groq or OpenAI.") };
     return call;
 }

@@ -186,20 +186,19 @@ std::optional<QString> stringAt(const QJsonValue &value)
     return value.isString() ? std::optional<QString>(value.toString()) : std::nullopt;
 }
 
-} // namespace
-
-QNetworkRequest ProviderCall::networkRequest() const
+// The provider's function at `path` under the base address, with the key
+// in the header that provider reads.
+QNetworkRequest addressed(const ProviderCall &call, const QString &path)
 {
-    QString base = baseUrl.trimmed();
+    QString base = call.baseUrl.trimmed();
     while (base.endsWith(QLatin1Char('/')))
         base.chop(1);
-    QNetworkRequest request(QUrl(base + pathOf(*this)));
-    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
-    // Prompts and pictures stay out of every cache.
+    QNetworkRequest request(QUrl(base + path));
+    // Prompts, pictures and sound stay out of every cache.
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
     request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
-    const QByteArray key = apiKey.toUtf8();
-    switch (provider) {
+    const QByteArray key = call.apiKey.toUtf8();
+    switch (call.provider) {
     case BackendProvider::OpenAI:
     case BackendProvider::Groq:
         request.setRawHeader(QByteArrayLiteral("Authorization"), QByteArrayLiteral("Bearer ") + key);
@@ -217,6 +216,22 @@ QNetworkRequest ProviderCall::networkRequest() const
         break;
     }
     return request;
+}
+
+} // namespace
+
+QNetworkRequest ProviderCall::networkRequest() const
+{
+    QNetworkRequest request = addressed(*this, pathOf(*this));
+    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
+    return request;
+}
+
+QNetworkRequest ProviderCall::transcriptionRequest() const
+{
+    // Groq's base address already ends in its OpenAI-compatible prefix, so
+    // both share the path as they share the chat path.
+    return addressed(*this, QStringLiteral("/v1/audio/transcriptions"));
 }
 
 QByteArray ProviderCall::body(const QString &prompt, const AnalyzeRequest &request) const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDeadlineTimer>
 #include <chrono>
 
 #include <qcoro/qcorotask.h>
@@ -7,13 +8,15 @@
 #include "ai/analyzerequest.h"
 #include "ai/analyzeresponse.h"
 #include "backend/providercall.h"
+#include "platform/result.h"
 
 class QNetworkAccessManager;
 
 namespace Nomly {
 
-// Asks one provider about one file: writes the prompt, sends it with the
-// file's pictures, and reads the model's JSON answer.
+// Asks one provider about one file: has its audio transcribed first, writes
+// the prompt, sends it with the file's pictures, and reads the model's JSON
+// answer.
 class ProviderClient final
 {
 public:
@@ -26,6 +29,11 @@ public:
     QCoro::Task<AnalyzeResponse> analyze(ProviderCall call, AnalyzeRequest request);
 
 private:
+    // What is said in the request's audio, or the failure text of the call.
+    QCoro::Task<Result<QString>> transcribe(const ProviderCall &call,
+                                            const AnalyzeRequest &request,
+                                            QDeadlineTimer deadline);
+
     QNetworkAccessManager &m_network;
     std::chrono::milliseconds m_timeout;
 };

@@ -26,6 +26,8 @@ namespace {
 const QString Token = u"header.payload-for-tests.signature"_s;
 const QByteArray Jpeg = QByteArrayLiteral("\xFF\xD8\xFF\xE0 picture of a receipt");
 const QString Answer = uR"({"title":"Coffee Receipt","description":"A receipt","tags":["receipt"]})"_s;
+// Bytes that a careless form writer would break: a NUL, line ends, dashes.
+const QByteArray Audio = QByteArrayLiteral("ID3\x04\0\0\r\n--boundary-lookalike\r\n\r\nframes");
 
 struct HttpReply
 {
@@ -69,6 +71,18 @@ AnalyzeRequest ownKeyRequest(const QString &provider, const QString &key)
     request.aiProvider = provider;
     if (!key.isEmpty())
         request.apiKey = key;
+    return request;
+}
+
+AnalyzeRequest audioRequest(const QString &provider)
+{
+    AnalyzeRequest request = ownKeyRequest(provider, u"user-key"_s);
+    request.contentKind = u"audio"_s;
+    request.image.reset();
+    request.imageMimeType.reset();
+    request.audio = Audio;
+    request.mimeType = u"audio/mp4"_s;
+    request.filename = u"Voice Memo 12.m4a"_s;
     return request;
 }
 
@@ -296,7 +310,8 @@ private slots:
                                        << u"Missing saved Google AI BYOK key. Please save your API key again."_s;
         QTest::newRow("audio-to-gemini") << u"gemini"_s << u"user-key"_s << true
                                          << u"Audio transcription requires Groq or OpenAI."_s;
-        QTest::newRow("audio-to-groq-uses-text") << u"groq"_s << u"user-key"_s << true << u"Coffee Receipt"_s;
+        QTest::newRow("audio-to-claude") << u"claude"_s << u"user-key"_s << true
+                                         << u"Audio transcription requires Groq or OpenAI."_s;
     }
 
     void fileRefusals()
@@ -308,15 +323,99 @@ private slots:
 
         Rig rig(provider);
         rig.peer.answer(Answer);
-        AnalyzeRequest request = ownKeyRequest(provider, key);
-        if (audio) {
-            request.contentKind = u"audio"_s;
-            request.audio = QByteArrayLiteral("ID3 audio bytes");
-            request.image.reset();
-            request.text = u"Transcript: the receipt"_s;
-        }
+        AnalyzeRequest request = audio ? audioRequest(provider) : ownKeyRequest(provider, key);
         QCOMPARE(rig.analyzeOne(request), message);
-        QCOMPARE(rig.peer.received.isEmpty(), message != u"Coffee Receipt");
+        QVERIFY(rig.peer.received.isEmpty());
+    }
+
+    // The audio goes to the provider's speech-to-text function as a form
+    // upload; the chat call then names the file from the transcript, without
+    // the audio.
+    void audioTranscribedThenNamed_data()
+    {
+        QTest::addColumn<QString>("provider");
+        QTest::addColumn<QString>("transcript");
+        QTest::addColumn<QByteArray>("model");
+        QTest::addColumn<QString>("block"); // in the prompt; empty for no transcript block
+
+        const QString said = u"Minutes of the budget meeting with Dana"_s;
+        QTest::newRow("openai") << u"openai"_s << u"  "_s + said + u"\n"_s << QByteArray("whisper-1")
+                                << u"Audio speech transcript\nTranscript source: OpenAI speech-to-text\nTranscript:\n"_s
+                + said
+                + u"\nUse this transcript as the primary spoken-content signal for the audio "
+                  "file."_s;
+        QTest::newRow("groq") << u"groq"_s << said << QByteArray("whisper-large-v3-turbo")
+                              << u"Transcript source: Groq speech-to-text\nTranscript:\n"_s + said;
+        QTest::newRow("empty-transcript-names-from-metadata")
+            << u"openai"_s << u" \n"_s << QByteArray("whisper-1") << QString();
+    }
+
+    void audioTranscribedThenNamed()
+    {
+        QFETCH(QString, provider);
+        QFETCH(QString, transcript);
+        QFETCH(QByteArray, model);
+        QFETCH(QString, block);
+
+        Rig rig(provider);
+        rig.peer.answer(Answer);
+        rig.peer.transcribe(transcript);
+        QCOMPARE(rig.analyzeOne(audioRequest(provider)), u"Coffee Receipt"_s);
+        QCOMPARE(rig.peer.received.size(), 2);
+        const ProviderPeer::Request &upload = rig.peer.received.first();
+        QCOMPARE(upload.path, u"/v1/audio/transcriptions"_s);
+        QCOMPARE(upload.header("authorization"), QByteArray("Bearer user-key"));
+        const ProviderPeer::FormPart file = upload.formPart("file");
+        QCOMPARE(file.filename, QByteArray("Voice Memo 12.m4a"));
+        QCOMPARE(file.contentType, QByteArray("audio/mp4"));
+        QCOMPARE(file.data, Audio);
+        QCOMPARE(upload.formPart("model").data, model);
+        QCOMPARE(upload.formPart("response_format").data, QByteArray("json"));
+
+        const ProviderPeer::Request &chat = rig.peer.received.last();
+        QCOMPARE(chat.path, u"/v1/chat/completions"_s);
+        QVERIFY(!chat.body.contains(Audio.toBase64()));
+        const QString prompt = chat.json()[u"messages"_s][0][u"content"_s][0][u"text"_s].toString();
+        QVERIFY2(prompt.contains(u"Filename: Voice Memo 12.m4a"), qPrintable(prompt));
+        QVERIFY2(block.isEmpty() ? !prompt.contains(u"Transcript") : prompt.contains(block), qPrintable(prompt));
+    }
+
+    // A failed transcription fails its own file in the provider's words, and
+    // the batch's other files are still named.
+    void audioTranscriptionFailure_data()
+    {
+        QTest::addColumn<QString>("provider");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QString>("message");
+
+        QTest::newRow("401-openai") << u"openai"_s << 401
+                                    << QByteArray(R"({"error":{"message":"Incorrect API key provided",)"
+                                                  R"("type":"invalid_request_error","code":"invalid_api_key"}})")
+                                    << u"Invalid OpenAI API key. Please double-check and try again."_s;
+        QTest::newRow("413-groq") << u"groq"_s << 413
+                                  << QByteArray(R"({"error":{"message":"Request Entity Too Large",)"
+                                                R"("type":"invalid_request_error"}})")
+                                  << u"Groq rejected this file because the request is too large. Try a smaller file."_s;
+    }
+
+    void audioTranscriptionFailure()
+    {
+        QFETCH(QString, provider);
+        QFETCH(int, status);
+        QFETCH(QByteArray, body);
+        QFETCH(QString, message);
+
+        Rig rig(provider);
+        rig.peer.answer(Answer);
+        rig.peer.failTranscription(status, body);
+        const auto reply = rig.analyze({ audioRequest(provider), ownKeyRequest(provider, u"user-key"_s) });
+        QVERIFY2(reply.ok(), qPrintable(reply.error()));
+        QCOMPARE(reply.value().results.size(), 2);
+        QCOMPARE(reply.value().results.at(0).error, message);
+        QCOMPARE(reply.value().results.at(1).title, u"Coffee Receipt"_s);
+        // The failed file never reaches the chat call.
+        QCOMPARE(rig.peer.received.size(), 2);
     }
 
     // Each file gets its own result in order, and one failure leaves the

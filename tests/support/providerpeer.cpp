@@ -32,7 +32,49 @@ QJsonObject text(const QString &value)
     return { { QStringLiteral("type"), QStringLiteral("text") }, { QStringLiteral("text"), value } };
 }
 
+// A parameter of a header value: `name` in `form-data; name="file"`.
+QByteArray parameter(const QByteArray &value, QByteArrayView name)
+{
+    for (const QByteArray &item : value.split(';')) {
+        const QByteArray trimmed = item.trimmed();
+        if (trimmed.startsWith(name) && trimmed.mid(name.size()).startsWith('='))
+            return trimmed.mid(name.size() + 1).replace('"', QByteArray());
+    }
+    return {};
+}
+
 } // namespace
+
+ProviderPeer::FormPart ProviderPeer::Request::formPart(QByteArrayView name) const
+{
+    const QByteArray delimiter = "\r\n--" + parameter(header("content-type"), "boundary");
+    // Each part runs from the end of one delimiter line to the next delimiter.
+    const QByteArray framed = "\r\n" + body;
+    for (qsizetype from = framed.indexOf(delimiter); from >= 0;) {
+        const qsizetype start = framed.indexOf("\r\n", from + delimiter.size());
+        const qsizetype end = framed.indexOf(delimiter, from + delimiter.size());
+        if (start < 0 || end < 0)
+            break;
+        const QByteArray chunk = framed.mid(start + 2, end - start - 2);
+        const qsizetype split = chunk.indexOf("\r\n\r\n");
+        FormPart part;
+        for (const QByteArray &line : chunk.left(split).split('\n')) {
+            const QByteArray key = line.left(line.indexOf(':')).trimmed().toLower();
+            const QByteArray value = line.mid(line.indexOf(':') + 1).trimmed();
+            if (key == "content-disposition") {
+                part.name = parameter(value, "name");
+                part.filename = parameter(value, "filename");
+            } else if (key == "content-type") {
+                part.contentType = value;
+            }
+        }
+        part.data = chunk.mid(split + 4);
+        if (split >= 0 && part.name == name)
+            return part;
+        from = end;
+    }
+    return {};
+}
 
 QByteArray ProviderPeer::Request::header(QByteArrayView name) const
 {
@@ -75,6 +117,18 @@ void ProviderPeer::fail(int status, const QByteArray &body)
     m_mode = Mode::Fail;
     m_status = status;
     m_failureBody = body;
+}
+
+void ProviderPeer::transcribe(const QString &transcript)
+{
+    m_transcriptStatus = 200;
+    m_transcriptBody = QJsonDocument(QJsonObject { { QStringLiteral("text"), transcript } }).toJson();
+}
+
+void ProviderPeer::failTranscription(int status, const QByteArray &body)
+{
+    m_transcriptStatus = status;
+    m_transcriptBody = body;
 }
 
 void ProviderPeer::dropConnection()
@@ -146,9 +200,14 @@ void ProviderPeer::serve(const QHttpServerRequest &request, QHttpServerResponder
 
     const auto held = std::make_shared<QHttpServerResponder>(std::move(responder));
     const QPointer<QTcpSocket> socket(held->socket());
-    const Mode mode = m_mode;
-    const int status = m_status;
-    const QByteArray body = m_mode == Mode::Fail ? m_failureBody : answerBody(model);
+    Mode mode = m_mode;
+    int status = m_status;
+    QByteArray body = m_mode == Mode::Fail ? m_failureBody : answerBody(model);
+    if (m_dialect == Dialect::ChatCompletions && request.url().path().endsWith(u"/audio/transcriptions")) {
+        mode = m_transcriptStatus == 200 ? Mode::Answer : Mode::Fail;
+        status = m_transcriptStatus;
+        body = m_transcriptBody;
+    }
     m_mostAtOnce = std::max(m_mostAtOnce, ++m_open);
     QTimer::singleShot(m_delay, this, [this, held, socket, mode, status, body] {
         --m_open;

@@ -25,6 +25,15 @@ public:
         OllamaChat,
     };
 
+    // One part of a multipart/form-data body.
+    struct FormPart
+    {
+        QByteArray name;
+        QByteArray filename;
+        QByteArray contentType;
+        QByteArray data;
+    };
+
     struct Request
     {
         QByteArray method;
@@ -35,6 +44,8 @@ public:
         // Case-insensitive; empty when absent.
         QByteArray header(QByteArrayView name) const;
         QJsonObject json() const;
+        // The form field of that name; an empty part when the body has none.
+        FormPart formPart(QByteArrayView name) const;
     };
 
     explicit ProviderPeer(Dialect dialect);
@@ -48,6 +59,11 @@ public:
     void fail(int status, const QByteArray &body);
     // ...or a connection closed without a reply.
     void dropConnection();
+
+    // What calls to the transcription path (chat completions dialect) get:
+    // `{"text": ...}` in a 200 reply, or a status with a body.
+    void transcribe(const QString &transcript);
+    void failTranscription(int status, const QByteArray &body);
 
     // Waits this long before each reply.
     void setDelay(std::chrono::milliseconds delay) { m_delay = delay; }
@@ -75,6 +91,8 @@ private:
     int m_status = 200;
     QString m_text;
     QByteArray m_failureBody;
+    int m_transcriptStatus = 200;
+    QByteArray m_transcriptBody = QByteArrayLiteral(R"({"text":""})");
     std::chrono::milliseconds m_delay { 0 };
     int m_open = 0;
     int m_mostAtOnce = 0;
