@@ -13,9 +13,11 @@
 
 #include "app/airoute.h"
 #include "app/applaunch.h"
+#include "app/consenttexts.h"
 #include "app/hotkeyservice.h"
 #include "app/settingsviewmodel.h"
 #include "gui/alertbox.h"
+#include "gui/consentwindow.h"
 #include "gui/desktophotkeyservice.h"
 #include "gui/presentation.h"
 #include "gui/settingswindow.h"
@@ -59,6 +61,7 @@ GuiApplication::~GuiApplication()
 {
     // The interface binds to the launcher's state, so it goes first.
     m_hotkeys.reset();
+    m_consent.reset();
     m_tray.reset();
     m_window.reset();
     m_welcome.reset();
@@ -110,6 +113,7 @@ void GuiApplication::showPrimary()
     if (!m_window) {
         KeyCustody *custody = m_services.keysProvider ? m_services.keysProvider() : nullptr;
         m_window = std::make_unique<SettingsWindow>(*model, custody, m_hotkeys.get());
+        connect(m_window.get(), &SettingsWindow::consentReviewRequested, this, &GuiApplication::presentConsent);
     }
     m_window->present();
     qCInfo(lcGeneral).noquote() << "Settings window shown";
@@ -237,8 +241,8 @@ void GuiApplication::connectQuickRename()
         model->hotkey().registerHotkey();
 }
 
-// The settings window comes forward with the reason; agreeing happens where
-// the user reads what is sent.
+// The settings window comes forward with the reason, and the user may go on
+// to read what is sent and agree.
 void GuiApplication::askForConsent()
 {
     SettingsViewModel *model = m_launcher->viewModel();
@@ -246,12 +250,29 @@ void GuiApplication::askForConsent()
         return;
     model->setSelectedTab(SettingsTab::Monitor);
     showPrimary();
-    QCoro::connect(showAlert(m_window.get(),
-                             QStringLiteral("AI Processing Disabled"),
-                             QStringLiteral("AI processing is disabled until you review and accept data processing."),
-                             {}),
+    const QString review = tr("Review Consent");
+    QCoro::connect(showAlert(m_window.get(), ConsentTexts::missingTitle(), ConsentTexts::missingMessage(), { review }),
                    this,
-                   [](const QString &) {});
+                   [this, review](const QString &chosen) {
+                       if (chosen == review)
+                           presentConsent();
+                   });
+}
+
+void GuiApplication::presentConsent()
+{
+    if (!m_consent) {
+        m_consent = std::make_unique<ConsentWindow>();
+        connect(m_consent.get(), &ConsentWindow::agreed, this, [this] {
+            SettingsViewModel *model = m_launcher->viewModel();
+            if (!model)
+                return;
+            model->grantAIDataConsent();
+            model->hotkey().registerHotkey();
+            showPrimary();
+        });
+    }
+    m_consent->present();
 }
 
 } // namespace Nomly

@@ -12,6 +12,7 @@ namespace Nomly {
 
 class AIRoute;
 class AppLauncher;
+class ConsentWindow;
 class HotkeyService;
 class SingleInstance;
 class SettingsWindow;
@@ -36,6 +37,8 @@ public:
     SettingsWindow *settingsWindow() const { return m_window.get(); }
 
     WelcomeWindow *welcomeWindow() const { return m_welcome.get(); }
+
+    ConsentWindow *consentWindow() const { return m_consent.get(); }
 
     // Null also where the desktop has no tray.
     TrayIcon *trayIcon() const { return m_tray.get(); }
@@ -67,6 +70,8 @@ private:
     // Gives quick rename its services once the central state exists.
     void connectQuickRename();
     void askForConsent();
+    // What is sent, and the agreement to it.
+    void presentConsent();
 
     AppServices m_services;
     std::unique_ptr<SingleInstance> m_instance;
@@ -77,6 +82,7 @@ private:
     // Built when quick rename first needs it: the backend it may run inside
     // this process is not started for a session that never renames.
     std::unique_ptr<AIRoute> m_aiRoute;
+    std::unique_ptr<ConsentWindow> m_consent;
     std::unique_ptr<HotkeyService> m_hotkeys;
     bool m_quickRenameConnected = false;
 };

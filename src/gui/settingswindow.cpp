@@ -11,6 +11,7 @@
 #include "gui/aisetuptab.h"
 #include "gui/hotkeysettingsbox.h"
 #include "gui/monitortab.h"
+#include "gui/privacysettingsbox.h"
 #include "gui/templatestab.h"
 
 namespace Nomly {
@@ -28,6 +29,9 @@ SettingsWindow::SettingsWindow(SettingsViewModel &model, KeyCustody *custody, Ho
     m_templatesTab = new TemplatesTab(model, this);
     m_aiSetupTab = new AISetupTab(model, custody, this);
     m_aiSetupTab->addSection(new HotkeySettingsBox(model, hotkeys, m_aiSetupTab));
+    auto *privacy = new PrivacySettingsBox(model, m_aiSetupTab);
+    connect(privacy, &PrivacySettingsBox::reviewRequested, this, &SettingsWindow::consentReviewRequested);
+    m_aiSetupTab->addSection(privacy);
     m_aboutTab = new AboutTab(this);
     addTab(m_monitorTab, SettingsTab::Monitor, tr("Monitor"));
     addTab(m_activityTab, SettingsTab::Activity, tr("Activity"));

@@ -54,6 +54,10 @@ public:
     // Shows the window, restored and in front.
     void present();
 
+Q_SIGNALS:
+    // The user wants to read what AI processing sends, and perhaps agree.
+    void consentReviewRequested();
+
 protected:
     void changeEvent(QEvent *event) override;
 

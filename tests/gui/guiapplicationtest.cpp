@@ -14,6 +14,7 @@
 #include "app/applaunch.h"
 #include "app/settingsstore.h"
 #include "app/settingsviewmodel.h"
+#include "gui/consentwindow.h"
 #include "gui/guiapplication.h"
 #include "gui/settingswindow.h"
 #include "gui/welcomewindow.h"
@@ -68,6 +69,27 @@ private slots:
         QVERIFY(again.settingsWindow() && again.settingsWindow()->isVisible());
         QCOMPARE(again.settingsWindow()->windowTitle(), u"Nomly"_s);
         QCOMPARE(again.settingsWindow()->minimumSize(), QSize(780, 640));
+    }
+
+    // Data & Privacy leads to what is sent; agreeing there is what every AI
+    // workflow checks.
+    void consentIsReviewedAndGiven()
+    {
+        m_profile->defaults.setValue(SettingsStore::HasCompletedOnboardingKey, true);
+        GuiApplication gui(m_profile->services());
+        QVERIFY(started(gui));
+        SettingsViewModel *model = gui.launcher().viewModel();
+        QVERIFY(!model->aiDataConsentGranted());
+        auto *action = gui.settingsWindow()->findChild<QPushButton *>(u"consentAction"_s);
+        QVERIFY(action);
+        QCOMPARE(action->text(), u"Review Consent..."_s);
+        action->click();
+        QVERIFY(gui.consentWindow() && gui.consentWindow()->isVisible());
+        gui.consentWindow()->findChild<QPushButton *>(u"agree"_s)->click();
+        QVERIFY(model->aiDataConsentGranted());
+        QVERIFY(!gui.consentWindow()->isVisible());
+        QVERIFY(m_profile->defaults.boolValue(SettingsViewModel::HasAgreedToAIDataProcessingKey));
+        QCOMPARE(action->text(), u"Withdraw Consent..."_s);
     }
 
     void unreadableDatabaseFails_data()

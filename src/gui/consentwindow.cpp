@@ -1,0 +1,60 @@
+#include "gui/consentwindow.h"
+
+#include <QLabel>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QVBoxLayout>
+
+#include "app/consenttexts.h"
+
+namespace Nomly {
+
+ConsentWindow::ConsentWindow(QWidget *parent)
+    : QWidget(parent, Qt::Window)
+{
+    setWindowTitle(QStringLiteral("Nomly"));
+    setMinimumSize(560, 480);
+
+    auto *title = new QLabel(ConsentTexts::title(), this);
+    QFont titleFont = title->font();
+    titleFont.setPointSizeF(titleFont.pointSizeF() * 1.4);
+    titleFont.setBold(true);
+    title->setFont(titleFont);
+    auto *subtitle = new QLabel(ConsentTexts::subtitle(), this);
+
+    auto *sections = new QWidget;
+    auto *sectionsLayout = new QVBoxLayout(sections);
+    for (const QString &text : ConsentTexts::sections()) {
+        auto *section = new QLabel(text, sections);
+        section->setWordWrap(true);
+        sectionsLayout->addWidget(section);
+    }
+    sectionsLayout->addStretch(1);
+    auto *scroll = new QScrollArea(this);
+    scroll->setWidget(sections);
+    scroll->setWidgetResizable(true);
+    scroll->setFrameShape(QFrame::NoFrame);
+
+    auto *agree = new QPushButton(ConsentTexts::agreeAction(), this);
+    agree->setObjectName(QStringLiteral("agree"));
+    agree->setDefault(true);
+    connect(agree, &QPushButton::clicked, this, [this] {
+        hide();
+        emit agreed();
+    });
+
+    auto *layout = new QVBoxLayout(this);
+    layout->addWidget(title);
+    layout->addWidget(subtitle);
+    layout->addWidget(scroll, 1);
+    layout->addWidget(agree, 0, Qt::AlignRight);
+}
+
+void ConsentWindow::present()
+{
+    show();
+    raise();
+    activateWindow();
+}
+
+} // namespace Nomly

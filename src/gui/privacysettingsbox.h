@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QGroupBox>
+
+class QLabel;
+class QPushButton;
+
+namespace Nomly {
+
+class SettingsViewModel;
+
+// Data & Privacy: whether the user has agreed to AI data processing, the way
+// to read what is sent and agree, and the way to withdraw.
+class PrivacySettingsBox final : public QGroupBox
+{
+    Q_OBJECT
+
+public:
+    explicit PrivacySettingsBox(SettingsViewModel &model, QWidget *parent = nullptr);
+
+Q_SIGNALS:
+    // The user wants to read what is sent, and perhaps agree.
+    void reviewRequested();
+
+private:
+    void refresh();
+    void withdraw();
+
+    SettingsViewModel &m_model;
+    QLabel *m_state = nullptr;
+    QPushButton *m_action = nullptr;
+};
+
+} // namespace Nomly
