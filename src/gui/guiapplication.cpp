@@ -26,6 +26,7 @@
 #include "platform/desktopnotifier.h"
 #include "platform/logcategories.h"
 #include "platform/singleinstance.h"
+#include "platform/terminationsignals.h"
 #include "platform/userdefaults.h"
 
 namespace Nomly {
@@ -151,6 +152,26 @@ int GuiApplication::run(const QStringList &files)
         else
             m_launcher->openFiles(received);
     });
+
+    // A logout or `kill` ends the program through its own shutdown; a quick
+    // rename in flight finishes first, so that no renamed file lacks its
+    // record.
+    auto *termination = new TerminationSignals;
+    termination->setParent(this);
+    if (termination->install()) {
+        connect(termination, &TerminationSignals::terminationRequested, this, [this] {
+            SettingsViewModel *model = m_launcher->viewModel();
+            if (!model || !model->hotkey().isHotkeyProcessing()) {
+                QCoreApplication::quit();
+                return;
+            }
+            qCInfo(lcGeneral) << "Ending once the quick rename in progress has finished";
+            connect(&model->hotkey(), &HotkeyViewModel::isHotkeyProcessingChanged, this, [model] {
+                if (!model->hotkey().isHotkeyProcessing())
+                    QCoreApplication::quit();
+            });
+        });
+    }
 
     applyPresentation(m_services.userDefaultsProvider(), this);
     // The tray keeps the process alive with every window closed; without a

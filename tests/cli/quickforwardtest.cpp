@@ -79,8 +79,11 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(records().size(), qsizetype(1), 30000);
         QCOMPARE(records().first().toObject().value(u"source"_s).toString(), u"finderService"_s);
 
+        // SIGTERM ends the desktop through its own shutdown.
         desktop.terminate();
         QVERIFY(desktop.waitForFinished(10000));
+        QCOMPARE(desktop.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(desktop.exitCode(), 0);
         QCOMPARE(ollama.chatRequests().size(), 1);
     }
 };
