@@ -13,6 +13,7 @@
 #include <memory>
 
 #include "cliprocess.h"
+#include "filesystemfixtures.h"
 #include "providerpeer.h"
 
 using namespace Qt::StringLiterals;
@@ -120,9 +121,7 @@ private:
 
     void writeFile(const QString &name, const QByteArray &bytes)
     {
-        QFile file(m_dir->filePath(u"files/"_s + name));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write(bytes), bytes.size());
+        QVERIFY(Nomly::Test::writeFile(m_dir->filePath(u"files/"_s + name), bytes));
     }
 
     std::unique_ptr<QTemporaryDir> m_dir;
