@@ -9,8 +9,6 @@
 #include <QJsonObject>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QTcpServer>
-#include <QTcpSocket>
 #include <QTest>
 #include <QTranslator>
 
@@ -18,6 +16,7 @@
 #include "ai/aimessagelocalizer.h"
 #include "ai/backenderrormessage.h"
 #include "awaited.h"
+#include "loopbackresponder.h"
 
 using namespace Nomly;
 using namespace Nomly::Test;
@@ -42,24 +41,7 @@ void collectLog(QtMsgType, const QMessageLogContext &, const QString &message)
     s_logLines.append(message);
 }
 
-// What the peer does with one request, in the order the requests come.
-struct Step
-{
-    enum class Action
-    {
-        Answer,
-        // Reads the request and loses the connection halfway through the
-        // answer. (Qt itself sends a request again when the connection closes
-        // before any answer, which would hide the client's own retry.)
-        Drop,
-        // Reads the request and never answers.
-        Stall,
-    };
-
-    Action action = Action::Answer;
-    int status = 200;
-    QByteArray body;
-};
+using Step = LoopbackResponder::Step;
 
 Step answer(int status, const QByteArray &body = {})
 {
@@ -68,66 +50,6 @@ Step answer(int status, const QByteArray &body = {})
 
 const Step Drop { Step::Action::Drop, 0, {} };
 const Step Stall { Step::Action::Stall, 0, {} };
-
-// An HTTP/1.1 peer on loopback that plays a script, one step per request; the
-// last step repeats once the script runs out.
-class ScriptedPeer final : public QObject
-{
-public:
-    explicit ScriptedPeer(QList<Step> script)
-        : m_script(std::move(script))
-    {
-        connect(&m_server, &QTcpServer::newConnection, this, [this] {
-            while (QTcpSocket *socket = m_server.nextPendingConnection())
-                connect(socket, &QTcpSocket::readyRead, this, [this, socket] { serve(socket); });
-        });
-        m_server.listen(QHostAddress::LocalHost);
-    }
-
-    QString baseUrl() const { return u"http://127.0.0.1:%1"_s.arg(m_server.serverPort()); }
-
-    QList<QByteArray> heads; // request line and headers, lower-cased
-    QList<QByteArray> bodies;
-
-private:
-    void serve(QTcpSocket *socket)
-    {
-        QByteArray &buffer = m_buffers[socket];
-        buffer += socket->readAll();
-        const qsizetype end = buffer.indexOf("\r\n\r\n");
-        if (end < 0)
-            return;
-        const QByteArray head = buffer.left(end).toLower();
-        const qsizetype at = head.indexOf("content-length:");
-        const qsizetype length = at < 0 ? 0 : head.mid(at + 15).split('\r').value(0).trimmed().toLongLong();
-        if (buffer.size() - end - 4 < length)
-            return;
-        heads.append(head);
-        bodies.append(buffer.mid(end + 4, length));
-        m_buffers.remove(socket);
-
-        const Step step = m_script.value(heads.size() - 1, m_script.last());
-        switch (step.action) {
-        case Step::Action::Answer:
-            socket->write("HTTP/1.1 " + QByteArray::number(step.status) + " Status\r\nContent-Type: application/json"
-                          + "\r\nContent-Length: " + QByteArray::number(step.body.size())
-                          + "\r\nConnection: close\r\n\r\n" + step.body);
-            socket->disconnectFromHost();
-            break;
-        case Step::Action::Drop:
-            socket->write("HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: 4096\r\n\r\n{\"res");
-            socket->flush();
-            socket->abort();
-            break;
-        case Step::Action::Stall:
-            break;
-        }
-    }
-
-    QTcpServer m_server;
-    QList<Step> m_script;
-    QHash<QTcpSocket *, QByteArray> m_buffers;
-};
 
 AnalyzeRequest sampleRequest()
 {
@@ -303,7 +225,7 @@ private slots:
 
     void requestShape()
     {
-        ScriptedPeer peer({ answer(200, GoodReply) });
+        LoopbackResponder peer({ answer(200, GoodReply) });
 
         const Outcome outcome(peer.baseUrl());
 
@@ -311,14 +233,14 @@ private slots:
         QCOMPARE(outcome.result->value().results.size(), 1);
         QCOMPARE(outcome.result->value().results.at(0).title, u"Quarterly Board Report"_s);
         QCOMPARE(outcome.result->value().effectiveProvider, u"gemini"_s);
-        QCOMPARE(peer.heads.size(), 1);
-        const QByteArray head = peer.heads.at(0);
+        QCOMPARE(peer.received.size(), 1);
+        const QByteArray head = peer.received.at(0).head;
         QVERIFY2(head.startsWith("post /functions/v1/analyze http/1.1"), head.constData());
         QVERIFY(head.contains("\r\ncontent-type: application/json"));
         QVERIFY(head.contains("\r\ncache-control: no-store"));
         QVERIFY(head.contains("\r\npragma: no-cache"));
         QVERIFY(head.contains(QByteArray("\r\nauthorization: bearer " + GatewayToken.toLower().toUtf8())));
-        const QJsonDocument body = QJsonDocument::fromJson(peer.bodies.at(0));
+        const QJsonDocument body = QJsonDocument::fromJson(peer.received.at(0).body);
         QVERIFY(body.isArray());
         QCOMPARE(body.array().size(), 1);
         QCOMPARE(body.array().at(0).toObject().value(u"device_secret"_s).toString(), DeviceSecret);
@@ -380,10 +302,10 @@ private slots:
         QFETCH(QString, reason);
         QFETCH(int, minimumMs);
 
-        ScriptedPeer peer(script);
+        LoopbackResponder peer(script);
         const Outcome outcome(peer.baseUrl());
 
-        QVERIFY2(peer.heads.size() == requests, qPrintable(s_logLines.join(u'\n')));
+        QVERIFY2(peer.received.size() == requests, qPrintable(s_logLines.join(u'\n')));
         if (kind < 0) {
             QVERIFY2(outcome.result->ok(), qPrintable(outcome.result->error()));
             QCOMPARE(outcome.result->value().results.size(), 1);
@@ -419,11 +341,11 @@ private slots:
 
     void slowServerIsNotRetried()
     {
-        ScriptedPeer peer({ Stall });
+        LoopbackResponder peer({ Stall });
 
         const Outcome outcome(peer.baseUrl(), 300ms);
 
-        QCOMPARE(peer.heads.size(), 1);
+        QCOMPARE(peer.received.size(), 1);
         QVERIFY(!outcome.result->ok());
         QCOMPARE(outcome.result->failure().kind(), AIServiceError::Kind::Transport);
         QCOMPARE(outcome.result->failure().text(), u"The AI service did not answer in time."_s);

@@ -15,6 +15,12 @@ LoopbackResponder::LoopbackResponder(int answerStatus, const QByteArray &answer)
     m_server.listen(QHostAddress::LocalHost);
 }
 
+LoopbackResponder::LoopbackResponder(QList<Step> script)
+    : LoopbackResponder(200, {})
+{
+    m_script = std::move(script);
+}
+
 QString LoopbackResponder::baseUrl() const
 {
     return QStringLiteral("http://127.0.0.1:%1").arg(m_server.serverPort());
@@ -35,9 +41,23 @@ void LoopbackResponder::serve(QTcpSocket *socket)
     const QList<QByteArray> requestLine = buffer.left(buffer.indexOf("\r\n")).split(' ');
     received.append({ requestLine.value(0), requestLine.value(1), head, buffer.mid(end + 4, length) });
     m_buffers.remove(socket);
-    socket->write("HTTP/1.1 " + QByteArray::number(status) + " S\r\nContent-Length: " + QByteArray::number(reply.size())
-                  + "\r\nConnection: close\r\n\r\n" + reply);
-    socket->disconnectFromHost();
+    const Step step = m_script.isEmpty() ? Step { Step::Action::Answer, status, reply }
+                                         : m_script.value(received.size() - 1, m_script.last());
+    switch (step.action) {
+    case Step::Action::Answer:
+        socket->write("HTTP/1.1 " + QByteArray::number(step.status)
+                      + " S\r\nContent-Type: application/json\r\nContent-Length: "
+                      + QByteArray::number(step.body.size()) + "\r\nConnection: close\r\n\r\n" + step.body);
+        socket->disconnectFromHost();
+        break;
+    case Step::Action::Drop:
+        socket->write("HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: 4096\r\n\r\n{\"res");
+        socket->flush();
+        socket->abort();
+        break;
+    case Step::Action::Stall:
+        break;
+    }
 }
 
 } // namespace Nomly::Test

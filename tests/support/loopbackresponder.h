@@ -12,10 +12,29 @@ class QTcpSocket;
 namespace Nomly::Test {
 
 // A minimal HTTP/1.1 server on loopback: records each request and answers it
-// with one status and body, which a test may change between requests.
+// with one status and body, which a test may change between requests, or
+// plays a script of steps, one per request, the last repeating.
 class LoopbackResponder final : public QObject
 {
 public:
+    struct Step
+    {
+        enum class Action
+        {
+            Answer,
+            // Reads the request and loses the connection halfway through the
+            // answer. (Qt itself sends a request again when the connection
+            // closes before any answer, which would hide a client's retry.)
+            Drop,
+            // Reads the request and never answers.
+            Stall,
+        };
+
+        Action action = Action::Answer;
+        int status = 200;
+        QByteArray body;
+    };
+
     struct Request
     {
         QByteArray method;
@@ -25,6 +44,7 @@ public:
     };
 
     LoopbackResponder(int status, const QByteArray &reply);
+    explicit LoopbackResponder(QList<Step> script);
 
     QString baseUrl() const;
 
@@ -33,6 +53,7 @@ public:
     QList<Request> received;
 
 private:
+    QList<Step> m_script;
     void serve(QTcpSocket *socket);
 
     QTcpServer m_server;
