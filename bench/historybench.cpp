@@ -36,7 +36,8 @@ ProcessedFile sampleRecord(int n)
     file.aiProvider = QStringLiteral("gemini");
     file.processedAt = QStringLiteral("2024-01-01T00:00:00Z");
     file.contentHash = QString::number(n, 16).rightJustified(64, QLatin1Char('0'));
-    file.metadataSnapshot = ProcessedFileMetadataSnapshot { { QStringLiteral("Work") }, std::nullopt, std::nullopt };
+    file.metadataSnapshot
+        = ProcessedFileMetadataSnapshot { { QStringLiteral("Work") }, std::nullopt, std::nullopt, {}, {}, {} };
     return file;
 }
 

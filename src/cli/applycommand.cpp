@@ -95,7 +95,7 @@ ExitStatus runApplyCommand(const QStringList &arguments)
     }
     const EffectiveAnalysisSettings settings = writeOptions.applied(parser, std::move(*resolved));
     ProcessAnalyzedFileUseCase useCase(profile->database(), profile->undoIgnore());
-    WriteOptions::bind(useCase, *profile, settings);
+    WriteOptions::bind(useCase, settings);
     const ImageAnalysis analysis
         = imageAnalysis(*given, parser.value(descriptionOption), splitTags(parser.value(tagsOption)));
 

@@ -70,7 +70,7 @@ ExitStatus runRenameCommand(const QStringList &arguments)
         return status;
 
     ProcessAnalyzedFileUseCase useCase(profile->database(), profile->undoIgnore());
-    WriteOptions::bind(useCase, *profile, settings);
+    WriteOptions::bind(useCase, settings);
     const QString provider = result->effectiveProvider.value_or(options->usesLocalAI() ? QStringLiteral("ollama")
                                                                                        : QStringLiteral("hosted"));
     bool anyFailed = false;

@@ -1,6 +1,5 @@
 #include "cli/writeoptions.h"
 
-#include "cli/cliprofile.h"
 #include "workflows/processanalyzedfileusecase.h"
 
 namespace Nomly {
@@ -22,14 +21,13 @@ EffectiveAnalysisSettings WriteOptions::applied(const QCommandLineParser &parser
     return settings;
 }
 
-void WriteOptions::bind(ProcessAnalyzedFileUseCase &useCase,
-                        CliProfile &profile,
-                        const EffectiveAnalysisSettings &settings)
+void WriteOptions::bind(ProcessAnalyzedFileUseCase &useCase, const EffectiveAnalysisSettings &settings)
 {
-    ActivityViewModel &activity = profile.activity();
     useCase.setDependencies({
         [settings](const QString &, ProcessedFileSource) { return settings; },
-        [&activity](const ProcessedFile &record) { activity.addActivityFile(record); },
+        // The command line shows no activity list; each record is printed
+        // as it is stored.
+        [](const ProcessedFile &) {},
     });
 }
 

@@ -7,7 +7,6 @@
 
 namespace Nomly {
 
-class CliProfile;
 class ProcessAnalyzedFileUseCase;
 
 // The options that turn metadata writing on for one call, --write-tags and
@@ -22,11 +21,8 @@ public:
     // have it on already.
     EffectiveAnalysisSettings applied(const QCommandLineParser &parser, EffectiveAnalysisSettings settings) const;
 
-    // Every file of the call renames under `settings`, and each record goes
-    // to the profile's activity.
-    static void bind(ProcessAnalyzedFileUseCase &useCase,
-                     CliProfile &profile,
-                     const EffectiveAnalysisSettings &settings);
+    // Every file of the call renames under `settings`.
+    static void bind(ProcessAnalyzedFileUseCase &useCase, const EffectiveAnalysisSettings &settings);
 
 private:
     QCommandLineOption m_writeTags;

@@ -7,8 +7,10 @@
 #include <qcoro/qcorofuture.h>
 
 #include "history/database.h"
+#include "history/filehashservice.h"
 #include "history/metadataservice.h"
 #include "history/undoignoreservice.h"
+#include "platform/fileidentity.h"
 #include "platform/filemover.h"
 #include "platform/logcategories.h"
 
@@ -38,6 +40,23 @@ UndoOutcome failed(const QString &message)
     return UndoOutcome { UndoOutcome::Kind::Failed, message };
 }
 
+// Undo moves back only the file it renamed: a file that took the name
+// since (the renamed one moved away by hand, another renamed into its place)
+// must never be moved, or it would take the old name's content. The stored
+// identity answers at once; the content hash also finds the file when the
+// identity changed without its content (a copy back from elsewhere). Records
+// older than both can only trust the name.
+bool isTheRenamedFile(const ProcessedFile &record)
+{
+    if (!isRegularFile(record.newPath))
+        return false;
+    if (record.fileIdentity && FileIdentity::of(record.newPath) == record.fileIdentity)
+        return true;
+    if (record.contentHash)
+        return FileHashService::hash(record.newPath) == record.contentHash;
+    return !record.fileIdentity;
+}
+
 // The file side of an undo and the record's update, off the main thread.
 UndoOutcome undoOnDisk(Database &database, UndoIgnoreService &undoIgnore, const ProcessedFile &record)
 {
@@ -48,7 +67,13 @@ UndoOutcome undoOnDisk(Database &database, UndoIgnoreService &undoIgnore, const 
             return failed(marked.error());
         return UndoOutcome { UndoOutcome::Kind::FileMissing, {} };
     }
-    // A rename to the same name moved nothing, so there is nothing to move back.
+    if (!isTheRenamedFile(record)) {
+        return failed(QStringLiteral("\"%1\" is not the file Nomly renamed: it was replaced or changed since. It was "
+                                     "left where it is, and the record is kept")
+                          .arg(record.newPath));
+    }
+    // A rename to the same name moved nothing, so there is nothing to move
+    // back; its metadata is still restored.
     if (record.originalPath != record.newPath) {
         if (pathTaken(record.originalPath))
             return UndoOutcome { UndoOutcome::Kind::OriginalOccupied, {} };
@@ -59,12 +84,11 @@ UndoOutcome undoOnDisk(Database &database, UndoIgnoreService &undoIgnore, const 
             undoIgnore.ignoreHash(*record.contentHash, false);
         if (const auto moved = FileMover::move(record.newPath, record.originalPath); !moved)
             return failed(moved.error());
-        if (record.metadataSnapshot) {
-            if (const auto restored = MetadataService::restore(record.originalPath, *record.metadataSnapshot);
-                !restored) {
-                qCCritical(lcProcessing).noquote() << "Undo restored filename but failed to restore metadata for"
-                                                   << record.originalPath + QStringLiteral(": ") + restored.error();
-            }
+    }
+    if (record.metadataSnapshot) {
+        if (const auto restored = MetadataService::restore(record.originalPath, *record.metadataSnapshot); !restored) {
+            qCCritical(lcProcessing).noquote() << "Undo restored filename but failed to restore metadata for"
+                                               << record.originalPath + QStringLiteral(": ") + restored.error();
         }
     }
     if (const auto marked = database.markUndone(*record.id); !marked)
@@ -166,9 +190,13 @@ void ActivityViewModel::addActivityFile(const ProcessedFile &record)
     });
     if (known)
         return;
-    QList<ProcessedFile> files = m_activityFiles;
-    files.prepend(record);
-    setActivityFiles(std::move(files));
+    // In place and bounded: a long run of renames must cost the same for
+    // each file, and the window shows the newest records only; older ones
+    // come back by paging.
+    m_activityFiles.prepend(record);
+    if (m_activityFiles.size() > MaxLoadedRecords)
+        m_activityFiles.resize(MaxLoadedRecords);
+    Q_EMIT activityFilesChanged();
     setActivityTotalCount(m_activityTotalCount + 1);
     notifyStatsAffectingChange();
 }

@@ -5,6 +5,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMutexLocker>
+#include <array>
 
 #include <sqlite3.h>
 
@@ -12,6 +13,7 @@
 #include "history/processedfilemetadatasnapshotjson.h"
 #include "history/sqlitestatement_p.h"
 #include "platform/logcategories.h"
+#include "platform/processmark.h"
 #include "settings/analysissettingsjson.h"
 #include "settings/settingsjson.h"
 
@@ -84,6 +86,10 @@ struct ProcessedFileColumns
         , isUndone(statement.columnIndex("is_undone"))
         , source(statement.columnIndex("source"))
         , metadataSnapshot(statement.columnIndex("metadata_snapshot"))
+        , fileDevice(statement.columnIndex("file_device"))
+        , fileInode(statement.columnIndex("file_inode"))
+        , fileSize(statement.columnIndex("file_size"))
+        , fileModifiedNs(statement.columnIndex("file_modified_ns"))
     {}
 
     int id;
@@ -100,7 +106,23 @@ struct ProcessedFileColumns
     int isUndone;
     int source;
     int metadataSnapshot;
+    int fileDevice;
+    int fileInode;
+    int fileSize;
+    int fileModifiedNs;
 };
+
+std::optional<FileIdentity> readFileIdentity(
+    const SqliteStatement &row, int device, int inode, int size, int modifiedNs)
+{
+    for (const int column : { device, inode, size, modifiedNs }) {
+        if (column < 0 || row.isNull(column))
+            return std::nullopt;
+    }
+    return FileIdentity {
+        quint64(row.integer(device)), quint64(row.integer(inode)), row.integer(size), row.integer(modifiedNs)
+    };
+}
 
 ProcessedFile readProcessedFile(const SqliteStatement &row, const ProcessedFileColumns &column)
 {
@@ -127,6 +149,8 @@ ProcessedFile readProcessedFile(const SqliteStatement &row, const ProcessedFileC
             qCWarning(lcDatabase, "Failed to decode metadata snapshot: %s", qUtf8Printable(error));
     }
     file.source = processedFileSourceFromRaw(row.text(column.source));
+    file.fileIdentity
+        = readFileIdentity(row, column.fileDevice, column.fileInode, column.fileSize, column.fileModifiedNs);
     return file;
 }
 
@@ -213,6 +237,108 @@ Result<QList<QPair<QString, qint64>>> queryGroupCounts(sqlite3 *connection,
     return counts;
 }
 
+// One activity row; pending, under `owner`, when an owner is given. The
+// statistics event is the caller's: a pending row gets it at confirmation.
+Result<qint64> insertRow(sqlite3 *connection, const ProcessedFile &record, const std::optional<QString> &owner)
+{
+    std::optional<QString> snapshot;
+    if (record.metadataSnapshot)
+        snapshot = QString::fromUtf8(compactJson(toJson(*record.metadataSnapshot)));
+    const std::optional<FileIdentity> &identity = record.fileIdentity;
+    SqliteStatement insert(connection,
+                           "INSERT INTO processed_files \n"
+                           "(original_path, new_path, original_name, new_name, title, description, tags, "
+                           "ai_provider, processed_at, content_hash, is_undone, source, metadata_snapshot, pending, "
+                           "pending_owner, file_device, file_inode, file_size, file_modified_ns)\n"
+                           "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+    insert.bind(record.originalPath)
+        .bind(record.newPath)
+        .bind(record.originalName)
+        .bind(record.newName)
+        .bind(record.title)
+        .bind(record.description)
+        .bind(record.tags)
+        .bind(record.aiProvider)
+        .bind(record.processedAt)
+        .bind(record.contentHash)
+        .bind(qint64(record.isUndone ? 1 : 0))
+        .bind(rawValue(record.source))
+        .bind(snapshot)
+        .bind(qint64(owner ? 1 : 0))
+        .bind(owner)
+        .bind(identity ? std::optional<qint64>(qint64(identity->device)) : std::nullopt)
+        .bind(identity ? std::optional<qint64>(qint64(identity->inode)) : std::nullopt)
+        .bind(identity ? std::optional<qint64>(identity->size) : std::nullopt)
+        .bind(identity ? std::optional<qint64>(identity->modifiedNs) : std::nullopt);
+    if (Result<> inserted = insert.execute(); !inserted)
+        return inserted.failure();
+    return qint64(sqlite3_last_insert_rowid(connection));
+}
+
+// Makes a pending row a done one and counts it for statistics. A row that is
+// no longer pending (withdrawn by a reconciliation) fails: its file must not
+// stay renamed on the strength of a record that is gone.
+Result<> confirmRow(sqlite3 *connection, qint64 id)
+{
+    SqliteStatement select(connection,
+                           "SELECT processed_at, source, new_path FROM processed_files WHERE id = ? AND pending = 1");
+    select.bind(id);
+    std::optional<std::array<QString, 3>> row;
+    if (Result<> read = select.forEachRow([&] {
+            row = std::array<QString, 3> { select.text(0), select.text(1), select.text(2) };
+        });
+        !read)
+        return read;
+    if (!row)
+        return Failure { QStringLiteral("The pending record %1 no longer exists").arg(id) };
+    SqliteStatement update(connection, "UPDATE processed_files SET pending = 0, pending_owner = NULL WHERE id = ?");
+    update.bind(id);
+    if (Result<> updated = update.execute(); !updated)
+        return updated;
+    return appendRenameEvent(connection, id, row->at(0), row->at(1), row->at(2));
+}
+
+struct PendingRow
+{
+    qint64 id = 0;
+    QString originalPath;
+    QString newPath;
+    std::optional<FileIdentity> identity;
+};
+
+// Pending rows whose process has ended are settled by what the disk shows:
+// the file at the new path confirms the rename, the file still at the old
+// path (or nowhere) withdraws it. Rows of running processes are theirs.
+Result<int> reconcilePending(sqlite3 *connection)
+{
+    SqliteStatement select(connection,
+                           "SELECT id, original_path, new_path, pending_owner, file_device, file_inode, file_size, "
+                           "file_modified_ns FROM processed_files WHERE pending = 1");
+    QList<PendingRow> rows;
+    const Result<> read = select.forEachRow([&] {
+        if (!select.isNull(3) && ProcessMark::isRunning(select.text(3)))
+            return;
+        rows.append({ select.integer(0), select.text(1), select.text(2), readFileIdentity(select, 4, 5, 6, 7) });
+    });
+    if (!read)
+        return read.failure();
+    for (const PendingRow &row : rows) {
+        const bool moved = row.identity && FileIdentity::of(row.newPath) == row.identity;
+        if (moved) {
+            if (Result<> confirmed = confirmRow(connection, row.id); !confirmed)
+                return confirmed.failure();
+            qCInfo(lcDatabase).noquote() << "Confirmed the interrupted rename to" << row.newPath;
+            continue;
+        }
+        SqliteStatement remove(connection, "DELETE FROM processed_files WHERE id = ?");
+        remove.bind(row.id);
+        if (Result<> removed = remove.execute(); !removed)
+            return removed.failure();
+        qCInfo(lcDatabase).noquote() << "Withdrew the interrupted rename of" << row.originalPath;
+    }
+    return int(rows.size());
+}
+
 } // namespace
 
 Database::Database(QString filePath)
@@ -252,44 +378,50 @@ Result<std::unique_ptr<Database>> Database::open(const QString &directory)
         ready = inWriteTransaction(connection, [&] { return upgradeSchema(connection); });
     if (!ready)
         return openFailure(database->m_filePath, ready.failure());
+    // Renames that a crash left between their move and their confirmation.
+    // A failure here keeps them pending for the next open and stops nothing.
+    if (const Result<int> settled = database->reconcilePendingProcessedFiles(); !settled)
+        qCWarning(lcDatabase).noquote() << "Could not settle interrupted renames:" << settled.error();
     return Result<std::unique_ptr<Database>>(std::move(database));
 }
 
 Result<qint64> Database::insertProcessedFile(const ProcessedFile &record)
 {
-    std::optional<QString> snapshot;
-    if (record.metadataSnapshot)
-        snapshot = QString::fromUtf8(compactJson(toJson(*record.metadataSnapshot)));
-    const QString source = rawValue(record.source);
-
     QMutexLocker locker(&m_mutex);
     return inWriteTransaction(m_connection, [&]() -> Result<qint64> {
-        SqliteStatement insert(m_connection,
-                               "INSERT INTO processed_files \n"
-                               "(original_path, new_path, original_name, new_name, title, description, tags, "
-                               "ai_provider, processed_at, content_hash, is_undone, source, metadata_snapshot)\n"
-                               "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
-        insert.bind(record.originalPath)
-            .bind(record.newPath)
-            .bind(record.originalName)
-            .bind(record.newName)
-            .bind(record.title)
-            .bind(record.description)
-            .bind(record.tags)
-            .bind(record.aiProvider)
-            .bind(record.processedAt)
-            .bind(record.contentHash)
-            .bind(qint64(record.isUndone ? 1 : 0))
-            .bind(source)
-            .bind(snapshot);
-        if (Result<> inserted = insert.execute(); !inserted)
-            return inserted.failure();
-        const qint64 id = sqlite3_last_insert_rowid(m_connection);
-        if (Result<> appended = appendRenameEvent(m_connection, id, record.processedAt, source, record.newPath);
+        const Result<qint64> id = insertRow(m_connection, record, std::nullopt);
+        if (!id)
+            return id;
+        if (Result<> appended
+            = appendRenameEvent(m_connection, id.value(), record.processedAt, rawValue(record.source), record.newPath);
             !appended)
             return appended.failure();
         return id;
     });
+}
+
+Result<qint64> Database::insertPendingProcessedFile(const ProcessedFile &record)
+{
+    QMutexLocker locker(&m_mutex);
+    return inWriteTransaction(m_connection, [&] { return insertRow(m_connection, record, ProcessMark::current()); });
+}
+
+Result<> Database::confirmProcessedFile(qint64 id)
+{
+    QMutexLocker locker(&m_mutex);
+    return inWriteTransaction(m_connection, [&] { return confirmRow(m_connection, id); });
+}
+
+Result<> Database::withdrawPendingProcessedFile(qint64 id)
+{
+    QMutexLocker locker(&m_mutex);
+    return executeWrite(m_connection, "DELETE FROM processed_files WHERE id = ? AND pending = 1", id);
+}
+
+Result<int> Database::reconcilePendingProcessedFiles()
+{
+    QMutexLocker locker(&m_mutex);
+    return inWriteTransaction(m_connection, [&] { return reconcilePending(m_connection); });
 }
 
 Result<QList<ProcessedFile>> Database::fetchActiveProcessedFiles(int limit,
@@ -297,9 +429,10 @@ Result<QList<ProcessedFile>> Database::fetchActiveProcessedFiles(int limit,
                                                                  std::optional<ProcessedFileSource> source)
 {
     QByteArray sql = "SELECT id, original_path, new_path, original_name, new_name, title, description, tags, "
-                     "ai_provider, processed_at, content_hash, is_undone, source, metadata_snapshot\n"
+                     "ai_provider, processed_at, content_hash, is_undone, source, metadata_snapshot, file_device, "
+                     "file_inode, file_size, file_modified_ns\n"
                      "FROM processed_files\n"
-                     "WHERE is_undone = 0";
+                     "WHERE is_undone = 0 AND pending = 0";
     if (source)
         sql += " AND source = ?";
     // Times have whole seconds; the id keeps renames of one second newest
@@ -318,7 +451,7 @@ Result<QList<ProcessedFile>> Database::fetchActiveProcessedFiles(int limit,
 Result<QList<ProcessedFile>> Database::fetchProcessedFiles(bool includeUndone,
                                                            std::optional<ProcessedFileSource> source)
 {
-    QByteArray sql = "SELECT * FROM processed_files WHERE 1=1";
+    QByteArray sql = "SELECT * FROM processed_files WHERE pending = 0";
     if (!includeUndone)
         sql += " AND is_undone = 0";
     if (source)
@@ -336,16 +469,17 @@ Result<qint64> Database::countActiveProcessedFiles(std::optional<ProcessedFileSo
 {
     QMutexLocker locker(&m_mutex);
     if (source) {
-        return queryCount(
-            m_connection, "SELECT COUNT(*) FROM processed_files WHERE is_undone = 0 AND source = ?", rawValue(*source));
+        return queryCount(m_connection,
+                          "SELECT COUNT(*) FROM processed_files WHERE is_undone = 0 AND pending = 0 AND source = ?",
+                          rawValue(*source));
     }
-    return queryCount(m_connection, "SELECT COUNT(*) FROM processed_files WHERE is_undone = 0");
+    return queryCount(m_connection, "SELECT COUNT(*) FROM processed_files WHERE is_undone = 0 AND pending = 0");
 }
 
 Result<> Database::markUndone(qint64 id)
 {
     QMutexLocker locker(&m_mutex);
-    return executeWrite(m_connection, "UPDATE processed_files SET is_undone = 1 WHERE id = ?", id);
+    return executeWrite(m_connection, "UPDATE processed_files SET is_undone = 1 WHERE id = ? AND pending = 0", id);
 }
 
 Result<> Database::deleteProcessedFile(qint64 id)
@@ -366,7 +500,7 @@ Result<bool> Database::isPathProcessed(const QString &path)
     const Result<qint64> count = queryCount(m_connection,
                                             "SELECT COUNT(*) FROM processed_files \n"
                                             "WHERE new_path = ?\n"
-                                            "AND is_undone = 0",
+                                            "AND is_undone = 0 AND pending = 0",
                                             path);
     if (!count)
         return count.failure();
@@ -379,7 +513,7 @@ Result<bool> Database::isHashProcessed(const QString &hash)
     const Result<qint64> count = queryCount(m_connection,
                                             "SELECT COUNT(*) FROM processed_files\n"
                                             "WHERE content_hash = ?\n"
-                                            "AND is_undone = 0",
+                                            "AND is_undone = 0 AND pending = 0",
                                             hash);
     if (!count)
         return count.failure();

@@ -58,6 +58,17 @@ public:
     // Activity. Inserting also appends the rename event for statistics, in
     // the same transaction.
     Result<qint64> insertProcessedFile(const ProcessedFile &record);
+
+    // The rename journal. A record is written pending, with the identity of
+    // the file, before the file moves; confirming it after the move makes it
+    // a done record with its statistics event, in one transaction; a failed
+    // move withdraws it. Pending records are never listed, counted or
+    // undone. Opening the database settles those whose process has ended.
+    Result<qint64> insertPendingProcessedFile(const ProcessedFile &record);
+    Result<> confirmProcessedFile(qint64 id);
+    Result<> withdrawPendingProcessedFile(qint64 id);
+    // How many were settled.
+    Result<int> reconcilePendingProcessedFiles();
     Result<QList<ProcessedFile>> fetchActiveProcessedFiles(int limit,
                                                            int offset,
                                                            std::optional<ProcessedFileSource> source = std::nullopt);

@@ -34,6 +34,26 @@ constexpr AddedColumn ProcessedFilesAddedColumns[] = {
     { "metadata_snapshot",
       "ALTER TABLE processed_files ADD COLUMN metadata_snapshot TEXT",
       "Database migration: Added metadata_snapshot column" },
+    // The rename journal: a record is written pending before its file moves
+    // and confirmed after, with the identity of the file it moves.
+    { "pending",
+      "ALTER TABLE processed_files ADD COLUMN pending INTEGER NOT NULL DEFAULT 0",
+      "Database migration: Added pending column" },
+    { "pending_owner",
+      "ALTER TABLE processed_files ADD COLUMN pending_owner TEXT",
+      "Database migration: Added pending_owner column" },
+    { "file_device",
+      "ALTER TABLE processed_files ADD COLUMN file_device INTEGER",
+      "Database migration: Added file_device column" },
+    { "file_inode",
+      "ALTER TABLE processed_files ADD COLUMN file_inode INTEGER",
+      "Database migration: Added file_inode column" },
+    { "file_size",
+      "ALTER TABLE processed_files ADD COLUMN file_size INTEGER",
+      "Database migration: Added file_size column" },
+    { "file_modified_ns",
+      "ALTER TABLE processed_files ADD COLUMN file_modified_ns INTEGER",
+      "Database migration: Added file_modified_ns column" },
 };
 
 // `description` is left out of the presets table's create statement, so a new
@@ -72,7 +92,13 @@ constexpr const char *CreateProcessedFiles = "CREATE TABLE IF NOT EXISTS process
                                              "    content_hash TEXT,\n"
                                              "    is_undone INTEGER NOT NULL DEFAULT 0,\n"
                                              "    source TEXT NOT NULL DEFAULT 'watcher',\n"
-                                             "    metadata_snapshot TEXT\n"
+                                             "    metadata_snapshot TEXT,\n"
+                                             "    pending INTEGER NOT NULL DEFAULT 0,\n"
+                                             "    pending_owner TEXT,\n"
+                                             "    file_device INTEGER,\n"
+                                             "    file_inode INTEGER,\n"
+                                             "    file_size INTEGER,\n"
+                                             "    file_modified_ns INTEGER\n"
                                              ")";
 
 constexpr const char *ProcessedFilesIndexes[] = {
@@ -88,6 +114,9 @@ constexpr const char *ProcessedFilesIndexes[] = {
     "CREATE INDEX IF NOT EXISTS idx_processed_files_active_new_path\n"
     "ON processed_files(new_path)\n"
     "WHERE is_undone = 0",
+    "CREATE INDEX IF NOT EXISTS idx_processed_files_pending\n"
+    "ON processed_files(id)\n"
+    "WHERE pending = 1",
 };
 
 constexpr const char *CreateRenameStatisticsEvents = "CREATE TABLE IF NOT EXISTS rename_statistics_events (\n"
@@ -176,7 +205,7 @@ Result<> backfillRenameEvents(sqlite3 *connection)
     SqliteStatement select(connection,
                            "SELECT id, processed_at, source, new_path\n"
                            "FROM processed_files\n"
-                           "WHERE NOT EXISTS (\n"
+                           "WHERE pending = 0 AND NOT EXISTS (\n"
                            "    SELECT 1\n"
                            "    FROM rename_statistics_events\n"
                            "    WHERE rename_statistics_events.processed_file_id = processed_files.id\n"

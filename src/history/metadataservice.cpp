@@ -1,7 +1,6 @@
 #include "history/metadataservice.h"
 
 #include <QStringDecoder>
-#include <cerrno>
 
 #include "platform/extendedattributes.h"
 
@@ -27,6 +26,17 @@ std::optional<QString> decodeUtf8(const QByteArray &bytes)
     if (decoder.hasError())
         return std::nullopt;
     return text;
+}
+
+QStringList tagsFromBytes(const QByteArray &bytes)
+{
+    const QString text = decodeUtf8(bytes).value_or(QString::fromLatin1(bytes));
+    QStringList tags;
+    for (const QString &tag : text.split(u',')) {
+        if (const QString trimmed = tag.trimmed(); !trimmed.isEmpty())
+            tags.append(trimmed);
+    }
+    return tags;
 }
 
 } // namespace
@@ -58,15 +68,7 @@ Result<QStringList> MetadataService::readTags(const QString &path)
     const auto bytes = ExtendedAttributes::read(path, TagsAttribute);
     if (!bytes)
         return bytes.failure();
-    QStringList tags;
-    if (!bytes.value())
-        return tags;
-    const QString text = decodeUtf8(*bytes.value()).value_or(QString::fromLatin1(*bytes.value()));
-    for (const QString &tag : text.split(u',')) {
-        if (const QString trimmed = tag.trimmed(); !trimmed.isEmpty())
-            tags.append(trimmed);
-    }
-    return tags;
+    return bytes.value() ? tagsFromBytes(*bytes.value()) : QStringList();
 }
 
 Result<std::optional<QString>> MetadataService::readAttribute(const QString &path, const QString &key)
@@ -82,37 +84,59 @@ Result<std::optional<QString>> MetadataService::readAttribute(const QString &pat
 Result<ProcessedFileMetadataSnapshot> MetadataService::snapshot(const QString &path)
 {
     ProcessedFileMetadataSnapshot snapshot;
-    auto tags = readTags(path);
+    const auto tags = ExtendedAttributes::read(path, TagsAttribute);
     if (!tags)
         return tags.failure();
-    snapshot.finderTags = std::move(tags).value();
+    if (const auto &bytes = tags.value()) {
+        snapshot.finderTags = tagsFromBytes(*bytes);
+        if (bytes->isEmpty() || snapshot.finderTags.join(u',').toUtf8() != *bytes)
+            snapshot.finderTagsBytes = *bytes;
+    }
 
     const auto comment = ExtendedAttributes::read(path, CommentAttribute);
     if (!comment)
         return comment.failure();
-    if (comment.value()) {
-        snapshot.spotlightComment = decodeUtf8(*comment.value());
+    if (const auto &bytes = comment.value()) {
+        snapshot.spotlightComment = decodeUtf8(*bytes);
         if (!snapshot.spotlightComment)
-            return Failure { QStringLiteral("The comment of \"%1\" is not UTF-8 text").arg(path), EILSEQ };
+            snapshot.spotlightCommentBytes = *bytes;
     }
 
-    auto title = readAttribute(path, TitleKey);
+    const auto title = ExtendedAttributes::read(path, ownAttribute(TitleKey));
     if (!title)
         return title.failure();
-    snapshot.nomlyTitle = std::move(title).value();
+    if (const auto &bytes = title.value()) {
+        snapshot.nomlyTitle = decodeUtf8(*bytes);
+        if (!snapshot.nomlyTitle)
+            snapshot.nomlyTitleBytes = *bytes;
+    }
     return snapshot;
 }
 
 Result<> MetadataService::restore(const QString &path, const ProcessedFileMetadataSnapshot &snapshot)
 {
-    if (auto result = writeTags(path, snapshot.finderTags); !result)
+    // Bytes kept as they were win over the text forms; an attribute with
+    // neither was absent and is removed.
+    const auto put = [&path](const QByteArray &name,
+                             const std::optional<QByteArray> &bytes,
+                             const std::optional<QByteArray> &text) -> Result<> {
+        if (bytes)
+            return ExtendedAttributes::write(path, name, *bytes);
+        if (text)
+            return ExtendedAttributes::write(path, name, *text);
+        return ExtendedAttributes::remove(path, name);
+    };
+    const auto utf8 = [](const std::optional<QString> &text) {
+        return text ? std::optional<QByteArray>(text->toUtf8()) : std::nullopt;
+    };
+    const std::optional<QByteArray> tags = snapshot.finderTags.isEmpty()
+        ? std::nullopt
+        : std::optional<QByteArray>(snapshot.finderTags.join(u',').toUtf8());
+    if (auto result = put(TagsAttribute, snapshot.finderTagsBytes, tags); !result)
         return result;
-    auto comment = snapshot.spotlightComment ? writeComment(path, *snapshot.spotlightComment)
-                                             : removeAttribute(path, CommentAttribute);
-    if (!comment)
-        return comment;
-    return snapshot.nomlyTitle ? writeAttribute(path, TitleKey, *snapshot.nomlyTitle)
-                               : removeAttribute(path, ownAttribute(TitleKey));
+    if (auto result = put(CommentAttribute, snapshot.spotlightCommentBytes, utf8(snapshot.spotlightComment)); !result)
+        return result;
+    return put(ownAttribute(TitleKey), snapshot.nomlyTitleBytes, utf8(snapshot.nomlyTitle));
 }
 
 } // namespace Nomly

@@ -30,8 +30,8 @@ public:
     // None when absent or not UTF-8.
     static Result<std::optional<QString>> readAttribute(const QString &path, const QString &key);
 
-    // A comment that is not UTF-8 fails the snapshot: restoring a guess
-    // would damage it.
+    // Attributes whose bytes the text forms would not give back exactly are
+    // kept as bytes too, so that a restore returns them unchanged.
     static Result<ProcessedFileMetadataSnapshot> snapshot(const QString &path);
     // Puts a snapshot back; the first failure stops the rest.
     static Result<> restore(const QString &path, const ProcessedFileMetadataSnapshot &snapshot);

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "history/processedfilemetadatasnapshot.h"
+#include "platform/fileidentity.h"
 
 namespace Nomly {
 
@@ -38,6 +39,9 @@ struct ProcessedFile
     bool isUndone = false;
     std::optional<ProcessedFileMetadataSnapshot> metadataSnapshot;
     ProcessedFileSource source = ProcessedFileSource::Watcher;
+    // The renamed file as it stood at the move; undo moves back only this
+    // file. Absent in records older than the journal.
+    std::optional<FileIdentity> fileIdentity;
 
     bool operator==(const ProcessedFile &) const = default;
 };

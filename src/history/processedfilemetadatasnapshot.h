@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 #include <optional>
@@ -14,6 +15,12 @@ struct ProcessedFileMetadataSnapshot
     QStringList finderTags;
     std::optional<QString> spotlightComment;
     std::optional<QString> nomlyTitle;
+    // An attribute's bytes as they were, where the text above would not give
+    // them back exactly (bytes that are not UTF-8, tags written in another
+    // form): undo writes these instead.
+    std::optional<QByteArray> finderTagsBytes;
+    std::optional<QByteArray> spotlightCommentBytes;
+    std::optional<QByteArray> nomlyTitleBytes;
 
     bool operator==(const ProcessedFileMetadataSnapshot &) const = default;
 };

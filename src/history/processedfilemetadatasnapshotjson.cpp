@@ -12,7 +12,22 @@ namespace Key {
 const QString FinderTags = QStringLiteral("finderTags");
 const QString SpotlightComment = QStringLiteral("spotlightComment");
 const QString NomlyTitle = QStringLiteral("nomlyTitle");
+const QString FinderTagsBytes = QStringLiteral("finderTagsBytes");
+const QString SpotlightCommentBytes = QStringLiteral("spotlightCommentBytes");
+const QString NomlyTitleBytes = QStringLiteral("nomlyTitleBytes");
 } // namespace Key
+
+struct BytesField
+{
+    const QString &key;
+    std::optional<QByteArray> ProcessedFileMetadataSnapshot::*member;
+};
+
+const BytesField BytesFields[] = {
+    { Key::FinderTagsBytes, &ProcessedFileMetadataSnapshot::finderTagsBytes },
+    { Key::SpotlightCommentBytes, &ProcessedFileMetadataSnapshot::spotlightCommentBytes },
+    { Key::NomlyTitleBytes, &ProcessedFileMetadataSnapshot::nomlyTitleBytes },
+};
 
 // Absent and null both mean the file had none; anything but a string is
 // unreadable.
@@ -44,6 +59,10 @@ QJsonObject toJson(const ProcessedFileMetadataSnapshot &snapshot)
         json.insert(Key::SpotlightComment, *snapshot.spotlightComment);
     if (snapshot.nomlyTitle)
         json.insert(Key::NomlyTitle, *snapshot.nomlyTitle);
+    for (const BytesField &field : BytesFields) {
+        if (const auto &bytes = snapshot.*field.member)
+            json.insert(field.key, QString::fromLatin1(bytes->toBase64()));
+    }
     return json;
 }
 
@@ -71,6 +90,17 @@ std::optional<ProcessedFileMetadataSnapshot> processedFileMetadataSnapshotFromJs
         return fail(error, QStringLiteral("key \"%1\" is not text").arg(Key::SpotlightComment));
     if (!readOptionalString(object, Key::NomlyTitle, snapshot.nomlyTitle))
         return fail(error, QStringLiteral("key \"%1\" is not text").arg(Key::NomlyTitle));
+    for (const BytesField &field : BytesFields) {
+        std::optional<QString> text;
+        if (!readOptionalString(object, field.key, text))
+            return fail(error, QStringLiteral("key \"%1\" is not text").arg(field.key));
+        if (!text)
+            continue;
+        const auto decoded = QByteArray::fromBase64Encoding(text->toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
+        if (!decoded)
+            return fail(error, QStringLiteral("key \"%1\" is not Base64").arg(field.key));
+        snapshot.*field.member = *decoded;
+    }
     return snapshot;
 }
 

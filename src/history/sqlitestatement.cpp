@@ -47,6 +47,15 @@ SqliteStatement &SqliteStatement::bind(const std::optional<QString> &value)
     return bindResult(sqlite3_bind_null(m_statement, m_nextParameter++));
 }
 
+SqliteStatement &SqliteStatement::bind(const std::optional<qint64> &value)
+{
+    if (value)
+        return bind(*value);
+    if (m_failure)
+        return *this;
+    return bindResult(sqlite3_bind_null(m_statement, m_nextParameter++));
+}
+
 SqliteStatement &SqliteStatement::bind(qint64 value)
 {
     if (m_failure)

@@ -31,6 +31,7 @@ public:
     SqliteStatement &bind(const QByteArray &utf8);
     SqliteStatement &bind(const std::optional<QString> &value); // none binds NULL
     SqliteStatement &bind(qint64 value);
+    SqliteStatement &bind(const std::optional<qint64> &value); // none binds NULL
 
     // True when a row is ready to read, false once the statement is done.
     Result<bool> step();

@@ -29,13 +29,13 @@ Result<std::optional<QByteArray>> ExtendedAttributes::read(const QString &path, 
 {
     const QByteArray file = QFile::encodeName(path);
     for (int attempt = 0; attempt < MaxSizeRetries; ++attempt) {
-        const ssize_t size = ::getxattr(file.constData(), name.constData(), nullptr, 0);
+        const ssize_t size = ::lgetxattr(file.constData(), name.constData(), nullptr, 0);
         if (size < 0)
             break;
         if (size == 0)
             return std::optional<QByteArray>(QByteArray(""));
         QByteArray value(size, Qt::Uninitialized);
-        const ssize_t read = ::getxattr(file.constData(), name.constData(), value.data(), value.size());
+        const ssize_t read = ::lgetxattr(file.constData(), name.constData(), value.data(), value.size());
         if (read >= 0) {
             value.truncate(read);
             return std::optional<QByteArray>(value);
@@ -51,7 +51,7 @@ Result<std::optional<QByteArray>> ExtendedAttributes::read(const QString &path, 
 Result<> ExtendedAttributes::write(const QString &path, const QByteArray &name, const QByteArray &value)
 {
     const QByteArray file = QFile::encodeName(path);
-    if (::setxattr(file.constData(), name.constData(), value.constData(), value.size(), 0) != 0)
+    if (::lsetxattr(file.constData(), name.constData(), value.constData(), value.size(), 0) != 0)
         return errnoFailure(errno, "Writing an attribute", path, name);
     return {};
 }
@@ -59,7 +59,7 @@ Result<> ExtendedAttributes::write(const QString &path, const QByteArray &name, 
 Result<> ExtendedAttributes::remove(const QString &path, const QByteArray &name)
 {
     const QByteArray file = QFile::encodeName(path);
-    if (::removexattr(file.constData(), name.constData()) != 0 && errno != ENODATA)
+    if (::lremovexattr(file.constData(), name.constData()) != 0 && errno != ENODATA)
         return errnoFailure(errno, "Removing an attribute", path, name);
     return {};
 }
@@ -68,11 +68,11 @@ Result<QList<QByteArray>> ExtendedAttributes::names(const QString &path)
 {
     const QByteArray file = QFile::encodeName(path);
     for (int attempt = 0; attempt < MaxSizeRetries; ++attempt) {
-        const ssize_t size = ::listxattr(file.constData(), nullptr, 0);
+        const ssize_t size = ::llistxattr(file.constData(), nullptr, 0);
         if (size < 0)
             break;
         QByteArray buffer(size, Qt::Uninitialized);
-        const ssize_t read = size == 0 ? 0 : ::listxattr(file.constData(), buffer.data(), buffer.size());
+        const ssize_t read = size == 0 ? 0 : ::llistxattr(file.constData(), buffer.data(), buffer.size());
         if (read >= 0) {
             QList<QByteArray> result;
             for (const QByteArray &entry : buffer.left(read).split('\0')) {

@@ -9,8 +9,10 @@
 
 namespace Nomly {
 
-// The extended attributes of a file, following symbolic links. Failures carry
-// errno as code; ENOTSUP means a file system that keeps no attributes.
+// The extended attributes of the entry a path names, never of what a
+// symbolic link points to: tags and comments are written to the file the
+// user gave, not to one elsewhere that a link leads to. Failures carry errno
+// as code; ENOTSUP means a file system that keeps no attributes.
 class ExtendedAttributes final
 {
 public:

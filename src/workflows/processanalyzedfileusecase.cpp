@@ -2,6 +2,7 @@
 
 #include <QDateTime>
 #include <QFileInfo>
+#include <cerrno>
 
 #include <QtConcurrent/QtConcurrentRun>
 #include <qcoro/qcorofuture.h>
@@ -13,6 +14,7 @@
 #include "naming/filerenamer.h"
 #include "naming/patternmetadatareader.h"
 #include "platform/canonicalpath.h"
+#include "platform/fileidentity.h"
 #include "platform/filemover.h"
 #include "platform/logcategories.h"
 #include "workflows/analysisrenderinput.h"
@@ -20,6 +22,9 @@
 namespace Nomly {
 
 namespace {
+
+// Names taken by other programs between choosing and moving, in a row.
+constexpr int MaxNameAttempts = 8;
 
 // Each write stands alone and none may stop the rename: a file system
 // without attributes refuses them all, and the record is stored regardless.
@@ -81,6 +86,12 @@ Result<ProcessedFile> ProcessAnalyzedFileUseCase::execute(const QString &path,
                                                           const QString &aiProvider,
                                                           ProcessedFileSource source)
 {
+    const QString name = QFileInfo(path).fileName();
+    // What was analysed may have been replaced meanwhile by a folder, a FIFO
+    // or a link; only a regular file itself is renamed and written to.
+    if (!isRegularFile(path))
+        return Failure { QStringLiteral("\"%1\" is no longer a regular file; it was left as it is").arg(name) };
+
     std::optional<ProcessedFileMetadataSnapshot> snapshot;
     if (auto taken = MetadataService::snapshot(path))
         snapshot = std::move(taken).value();
@@ -92,29 +103,12 @@ Result<ProcessedFile> ProcessAnalyzedFileUseCase::execute(const QString &path,
     PatternMetadataOptions factOptions;
     factOptions.dateFormat = settings.dateFormat;
     factOptions.imageExtensions = BuiltInExtensions::image();
-    const QString destination = FileRenamer::destination(
-        path, analysisRenderInput(settings, analysis, now, PatternMetadataReader::read(path, factOptions)));
-    if (destination.isEmpty())
-        return Failure { QStringLiteral("No name could be made for \"%1\"").arg(QFileInfo(path).fileName()) };
-
-    m_undoIgnore.ignorePath(path, true);
-    if (contentHash)
-        m_undoIgnore.ignoreHash(*contentHash, true);
-
-    // A name that comes out the same is no move, but the file still gets its
-    // metadata and record: it has been analysed and named.
-    if (canonicalPath(path) != canonicalPath(destination)) {
-        if (const auto moved = FileMover::move(path, destination); !moved)
-            return moved.failure();
-    }
-    m_undoIgnore.ignorePath(destination, true);
-    writeMetadata(destination, analysis, settings);
+    const PatternRenderInput renderInput
+        = analysisRenderInput(settings, analysis, now, PatternMetadataReader::read(path, factOptions));
 
     ProcessedFile record;
     record.originalPath = path;
-    record.newPath = destination;
-    record.originalName = QFileInfo(path).fileName();
-    record.newName = QFileInfo(destination).fileName();
+    record.originalName = name;
     record.title = analysis.title.value_or(QString());
     record.description = analysis.description;
     record.tags = analysis.tags.join(QStringLiteral(", "));
@@ -123,11 +117,81 @@ Result<ProcessedFile> ProcessAnalyzedFileUseCase::execute(const QString &path,
     record.contentHash = contentHash;
     record.metadataSnapshot = snapshot;
     record.source = source;
-    const Result<qint64> id = m_database.insertProcessedFile(record);
-    if (!id)
-        return id.failure();
-    record.id = id.value();
-    return record;
+
+    m_undoIgnore.ignorePath(path, true);
+    if (contentHash)
+        m_undoIgnore.ignoreHash(*contentHash, true);
+
+    // Another process may take the chosen name between the choice and the
+    // move; the file then goes to the next free name.
+    for (int attempt = 0; attempt < MaxNameAttempts; ++attempt) {
+        const QString destination = FileRenamer::destination(path, renderInput);
+        if (destination.isEmpty())
+            return Failure { QStringLiteral("No name could be made for \"%1\"").arg(name) };
+        record.newPath = destination;
+        record.newName = QFileInfo(destination).fileName();
+        record.fileIdentity = FileIdentity::of(path);
+        if (!record.fileIdentity)
+            return Failure { QStringLiteral("\"%1\" is gone; nothing was renamed").arg(name) };
+
+        // The record comes first: a file whose record cannot be written stays
+        // where it is.
+        const Result<qint64> id = m_database.insertPendingProcessedFile(record);
+        if (!id)
+            return Failure {
+                QStringLiteral("\"%1\" was not renamed: its record could not be written: %2").arg(name, id.error()),
+                id.failure().code
+            };
+        record.id = id.value();
+
+        // A name that comes out the same is no move, but the file still gets
+        // its metadata and record: it has been analysed and named.
+        const bool moves = canonicalPath(path) != canonicalPath(destination);
+        if (moves) {
+            if (const auto moved = FileMover::move(path, destination); !moved) {
+                withdraw(id.value());
+                if (moved.failure().code == EEXIST)
+                    continue;
+                return moved.failure();
+            }
+        }
+        if (const Result<> confirmed = m_database.confirmProcessedFile(id.value()); !confirmed)
+            return unrecordedMove(record, moves, confirmed.failure());
+
+        m_undoIgnore.ignorePath(destination, true);
+        writeMetadata(destination, analysis, settings);
+        return record;
+    }
+    return Failure {
+        QStringLiteral("\"%1\" was not renamed: every free name was taken by another program meanwhile").arg(name),
+        EEXIST
+    };
+}
+
+void ProcessAnalyzedFileUseCase::withdraw(qint64 id)
+{
+    // A record left pending is withdrawn at the next open, since its file
+    // never moved.
+    if (const Result<> withdrawn = m_database.withdrawPendingProcessedFile(id); !withdrawn)
+        qCWarning(lcProcessing).noquote() << "Could not withdraw a pending record:" << withdrawn.error();
+}
+
+Failure ProcessAnalyzedFileUseCase::unrecordedMove(const ProcessedFile &record, bool moved, const Failure &cause)
+{
+    // The rename without its record is taken back, so that the user's file
+    // and the history agree.
+    if (!moved || FileMover::move(record.newPath, record.originalPath)) {
+        withdraw(*record.id);
+        return Failure { QStringLiteral("\"%1\" was not renamed: its record could not be stored: %2")
+                             .arg(record.originalName, cause.message),
+                         cause.code };
+    }
+    // Left pending: the next open of the history finds the file at its new
+    // name and confirms the record.
+    return Failure { QStringLiteral("\"%1\" was renamed to \"%2\", but its record could not be stored yet (%3); it "
+                                    "will be completed the next time Nomly opens its history")
+                         .arg(record.originalName, record.newName, cause.message),
+                     cause.code };
 }
 
 } // namespace Nomly

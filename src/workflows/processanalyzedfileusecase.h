@@ -22,7 +22,7 @@ class UndoIgnoreService;
 // command line's `apply`.
 //
 // The order is fixed: snapshot, destination, ignore the old path and hash,
-// move, ignore the new path, metadata, record. The ignore entries are in place
+// pending record, move, confirmed record, ignore the new path, metadata. The ignore entries are in place
 // before the file moves, so the Monitor never takes the rename for a new file.
 class ProcessAnalyzedFileUseCase final
 {
@@ -52,9 +52,11 @@ public:
                                                           ProcessedFileSource source,
                                                           QString aiProvider);
 
-    // The steps themselves, blocking. Returns the stored record. A failure
-    // before the move leaves the file as it was; a failure to store the
-    // record leaves it renamed.
+    // The steps themselves, blocking. Returns the stored record. The record
+    // is written pending before the move and confirmed after it: a file whose
+    // record cannot be written is not moved, and one whose record cannot be
+    // confirmed is moved back. A failure leaves the file as it was, unless
+    // even the way back failed; its message says so.
     Result<ProcessedFile> execute(const QString &path,
                                   const ImageAnalysis &analysis,
                                   const EffectiveAnalysisSettings &settings,
@@ -63,6 +65,9 @@ public:
                                   ProcessedFileSource source);
 
 private:
+    void withdraw(qint64 id);
+    Failure unrecordedMove(const ProcessedFile &record, bool moved, const Failure &cause);
+
     Database &m_database;
     UndoIgnoreService &m_undoIgnore;
     Dependencies m_dependencies;

@@ -2,6 +2,7 @@
 // extended attributes and a real database, all in a fresh temporary folder.
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -14,6 +15,7 @@
 #include <sys/xattr.h>
 
 #include "cliprocess.h"
+#include "filesystemfixtures.h"
 
 using namespace Qt::StringLiterals;
 using namespace Nomly::Test;
@@ -32,7 +34,7 @@ struct Run
 };
 
 // Null when the file does not carry the attribute; an empty value is not null.
-QByteArray attribute(const QString &path, const char *name)
+QByteArray attributeOf(const QString &path, const char *name)
 {
     const QByteArray file = QFile::encodeName(path);
     const ssize_t size = ::getxattr(file.constData(), name, nullptr, 0);
@@ -51,6 +53,7 @@ class RenameCommandsTest : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase();
     void init();
     void applyThenUndoLast_data();
     void applyThenUndoLast();
@@ -60,6 +63,9 @@ private slots:
     void undoById();
     void usageErrors_data();
     void usageErrors();
+    void killedMidBatchLosesNoRecord_data();
+    void killedMidBatchLosesNoRecord();
+    void fullDataFolderMovesNothing();
 
 private:
     // Data, configuration and cache all live in the temporary folder; the
@@ -73,7 +79,18 @@ private:
     QJsonArray history() const;
 
     std::unique_ptr<QTemporaryDir> m_dir;
+    // A profile whose data folder is a small file system of its own.
+    QTemporaryDir m_smallProfile;
+    std::unique_ptr<AttributelessMount> m_smallData;
 };
+
+void RenameCommandsTest::initTestCase()
+{
+    // Before any thread starts, as a private mount namespace requires.
+    QVERIFY(QDir(m_smallProfile.path()).mkdir(u"data"_s));
+    m_smallData
+        = std::make_unique<AttributelessMount>(m_smallProfile.filePath(u"data"_s), AttributelessMount::Kind::Small);
+}
 
 Run RenameCommandsTest::runNomly(const QStringList &arguments) const
 {
@@ -83,10 +100,17 @@ Run RenameCommandsTest::runNomly(const QStringList &arguments) const
 
 void RenameCommandsTest::setContents(const Contents &contents) const
 {
+    // A file that already holds its bytes is left alone, so that it stays
+    // the very file (same inode) it was.
     QDir folder(m_dir->filePath(u"files"_s));
-    for (const QString &name : folder.entryList(QDir::Files | QDir::Hidden))
-        QVERIFY(folder.remove(name));
+    const Contents current = this->contents();
+    for (const QString &entry : current) {
+        if (!contents.contains(entry))
+            QVERIFY(folder.remove(entry.left(entry.indexOf(u'='))));
+    }
     for (const QString &entry : contents) {
+        if (current.contains(entry))
+            continue;
         const qsizetype separator = entry.indexOf(u'=');
         const QByteArray bytes = entry.mid(separator + 1).toLatin1();
         QFile file(folder.filePath(entry.left(separator)));
@@ -163,9 +187,9 @@ void RenameCommandsTest::applyThenUndoLast()
     QCOMPARE(apply.out, u"scan001.txt -> Quarterly Report.txt\n"_s);
     QCOMPARE(contents(), Contents { u"Quarterly Report.txt="_s + bytes });
     const QString renamed = filePath(u"Quarterly Report.txt"_s);
-    QCOMPARE(attribute(renamed, "user.xdg.tags"), QByteArray("finance,q3"));
-    QCOMPARE(attribute(renamed, "user.xdg.comment"), QByteArray("Q3 numbers"));
-    QCOMPARE(attribute(renamed, "user.nomly.title"), QByteArray("Quarterly report"));
+    QCOMPARE(attributeOf(renamed, "user.xdg.tags"), QByteArray("finance,q3"));
+    QCOMPARE(attributeOf(renamed, "user.xdg.comment"), QByteArray("Q3 numbers"));
+    QCOMPARE(attributeOf(renamed, "user.nomly.title"), QByteArray("Quarterly report"));
 
     const QJsonArray records = history();
     QCOMPARE(records.size(), 1);
@@ -181,9 +205,9 @@ void RenameCommandsTest::applyThenUndoLast()
     QVERIFY2(undo.exitCode == 0, qPrintable(undo.err));
     QCOMPARE(undo.out, u"Quarterly Report.txt -> scan001.txt: undone\n"_s);
     QCOMPARE(contents(), Contents { u"scan001.txt="_s + bytes });
-    QCOMPARE(attribute(original, "user.xdg.tags"), tagsBefore);
-    QVERIFY(attribute(original, "user.xdg.comment").isNull());
-    QVERIFY(attribute(original, "user.nomly.title").isNull());
+    QCOMPARE(attributeOf(original, "user.xdg.tags"), tagsBefore);
+    QVERIFY(attributeOf(original, "user.xdg.comment").isNull());
+    QVERIFY(attributeOf(original, "user.nomly.title").isNull());
     QCOMPARE(history(), QJsonArray());
 }
 
@@ -247,6 +271,9 @@ void RenameCommandsTest::undoById_data()
     const Contents occupied { u"Notes.txt=mine"_s, u"a.txt=intruder"_s };
     QTest::newRow("original-place-occupied") << occupied << 1 << u"original place occupied"_s << occupied << true;
     QTest::newRow("renamed-file-deleted") << Contents() << 0 << u"file missing"_s << Contents() << false;
+    // Another file now has the new name; it is never moved to the old one.
+    const Contents replaced { u"Notes.txt=someone else's"_s };
+    QTest::newRow("renamed-file-replaced") << replaced << 1 << u"is not the file Nomly renamed"_s << replaced << true;
 }
 
 void RenameCommandsTest::undoById()
@@ -303,6 +330,75 @@ void RenameCommandsTest::usageErrors()
     QVERIFY2(run.err.contains(message), qPrintable(run.err));
     QCOMPARE(contents(), before);
     QCOMPARE(history(), records);
+}
+
+void RenameCommandsTest::killedMidBatchLosesNoRecord_data()
+{
+    QTest::addColumn<int>("renamedBeforeKill");
+
+    QTest::newRow("killed-early") << 3;
+    QTest::newRow("killed-midway") << 150;
+}
+
+// `kill -9` in the middle of a batch: whatever moved has its record (the
+// next command settles the one in flight), so undo brings back every name.
+void RenameCommandsTest::killedMidBatchLosesNoRecord()
+{
+    QFETCH(int, renamedBeforeKill);
+
+    Contents original;
+    QStringList names;
+    for (int i = 0; i < 500; ++i) {
+        names.append(u"f%1.txt"_s.arg(i, 3, 10, QLatin1Char('0')));
+        original.append(names.last() + u'=' + QString::number(i));
+    }
+    setContents(original);
+    const QString folder = m_dir->filePath(u"files"_s);
+    QProcess apply;
+    apply.setProcessEnvironment(cliEnvironment(m_dir->path()));
+    apply.setWorkingDirectory(folder);
+    apply.start(QStringLiteral(NOMLY_BINARY), QStringList { u"apply"_s, u"--title"_s, u"notes"_s } + names);
+    QVERIFY(apply.waitForStarted());
+    QElapsedTimer waited;
+    waited.start();
+    while (apply.state() == QProcess::Running && waited.elapsed() < 120'000
+           && QDir(folder).entryList({ u"notes*"_s }, QDir::Files).size() < renamedBeforeKill)
+        QTest::qSleep(1);
+    apply.kill();
+    QVERIFY(apply.waitForFinished());
+
+    const Run undo = runNomly({ u"undo"_s, u"--all"_s });
+    QVERIFY2(undo.exitCode == 0, qPrintable(undo.err));
+    QCOMPARE(contents(), original);
+    QCOMPARE(history(), QJsonArray());
+}
+
+// No room for the record: the file is not moved, and the user reads why.
+void RenameCommandsTest::fullDataFolderMovesNothing()
+{
+    if (!m_smallData->unavailableReason().isEmpty())
+        QSKIP(qPrintable(m_smallData->unavailableReason()));
+    setContents({ u"a.txt=a"_s, u"b.txt=b"_s, u"c.txt=c"_s });
+    const QString profile = m_smallProfile.path();
+    const QString folder = m_dir->filePath(u"files"_s);
+    const auto nomly = [&](const QStringList &arguments) {
+        return runCli(QStringLiteral(NOMLY_BINARY), arguments, profile, folder);
+    };
+    // The profile was made while there was room.
+    QCOMPARE(nomly({ u"apply"_s, u"--title"_s, u"first"_s, u"a.txt"_s }).exitCode, 0);
+
+    QFile filler(m_smallProfile.filePath(u"data/filler"_s));
+    QVERIFY(filler.open(QIODevice::WriteOnly));
+    const QByteArray block(16 * 1024, 'x');
+    while (filler.write(block) == block.size() && filler.flush()) {}
+    filler.close();
+    const CliRun full = nomly({ u"apply"_s, u"--title"_s, u"second"_s, u"b.txt"_s, u"c.txt"_s });
+    QVERIFY(filler.remove());
+
+    QVERIFY2(full.exitCode != 0, qPrintable(full.out));
+    QVERIFY2(full.err.contains(u"full"_s) || full.err.contains(u"database"_s), qPrintable(full.err));
+    QCOMPARE(contents(), (Contents { u"First.txt=a"_s, u"b.txt=b"_s, u"c.txt=c"_s }));
+    QCOMPARE(QJsonDocument::fromJson(nomly({ u"history"_s, u"--json"_s }).out.toUtf8()).array().size(), 1);
 }
 
 QTEST_GUILESS_MAIN(RenameCommandsTest)

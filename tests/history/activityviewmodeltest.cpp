@@ -1,6 +1,7 @@
 // The activity window and undo, over a real database and real files.
 
 #include <QDir>
+#include <QFileInfo>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -108,11 +109,13 @@ void ActivityViewModelTest::paging()
     QCOMPARE(m_activity->activityFiles().last().newName, u"b150"_s);
     QCOMPARE(m_activity->activityTotalCount(), 250);
 
-    // Live records may pass the bound; paging still stops.
+    // A live record goes first and the window keeps its bound; paging stops.
     m_activity->addActivityFile(store(renameRecord(m_dir->path(), u"x"_s, u"y"_s, 1000)));
-    QCOMPARE(m_activity->activityFiles().size(), 101);
+    QCOMPARE(m_activity->activityFiles().size(), 100);
+    QCOMPARE(m_activity->activityFiles().first().newName, u"y"_s);
+    QCOMPARE(m_activity->activityTotalCount(), 251);
     QCoro::waitFor(m_activity->loadMoreActivity());
-    QCOMPARE(m_activity->activityFiles().size(), 101);
+    QCOMPARE(m_activity->activityFiles().size(), 100);
 }
 
 void ActivityViewModelTest::addedRecordsCountOnce()
@@ -135,7 +138,11 @@ void ActivityViewModelTest::undo_data()
     QTest::newRow("renamed-by-hand-meanwhile") << u"missing"_s << UndoOutcome::Kind::FileMissing << false;
     QTest::newRow("something-took-the-old-name") << u"occupied"_s << UndoOutcome::Kind::OriginalOccupied << true;
     QTest::newRow("folder-refuses-the-move") << u"locked"_s << UndoOutcome::Kind::Failed << true;
-    QTest::newRow("same-name-touches-nothing") << u"same"_s << UndoOutcome::Kind::Undone << false;
+    QTest::newRow("same-name-restores-metadata-only") << u"same"_s << UndoOutcome::Kind::Undone << false;
+    // The renamed file was moved away by hand and another took its name:
+    // that one is never moved in its place.
+    QTest::newRow("another-file-took-the-new-name") << u"replaced"_s << UndoOutcome::Kind::Failed << true;
+    QTest::newRow("renamed-file-edited-since") << u"edited"_s << UndoOutcome::Kind::Failed << true;
 }
 
 void ActivityViewModelTest::undo()
@@ -147,11 +154,28 @@ void ActivityViewModelTest::undo()
     const QString folder = m_dir->filePath(u"files"_s);
     QVERIFY(QDir().mkpath(folder));
     const QString newName = situation == u"same" ? u"scan.txt"_s : u"Report.txt"_s;
-    const ProcessedFile record = store(renameRecord(folder, u"scan.txt"_s, newName, 0));
+    ProcessedFile renamed = renameRecord(folder, u"scan.txt"_s, newName, 0);
     if (situation != u"missing")
-        QVERIFY(writeFile(record.newPath, "renamed bytes"));
+        QVERIFY(writeFile(renamed.newPath, "renamed bytes"));
+    renamed.fileIdentity = FileIdentity::of(renamed.newPath);
+    // What the file had before: tags whose bytes are not UTF-8 come back as
+    // they were, over the tags the rename wrote.
+    const QByteArray ownTags("Red,\xff\xfe");
+    renamed.metadataSnapshot = ProcessedFileMetadataSnapshot { { u"Red"_s }, {}, {}, ownTags, {}, {} };
+    if (situation != u"missing")
+        QVERIFY(setAttribute(renamed.newPath, "user.xdg.tags", "finance"));
+    const ProcessedFile record = store(renamed);
     if (situation == u"occupied")
         QVERIFY(writeFile(record.originalPath, "someone else"));
+    if (situation == u"replaced") {
+        QVERIFY(QFile::rename(record.newPath, m_dir->filePath(u"moved away.txt"_s)));
+        QVERIFY(writeFile(record.newPath, "another file"));
+    }
+    if (situation == u"edited") {
+        QFile edited(record.newPath);
+        QVERIFY(edited.open(QIODevice::Append));
+        QVERIFY(edited.write(", edited") > 0);
+    }
     std::unique_ptr<LockedFolder> lock;
     if (situation == u"locked") {
         lock = std::make_unique<LockedFolder>(folder);
@@ -170,6 +194,12 @@ void ActivityViewModelTest::undo()
     if (situation == u"plain" || situation == u"same") {
         QCOMPARE(readFile(record.originalPath), "renamed bytes");
         QVERIFY(m_undoIgnore->isPathIgnored(record.originalPath) == (situation == u"plain"));
+        QCOMPARE(attribute(record.originalPath, "user.xdg.tags"), ownTags);
+    }
+    if (situation == u"replaced" || situation == u"edited") {
+        QVERIFY2(outcome.message.contains(u"is not the file Nomly renamed"_s), qPrintable(outcome.message));
+        QVERIFY(!QFileInfo::exists(record.originalPath));
+        QCOMPARE(readFile(record.newPath), situation == u"replaced" ? "another file" : "renamed bytes, edited");
     }
     if (situation == u"occupied" || situation == u"locked")
         QCOMPARE(readFile(record.newPath), "renamed bytes");

@@ -137,7 +137,16 @@ private slots:
                  "INSERT INTO presets VALUES ('0B9F5C2E-3D4A-4F6B-8C7D-1E2F3A4B5C6D', 'Old', '{}', "
                  "'2023-05-01T08:00:00Z');"_s);
         QStringList firstLog;
-        for (const char16_t *column : { u"content_hash", u"is_undone", u"source", u"metadata_snapshot" })
+        for (const char16_t *column : { u"content_hash",
+                                        u"is_undone",
+                                        u"source",
+                                        u"metadata_snapshot",
+                                        u"pending",
+                                        u"pending_owner",
+                                        u"file_device",
+                                        u"file_inode",
+                                        u"file_size",
+                                        u"file_modified_ns" })
             firstLog.append(u"Database migration: Added %1 column"_s.arg(QStringView(column)));
         for (const char16_t *column : { u"description", u"icon", u"color", u"bundled_id" })
             firstLog.append(u"Database migration: Added presets.%1 column"_s.arg(QStringView(column)));
@@ -162,6 +171,75 @@ private slots:
                      (QStringList { u"1|2024-01-01T10:00:00Z|watcher|pdf"_s, u"2|2024-01-02T10:00:00Z|watcher|"_s }));
             QCOMPARE(db->loadPresets().value().size(), 1);
         }
+    }
+
+    // A crash leaves a record pending between its file's move and its
+    // confirmation; the next open settles it by what the disk shows, and
+    // until then it is neither listed nor counted.
+    void pendingRecordsSettleAtOpen_data()
+    {
+        QTest::addColumn<QString>("fileAt"); // new, old, none, replaced (another file at the new name)
+        QTest::addColumn<bool>("ownerRunning");
+        QTest::addColumn<QString>("expected"); // confirmed, withdrawn, pending
+
+        QTest::newRow("moved-file-confirms") << u"new"_s << false << u"confirmed"_s;
+        QTest::newRow("unmoved-file-withdraws") << u"old"_s << false << u"withdrawn"_s;
+        QTest::newRow("file-nowhere-withdraws") << u"none"_s << false << u"withdrawn"_s;
+        QTest::newRow("other-file-at-new-name-withdraws") << u"replaced"_s << false << u"withdrawn"_s;
+        QTest::newRow("running-owner-keeps-it") << u"new"_s << true << u"pending"_s;
+    }
+
+    void pendingRecordsSettleAtOpen()
+    {
+        QFETCH(QString, fileAt);
+        QFETCH(bool, ownerRunning);
+        QFETCH(QString, expected);
+
+        const QString oldPath = m_dir->filePath(u"scan.txt"_s);
+        const QString newPath = m_dir->filePath(u"Report.txt"_s);
+        const auto write = [](const QString &path, const QByteArray &bytes) {
+            QFile file(path);
+            return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+        };
+        QVERIFY(write(oldPath, "scan"));
+        ProcessedFile pending = record(newPath, u"2024-01-01T00:00:00Z"_s);
+        pending.originalPath = oldPath;
+        pending.fileIdentity = FileIdentity::of(oldPath);
+        QVERIFY(m_db->insertPendingProcessedFile(pending));
+        if (fileAt == u"new" || fileAt == u"replaced")
+            QVERIFY(QFile::rename(oldPath, newPath));
+        if (fileAt == u"none")
+            QVERIFY(QFile::remove(oldPath));
+        if (fileAt == u"replaced") {
+            QVERIFY(QFile::rename(newPath, m_dir->filePath(u"elsewhere.txt"_s)));
+            QVERIFY(write(newPath, "another"));
+        }
+        if (!ownerRunning)
+            rawQuery(filePath(), u"UPDATE processed_files SET pending_owner = 'ended:1:1'"_s);
+        QCOMPARE(m_db->countActiveProcessedFiles().value(), 0);
+        QCOMPARE(m_db->fetchProcessedFiles(true).value().size(), 0);
+
+        m_db.reset();
+        m_db = openIn(m_dir->path());
+        QVERIFY(m_db);
+
+        const bool confirmed = expected == u"confirmed";
+        QCOMPARE(m_db->countActiveProcessedFiles().value(), confirmed ? 1 : 0);
+        QCOMPARE(stats().total, confirmed ? 1 : 0);
+        QCOMPARE(rawQuery(filePath(), u"SELECT pending FROM processed_files"_s),
+                 expected == u"withdrawn" ? QStringList() : QStringList { confirmed ? u"0"_s : u"1"_s });
+        if (confirmed)
+            QCOMPARE(m_db->fetchActiveProcessedFiles(1, 0).value().first().fileIdentity, FileIdentity::of(newPath));
+    }
+
+    // A record withdrawn (or settled by another process) cannot be confirmed:
+    // its file must not stay renamed on the strength of a record that is gone.
+    void confirmingAWithdrawnRecordFails()
+    {
+        const qint64 id = m_db->insertPendingProcessedFile(record(u"/d/a.txt"_s, u"2024-01-01T00:00:00Z"_s)).value();
+        QVERIFY(m_db->withdrawPendingProcessedFile(id));
+        QVERIFY(!m_db->confirmProcessedFile(id));
+        QCOMPARE(stats().total, 0);
     }
 
     // The events table refuses, so the activity row written just before must
@@ -221,7 +299,8 @@ private slots:
 
         const auto none = std::optional<ProcessedFileMetadataSnapshot>();
         QTest::newRow("snapshot-read") << u"'{\"finderTags\":[\"a\"],\"nomlyTitle\":\"T\"}'"_s
-                                       << std::optional(ProcessedFileMetadataSnapshot { { u"a"_s }, {}, u"T"_s });
+                                       << std::optional(
+                                              ProcessedFileMetadataSnapshot { { u"a"_s }, {}, u"T"_s, {}, {}, {} });
         QTest::newRow("broken-snapshot-json") << u"'{\"finderTags\":['"_s << none;
     }
 

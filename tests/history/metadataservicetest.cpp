@@ -102,8 +102,9 @@ void MetadataServiceTest::snapshotReads_data()
 
     QTest::newRow("tags-trimmed-and-empty-dropped") << Attributes { { "user.xdg.tags", " Red, ,Work ," } } << true
                                                     << QStringList { u"Red"_s, u"Work"_s } << std::optional<QString>();
-    QTest::newRow("comment-not-utf8-refuses")
-        << Attributes { { "user.xdg.comment", "\xff\xfe" } } << false << QStringList {} << std::optional<QString>();
+    // Kept as bytes for undo, not as text.
+    QTest::newRow("comment-not-utf8-kept-as-bytes")
+        << Attributes { { "user.xdg.comment", "\xff\xfe" } } << true << QStringList {} << std::optional<QString>();
 }
 
 void MetadataServiceTest::snapshotReads()

@@ -80,7 +80,7 @@ LockedFolder::~LockedFolder()
         ::chmod(QFile::encodeName(m_path).constData(), 0755);
 }
 
-AttributelessMount::AttributelessMount(const QString &path)
+AttributelessMount::AttributelessMount(const QString &path, Kind kind)
     : m_path(path)
 {
     if (::geteuid() != 0) {
@@ -92,9 +92,12 @@ AttributelessMount::AttributelessMount(const QString &path)
         return;
     }
     // Keep our mounts from spreading back to the parent namespace.
+    const char *type = kind == Kind::Small ? "tmpfs" : "ramfs";
+    const char *options = kind == Kind::Small ? "size=512k" : nullptr;
     if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0
-        || ::mount("ramfs", QFile::encodeName(path).constData(), "ramfs", 0, nullptr) != 0) {
-        m_reason = QStringLiteral("cannot mount ramfs: %1").arg(QString::fromLocal8Bit(std::strerror(errno)));
+        || ::mount(type, QFile::encodeName(path).constData(), type, 0, options) != 0) {
+        m_reason = QStringLiteral("cannot mount %1: %2")
+                       .arg(QLatin1StringView(type), QString::fromLocal8Bit(std::strerror(errno)));
     }
 }
 

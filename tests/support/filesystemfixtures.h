@@ -30,13 +30,20 @@ private:
     bool m_locked = false;
 };
 
-// A file system that keeps no extended attributes (ramfs), mounted in a mount
-// namespace of this process alone so that nothing outlives the test. Needs
-// root, and must be made before the process starts threads.
+// A file system mounted in a mount namespace of this process alone (and the
+// programs it starts), so that nothing outlives the test: by default ramfs,
+// which keeps no extended attributes; `Small` is a tmpfs of 512 KiB, to be
+// filled up. Needs root, and must be made before the process starts threads.
 class AttributelessMount final
 {
 public:
-    explicit AttributelessMount(const QString &path);
+    enum class Kind
+    {
+        WithoutAttributes,
+        Small,
+    };
+
+    explicit AttributelessMount(const QString &path, Kind kind = Kind::WithoutAttributes);
     ~AttributelessMount();
     AttributelessMount(const AttributelessMount &) = delete;
     AttributelessMount &operator=(const AttributelessMount &) = delete;

@@ -1,0 +1,40 @@
+#include "platform/fileidentity.h"
+
+#include <QFile>
+
+#include <sys/stat.h>
+
+namespace Nomly {
+
+namespace {
+
+std::optional<struct stat> entryStatus(const QString &path)
+{
+    struct stat status
+    {};
+
+    if (::lstat(QFile::encodeName(path).constData(), &status) != 0)
+        return std::nullopt;
+    return status;
+}
+
+} // namespace
+
+std::optional<FileIdentity> FileIdentity::of(const QString &path)
+{
+    const auto status = entryStatus(path);
+    if (!status)
+        return std::nullopt;
+    return FileIdentity { quint64(status->st_dev),
+                          quint64(status->st_ino),
+                          qint64(status->st_size),
+                          qint64(status->st_mtim.tv_sec) * 1'000'000'000 + status->st_mtim.tv_nsec };
+}
+
+bool isRegularFile(const QString &path)
+{
+    const auto status = entryStatus(path);
+    return status && S_ISREG(status->st_mode);
+}
+
+} // namespace Nomly
