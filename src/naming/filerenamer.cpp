@@ -1,8 +1,12 @@
 #include "naming/filerenamer.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QUuid>
+#include <algorithm>
+
+#include <unistd.h>
 
 #include "naming/builtinextensions.h"
 #include "naming/nametext.h"
@@ -15,6 +19,7 @@ namespace Nomly {
 namespace {
 
 constexpr int MaxNumberedSuffix = 1000;
+constexpr qsizetype DefaultMaxNameBytes = 255;
 
 // A dangling symbolic link still occupies its name.
 bool isOccupied(const QString &path)
@@ -23,9 +28,21 @@ bool isOccupied(const QString &path)
     return info.exists() || info.isSymLink();
 }
 
-QString fileName(const QString &base, const QString &extension)
+// What the folder's file system allows for one name, in bytes.
+qsizetype maxNameBytes(const QDir &folder)
 {
-    return extension.isEmpty() ? base : base + u'.' + extension;
+    const long limit = ::pathconf(QFile::encodeName(folder.absolutePath()).constData(), _PC_NAME_MAX);
+    return limit > 0 ? limit : DefaultMaxNameBytes;
+}
+
+// The name with its suffix and extension, the base shortened so that the
+// whole fits: a long title never makes a rename fail, and the extension and
+// the collision suffix stay whole.
+QString fileName(const QString &base, const QString &suffix, const QString &extension, qsizetype maxBytes)
+{
+    const qsizetype tailBytes = suffix.toUtf8().size() + (extension.isEmpty() ? 0 : 1 + extension.toUtf8().size());
+    const QString fitted = fitNameToBytes(base, std::max<qsizetype>(1, maxBytes - tailBytes)) + suffix;
+    return extension.isEmpty() ? fitted : fitted + u'.' + extension;
 }
 
 } // namespace
@@ -77,16 +94,18 @@ QString FileRenamer::destination(const QString &sourcePath, PatternRenderInput i
     const QDir folder = source.absoluteDir();
     const QString sourceAbsolute = source.absoluteFilePath();
 
-    const QString candidate = folder.filePath(fileName(base, extension));
+    const qsizetype maxBytes = maxNameBytes(folder);
+
+    const QString candidate = folder.filePath(fileName(base, {}, extension, maxBytes));
     if (candidate == sourceAbsolute || !isOccupied(candidate))
         return candidate;
     for (int n = 1; n <= MaxNumberedSuffix; ++n) {
-        const QString numbered = folder.filePath(fileName(base + u'_' + QString::number(n), extension));
+        const QString numbered = folder.filePath(fileName(base, u'_' + QString::number(n), extension, maxBytes));
         if (numbered == sourceAbsolute || !isOccupied(numbered))
             return numbered;
     }
     const QString random = QUuid::createUuid().toString(QUuid::WithoutBraces).left(8).toUpper();
-    return folder.filePath(fileName(base + u'_' + random, extension));
+    return folder.filePath(fileName(base, u'_' + random, extension, maxBytes));
 }
 
 } // namespace Nomly

@@ -1,6 +1,10 @@
 #include "naming/nametext.h"
 
+#include <memory>
+
+#include <unicode/brkiter.h>
 #include <unicode/uchar.h>
+#include <unicode/unistr.h>
 
 namespace Nomly {
 
@@ -97,6 +101,23 @@ bool isAcronym(QStringView word)
 {
     bool allUpper = false;
     return letterCount(word, &allUpper) >= 2 && allUpper;
+}
+
+bool isNameSeparator(QChar c)
+{
+    return c == u' ' || c == u'_' || c == u'-' || c == u'.';
+}
+
+std::unique_ptr<icu::BreakIterator> breakIterator(bool words, const icu::UnicodeString &text)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    std::unique_ptr<icu::BreakIterator> iterator(
+        words ? icu::BreakIterator::createWordInstance(icu::Locale::getRoot(), status)
+              : icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+    if (U_FAILURE(status))
+        return nullptr;
+    iterator->setText(text);
+    return iterator;
 }
 
 } // namespace
@@ -284,6 +305,37 @@ QString normalizeTitle(QStringView text)
     });
     flushWord();
     return result;
+}
+
+QString fitNameToBytes(QStringView name, qsizetype maxBytes)
+{
+    if (name.toUtf8().size() <= maxBytes)
+        return name.toString();
+
+    const icu::UnicodeString text(false, reinterpret_cast<const UChar *>(name.utf16()), int32_t(name.size()));
+    // Whole user-perceived characters; code points when ICU has no rules.
+    const auto characters = breakIterator(false, text);
+    qsizetype cut = 0;
+    qsizetype bytes = 0;
+    while (cut < name.size()) {
+        const qsizetype end = characters ? qsizetype(characters->following(int32_t(cut)))
+                                         : cut + (name.at(cut).isHighSurrogate() && cut + 1 < name.size() ? 2 : 1);
+        if (end == icu::BreakIterator::DONE || end <= cut)
+            break;
+        bytes += name.sliced(cut, end - cut).toUtf8().size();
+        if (bytes > maxBytes)
+            break;
+        cut = end;
+    }
+
+    if (const auto words = breakIterator(true, text); words && !words->isBoundary(int32_t(cut))) {
+        const qsizetype boundary = words->preceding(int32_t(cut));
+        if (boundary != icu::BreakIterator::DONE && boundary > 0 && boundary >= cut - cut / 5)
+            cut = boundary;
+    }
+    while (cut > 0 && isNameSeparator(name.at(cut - 1)))
+        --cut;
+    return name.first(cut).toString();
 }
 
 } // namespace Nomly

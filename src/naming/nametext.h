@@ -28,6 +28,13 @@ QStringList splitWords(QStringView text);
 // always join with nothing.
 QString renderCase(QStringView text, std::optional<NamingPatternSeparator> separator, NamingCaseStyle style);
 
+// The longest start of `name` whose UTF-8 form fits in `maxBytes`: cut at a
+// word boundary when one lies in the last fifth of what fits, else between two
+// characters (never inside one, nor inside a UTF-8 sequence), and without a
+// separator (" ", "_", "-", ".") left at the end. A name that fits is returned
+// as it is.
+QString fitNameToBytes(QStringView name, qsizetype maxBytes);
+
 // "REPORT FINAL" -> "Report Final", "NASA launch plan" -> "NASA Launch Plan".
 QString normalizeTitle(QStringView text);
 

@@ -1,5 +1,6 @@
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
@@ -303,6 +304,26 @@ void FileRenamerTest::destination_data()
         << QStringList { u".bashrc"_s } << u".bashrc"_s << u"{original} {title}"_s << u"shell"_s << u"bashrc shell"_s;
     QTest::newRow("random-suffix-after-a-thousand-numbers")
         << crowded << u"scan.txt"_s << title << u"a"_s << u"a_[0-9A-F]{8}\\.txt"_s;
+
+    // Names longer than the file system's 255 bytes are cut before the
+    // suffix and the extension, which stay whole.
+    const QString words = u"abcdefghij "_s.repeated(30);
+    const QString wordsCut = u"abcdefghij "_s.repeated(22).chopped(1);
+    QTest::newRow("long-title-cut-at-word")
+        << QStringList { u"x.txt"_s } << u"x.txt"_s << title << words << wordsCut + u".txt"_s;
+    QTest::newRow("long-title-keeps-collision-suffix")
+        << QStringList { u"x.txt"_s, wordsCut + u".txt"_s } << u"x.txt"_s << title << words << wordsCut + u"_1.txt"_s;
+    QTest::newRow("long-title-without-extension")
+        << QStringList { u"x"_s } << u"x"_s << title << u"b"_s.repeated(300) << u"b"_s.repeated(255);
+    QTest::newRow("word-too-far-back-cut-at-character")
+        << QStringList { u"x.txt"_s } << u"x.txt"_s << title << u"a b"_s + u"c"_s.repeated(300)
+        << u"a b"_s + u"c"_s.repeated(248) + u".txt"_s;
+    QTest::newRow("no-separator-left-at-the-cut")
+        << QStringList { u"x.txt"_s } << u"x.txt"_s << title << u"a"_s.repeated(245) + u"-"_s + u"b"_s.repeated(20)
+        << u"a"_s.repeated(245) + u".txt"_s;
+    QTest::newRow("long-japanese-title-whole-characters")
+        << QStringList { u"x.txt"_s } << u"x.txt"_s << title << u"日本語の長いタイトル"_s.repeated(30)
+        << u"[日本語の長いタイトル]{67,83}\\.txt"_s;
 }
 
 void FileRenamerTest::destination()
@@ -331,6 +352,7 @@ void FileRenamerTest::destination()
     input.title = title;
     input.caseStyle = NamingCaseStyle::Lower;
     const QString chosen = FileRenamer::destination(dir.filePath(source), input);
+    QVERIFY2(QFileInfo(chosen).fileName().toUtf8().size() <= 255, qPrintable(chosen));
     if (expected.contains(u'['))
         QVERIFY2(QRegularExpression(QRegularExpression::anchoredPattern(expected))
                      .match(dir.relativeFilePath(chosen))
