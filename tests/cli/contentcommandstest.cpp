@@ -132,6 +132,41 @@ private slots:
         QVERIFY(!QFile::exists(file(u"x.jpg"_s)));
     }
 
+    // Text in an SVG needs fonts, which only a GUI application has; the
+    // command line draws off screen and reads every file of the run.
+    void svgWithTextRenders()
+    {
+        QVERIFY(writeFile(file(u"label.svg"_s),
+                          "<svg xmlns='http://www.w3.org/2000/svg' width='400' height='200'>"
+                          "<rect width='400' height='200' fill='white'/>"
+                          "<text x='20' y='100' font-size='40'>Spring Sale</text></svg>"));
+        QVERIFY(writeFile(file(u"notes.txt"_s), "Budget review notes for the third quarter"));
+        const CliRun run = inspect({ u"--json"_s, u"label.svg"_s, u"notes.txt"_s });
+        QVERIFY2(run.exitCode == 0, qPrintable(run.err));
+        QCOMPARE(QJsonDocument::fromJson(run.out.toUtf8()).array().size(), 2);
+        const CliRun drawn = runIn({ u"thumbnail"_s, u"label.svg"_s, u"-o"_s, u"label.jpg"_s });
+        QVERIFY2(drawn.exitCode == 0, qPrintable(drawn.err));
+        QVERIFY(!QImage(file(u"label.jpg"_s)).isNull());
+    }
+
+    // A name that is not valid UTF-8 would read back as another name; the
+    // command refuses it rather than touch the file that other name names.
+    void undecodableNameRefused()
+    {
+        QVERIFY(writeFile(file(u"clash\uFFFD.txt"_s), "neighbour"));
+        const CliRun run = runCli(u"/bin/sh"_s,
+                                  { u"-c"_s,
+                                    u"printf x > \"$(printf 'clash\\377.txt')\"; "
+                                    "exec \"$0\" apply --title renamed \"$(printf 'clash\\377.txt')\""_s,
+                                    QStringLiteral(NOMLY_BINARY) },
+                                  m_dir->filePath(u"profile"_s),
+                                  m_dir->path());
+        QCOMPARE(run.exitCode, 2);
+        QVERIFY2(run.err.contains(u"is not valid UTF-8"_s), qPrintable(run.err));
+        QCOMPARE(readFile(file(u"clash\uFFFD.txt"_s)), "neighbour");
+        QVERIFY(!QFile::exists(file(u"renamed.txt"_s)));
+    }
+
     // A photo's own EXIF renders in its name.
     void previewRendersFileFacts()
     {
