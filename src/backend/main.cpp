@@ -60,7 +60,9 @@ int main(int argc, char *argv[])
         "                            the operator's keys, for requests without the user's own key\n"
         "  NOMLY_OPENAI_BASE_URL, NOMLY_GEMINI_BASE_URL, NOMLY_ANTHROPIC_BASE_URL, NOMLY_GROQ_BASE_URL\n"
         "                            replace a provider's address; any OpenAI-compatible server (LM Studio,\n"
-        "                            vLLM, llama.cpp's server, LocalAI) serves as the OpenAI route\n"
+        "                            vLLM, llama.cpp's server, LocalAI) serves as the OpenAI route; with or\n"
+        "                            without the version: http://127.0.0.1:1234/v1 and http://127.0.0.1:1234\n"
+        "                            both reach /v1/chat/completions\n"
         "  NOMLY_OLLAMA_URL, NOMLY_OLLAMA_MODEL\n"
         "                            the Ollama server and model of the ollama provider\n\n"
         "Keys that clients sync are kept in $XDG_DATA_HOME/nomly-backend/keys.json (mode 0600)."));

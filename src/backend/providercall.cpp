@@ -193,7 +193,14 @@ QNetworkRequest addressed(const ProviderCall &call, const QString &path)
     QString base = call.baseUrl.trimmed();
     while (base.endsWith(QLatin1Char('/')))
         base.chop(1);
-    QNetworkRequest request(QUrl(base + path));
+    // Servers that speak a provider's protocol document their address with
+    // the version ("http://127.0.0.1:1234/v1"); the provider's own is
+    // documented without. Both name the same functions.
+    QStringView function = path;
+    const QStringView version = function.first(function.indexOf(QLatin1Char('/'), 1));
+    if (base.endsWith(version, Qt::CaseInsensitive))
+        function = function.sliced(version.size());
+    QNetworkRequest request(QUrl(base + function));
     // Prompts, pictures and sound stay out of every cache.
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
     request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);

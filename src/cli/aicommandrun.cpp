@@ -29,10 +29,13 @@ RouteOptions::RouteOptions(QCommandLineParser &parser)
              QStringLiteral("cloud (the hosted backend, or your own key) or local (an Ollama server). Default: the "
                             "aiProcessingMode setting."),
              QStringLiteral("MODE"))
-    , m_provider(
-          QStringLiteral("provider"),
-          QStringLiteral("Use your own key for this provider (%1), saved with 'nomly keys set'.").arg(providerNames()),
-          QStringLiteral("NAME"))
+    , m_provider(QStringLiteral("provider"),
+                 QStringLiteral("Use your own key for this provider (%1), saved with 'nomly keys set'. "
+                                "NOMLY_OPENAI_BASE_URL (and _GEMINI_, _ANTHROPIC_, _GROQ_) put another server in the "
+                                "provider's place, with or without the version: http://127.0.0.1:1234/v1 and "
+                                "http://127.0.0.1:1234 are the same.")
+                     .arg(providerNames()),
+                 QStringLiteral("NAME"))
     , m_model(QStringLiteral("model"),
               QStringLiteral("The model: at the provider on the cloud route, the Ollama model on the local one."),
               QStringLiteral("NAME"))

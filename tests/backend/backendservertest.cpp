@@ -100,13 +100,15 @@ ProviderPeer::Dialect dialectOf(const QString &provider)
 // A backend whose providers all live on one peer.
 struct Rig
 {
-    explicit Rig(const QString &provider, BackendConfig config = {})
+    // `basePath` follows the peer's address in every base URL, as servers
+    // that document theirs with the version ("/v1") are set up.
+    explicit Rig(const QString &provider, BackendConfig config = {}, const QString &basePath = {})
         : peer(dialectOf(provider))
     {
         config.gatewayToken = Token;
         config.defaultProvider = provider;
         for (const QString &name : { u"openai"_s, u"gemini"_s, u"claude"_s, u"groq"_s, u"ollama"_s })
-            config.baseUrls.insert(name, peer.baseUrl());
+            config.baseUrls.insert(name, peer.baseUrl() + basePath);
         server = std::make_unique<BackendServer>(config);
         QVERIFY(server->listen(QHostAddress::LocalHost));
         url = u"http://127.0.0.1:%1"_s.arg(server->serverPort());
@@ -186,21 +188,30 @@ private slots:
         QTest::addColumn<QByteArray>("keyValue");
         QTest::addColumn<QByteArray>("pictureMarker");
         QTest::addColumn<QString>("effective");
+        QTest::addColumn<QString>("basePath");
 
         const QByteArray picture = Jpeg.toBase64();
         QTest::newRow("openai") << u"openai"_s << u"/v1/chat/completions"_s << QByteArray("authorization")
                                 << QByteArray("Bearer user-key") << "\"url\":\"data:image/jpeg;base64," + picture
-                                << u"openai:gpt-4o-mini"_s;
+                                << u"openai:gpt-4o-mini"_s << QString();
         QTest::newRow("groq") << u"groq"_s << u"/v1/chat/completions"_s << QByteArray("authorization")
                               << QByteArray("Bearer user-key") << "\"url\":\"data:image/jpeg;base64," + picture
-                              << u"groq:qwen/qwen3.6-27b"_s;
+                              << u"groq:qwen/qwen3.6-27b"_s << QString();
         QTest::newRow("gemini") << u"gemini"_s << u"/v1beta/models/gemini-2.5-flash-lite:generateContent"_s
                                 << QByteArray("x-goog-api-key") << QByteArray("user-key")
                                 << "\"data\":\"" + picture + "\",\"mime_type\":\"image/jpeg\""
-                                << u"gemini:gemini-2.5-flash-lite"_s;
+                                << u"gemini:gemini-2.5-flash-lite"_s << QString();
         QTest::newRow("claude") << u"claude"_s << u"/v1/messages"_s << QByteArray("x-api-key") << QByteArray("user-key")
                                 << "\"data\":\"" + picture + "\",\"media_type\":\"image/jpeg\",\"type\":\"base64\""
-                                << u"claude:claude-haiku-4-5-20251001"_s;
+                                << u"claude:claude-haiku-4-5-20251001"_s << QString();
+        // The same functions when the base URL names the version.
+        QTest::newRow("openai-base-with-version")
+            << u"openai"_s << u"/v1/chat/completions"_s << QByteArray("authorization") << QByteArray("Bearer user-key")
+            << "\"url\":\"data:image/jpeg;base64," + picture << u"openai:gpt-4o-mini"_s << u"/v1/"_s;
+        QTest::newRow("gemini-base-with-version")
+            << u"gemini"_s << u"/v1beta/models/gemini-2.5-flash-lite:generateContent"_s << QByteArray("x-goog-api-key")
+            << QByteArray("user-key") << "\"data\":\"" + picture + "\",\"mime_type\":\"image/jpeg\""
+            << u"gemini:gemini-2.5-flash-lite"_s << u"/v1beta"_s;
     }
 
     void providerAnswers()
@@ -211,8 +222,9 @@ private slots:
         QFETCH(QByteArray, keyValue);
         QFETCH(QByteArray, pictureMarker);
         QFETCH(QString, effective);
+        QFETCH(QString, basePath);
 
-        Rig rig(provider);
+        Rig rig(provider, {}, basePath);
         rig.peer.answer(Answer);
         const auto reply = rig.analyze({ ownKeyRequest(provider, u"user-key"_s) });
         QVERIFY2(reply.ok(), qPrintable(reply.error()));
