@@ -1,12 +1,15 @@
 #include "app/hotkeyviewmodel.h"
 
 #include <QFileInfo>
+#include <QHash>
 
 #include "ai/aimessagelocalizer.h"
 #include "ai/aiservice.h"
 #include "ai/analyzeinputpreparationservice.h"
 #include "app/hotkeyservice.h"
+#include "platform/canonicalpath.h"
 #include "platform/logcategories.h"
+#include "platform/symboliclink.h"
 #include "settings/effectiveanalysissettings.h"
 #include "workflows/batchoptions.h"
 #include "workflows/localfieldcompletion.h"
@@ -78,11 +81,19 @@ QCoro::Task<QuickRenameOutcome> HotkeyViewModel::processFiles(QStringList paths,
         co_return post(QStringLiteral("No Files Selected"),
                        QStringLiteral("Select files in your file manager and try again."));
     }
+    // Each selected entry stands for the file it leads to, once: a file
+    // selected twice, or with a link to it, is analysed and renamed once,
+    // and the selected links follow it to its new name.
     const QStringList supported = dependencies.supportedExtensions();
     QStringList files;
+    QHash<QString, QStringList> linksTo;
     for (const QString &path : std::as_const(paths)) {
-        if (supported.contains(QFileInfo(path).suffix().toLower()))
-            files.append(QFileInfo(path).absoluteFilePath());
+        const QFileInfo entry(path);
+        const QString file = canonicalPath(entry.absoluteFilePath());
+        if (entry.isSymLink())
+            linksTo[file].append(entry.absoluteFilePath());
+        if (!files.contains(file) && supported.contains(QFileInfo(file).suffix().toLower()))
+            files.append(file);
     }
     if (files.isEmpty()) {
         qCInfo(lcProcessing) << "No supported files in selection";
@@ -164,6 +175,11 @@ QCoro::Task<QuickRenameOutcome> HotkeyViewModel::processFiles(QStringList paths,
                 co_return QuickRenameOutcome {};
             if (result.success) {
                 ++outcome.renamed;
+                for (const QString &link : linksTo.value(path)) {
+                    if (const Result<> followed = SymbolicLink::retarget(link, result.newPath.value_or(path));
+                        !followed)
+                        qCWarning(lcProcessing).noquote() << followed.error();
+                }
             } else {
                 ++outcome.failed;
                 lastError = result.error.value_or(GenericFailure);

@@ -5,11 +5,13 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
 #include <QTest>
+#include <filesystem>
 #include <memory>
 
 #include "cliprocess.h"
@@ -99,6 +101,28 @@ private slots:
         QCOMPARE(history.size(), records);
         for (const QJsonValue &record : history)
             QCOMPARE(record.toObject().value(u"source"_s).toString(), u"finderService"_s);
+    }
+
+    // One file given twice and through a link is analysed and renamed once;
+    // the link follows the file to its new name instead of dangling.
+    void oneFileOnceWhateverTheWay()
+    {
+        m_peer->answer(u"{\"title\":\"Planning Notes\"}"_s);
+        QCOMPARE(nomly({ u"consent"_s, u"--agree"_s }).exitCode, 0);
+        writeFile(u"q.txt"_s, "Minutes of the planning meeting with the product team about the roadmap.");
+        QVERIFY(QFile::link(u"q.txt"_s, m_dir->filePath(u"files/link-to-q.txt"_s)));
+
+        const CliRun run = nomly({ u"quick"_s, u"q.txt"_s, u"q.txt"_s, u"link-to-q.txt"_s });
+
+        QVERIFY2(run.exitCode == 0, qPrintable(run.err));
+        QVERIFY2(run.err.contains(u"Successfully renamed 1 files."_s), qPrintable(run.err));
+        QCOMPARE(m_peer->received.size(), 1);
+        const QString link = m_dir->filePath(u"files/link-to-q.txt"_s);
+        QCOMPARE(QFileInfo(link).symLinkTarget(), m_dir->filePath(u"files/Planning Notes.txt"_s));
+        QCOMPARE(std::filesystem::read_symlink(QFile::encodeName(link).toStdString()).string(),
+                 "Planning Notes.txt"); // still relative
+        QCOMPARE(QDir(m_dir->filePath(u"files"_s)).entryList(QDir::Files),
+                 (QStringList { u"link-to-q.txt"_s, u"Planning Notes.txt"_s }));
     }
 
     void withoutConsentNothingIsSent()
