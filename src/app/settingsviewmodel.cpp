@@ -623,26 +623,34 @@ void SettingsViewModel::setQuickRenameServices(QuickRenameServices services)
     m_hotkey.setDependencies(std::move(dependencies));
 }
 
-void SettingsViewModel::grantAIDataConsent()
+Result<> SettingsViewModel::grantAIDataConsent()
 {
-    m_userDefaults.setValue(HasAgreedToAIDataProcessingKey, true);
+    if (Result<> saved = m_userDefaults.setValue(HasAgreedToAIDataProcessingKey, true); !saved) {
+        qCCritical(lcGeneral).noquote() << "AI data processing consent not granted:" << saved.error();
+        return saved;
+    }
     if (!m_aiDataConsentGranted) {
         m_aiDataConsentGranted = true;
         emit aiDataConsentGrantedChanged();
     }
     emit watcherReconfigurationRequested();
     qCInfo(lcGeneral) << "AI data processing consent granted";
+    return {};
 }
 
-void SettingsViewModel::withdrawAIDataConsent()
+Result<> SettingsViewModel::withdrawAIDataConsent()
 {
-    m_userDefaults.setValue(HasAgreedToAIDataProcessingKey, false);
+    if (Result<> saved = m_userDefaults.setValue(HasAgreedToAIDataProcessingKey, false); !saved) {
+        qCCritical(lcGeneral).noquote() << "AI data processing consent not withdrawn:" << saved.error();
+        return saved;
+    }
     if (m_aiDataConsentGranted) {
         m_aiDataConsentGranted = false;
         emit aiDataConsentGrantedChanged();
     }
     emit watcherReconfigurationRequested();
     qCInfo(lcGeneral) << "AI data processing consent withdrawn";
+    return {};
 }
 
 void SettingsViewModel::completeOnboarding()

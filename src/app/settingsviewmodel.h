@@ -202,8 +202,9 @@ public:
     // is not shown again, and lets the Monitor start.
     // The user's agreement to AI data processing, kept in the defaults file.
     // Every AI workflow checks it before anything leaves the machine.
-    void grantAIDataConsent();
-    void withdrawAIDataConsent();
+    // Fail, and change nothing, when the choice cannot be stored.
+    Result<> grantAIDataConsent();
+    Result<> withdrawAIDataConsent();
     void completeOnboarding();
 
     // A drop for AI Rename held nothing it can name.

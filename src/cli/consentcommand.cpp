@@ -46,12 +46,20 @@ ExitStatus runConsentCommand(const QStringList &arguments)
         return ExitStatus::UsageError;
     SettingsViewModel &state = profile->state();
     if (parser.isSet(agreeOption)) {
-        state.grantAIDataConsent();
+        if (const Result<> granted = state.grantAIDataConsent(); !granted) {
+            CliOutput::error(QStringLiteral("your agreement could not be stored, so AI processing stays off: ")
+                             + granted.error());
+            return ExitStatus::ItemFailed;
+        }
         CliOutput::line(QStringLiteral("You agreed to AI data processing."));
         return ExitStatus::Success;
     }
     if (parser.isSet(withdrawOption)) {
-        state.withdrawAIDataConsent();
+        if (const Result<> withdrawn = state.withdrawAIDataConsent(); !withdrawn) {
+            CliOutput::error(QStringLiteral("the withdrawal could not be stored, so AI processing is still allowed: ")
+                             + withdrawn.error());
+            return ExitStatus::ItemFailed;
+        }
         CliOutput::line(QStringLiteral("Nomly will stop AI analysis and monitoring until you agree again."));
         return ExitStatus::Success;
     }

@@ -288,7 +288,11 @@ void GuiApplication::presentConsent()
             SettingsViewModel *model = m_launcher->viewModel();
             if (!model)
                 return;
-            model->grantAIDataConsent();
+            if (const Result<> granted = model->grantAIDataConsent(); !granted) {
+                QCoro::connect(
+                    showAlert(nullptr, tr("Consent Not Stored"), granted.error(), {}), this, [](const QString &) {});
+                return;
+            }
             model->hotkey().registerHotkey();
             showPrimary();
         });

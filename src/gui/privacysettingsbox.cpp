@@ -49,8 +49,12 @@ void PrivacySettingsBox::withdraw()
                              { confirm }),
                    this,
                    [this, confirm](const QString &chosen) {
-                       if (chosen == confirm)
-                           m_model.withdrawAIDataConsent();
+                       if (chosen != confirm)
+                           return;
+                       if (const Result<> withdrawn = m_model.withdrawAIDataConsent(); !withdrawn)
+                           QCoro::connect(showAlert(this, tr("Consent Not Withdrawn"), withdrawn.error(), {}),
+                                          this,
+                                          [](const QString &) {});
                    });
 }
 

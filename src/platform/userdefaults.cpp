@@ -36,11 +36,19 @@ bool UserDefaults::boolValue(const QString &key, bool fallback) const
 
 // Written through at once: another process (the command line beside the
 // desktop program) reads the same file.
-void UserDefaults::setValue(const QString &key, const QVariant &value)
+Result<> UserDefaults::setValue(const QString &key, const QVariant &value)
 {
     const QMutexLocker lock(&m_mutex);
+    const QVariant previous = m_settings->value(key);
     m_settings->setValue(key, value);
     m_settings->sync();
+    if (m_settings->status() == QSettings::NoError)
+        return {};
+    if (previous.isValid())
+        m_settings->setValue(key, previous);
+    else
+        m_settings->remove(key);
+    return Failure { QStringLiteral("Could not save %1 in %2").arg(key, m_settings->fileName()) };
 }
 
 void UserDefaults::remove(const QString &key)

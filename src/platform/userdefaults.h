@@ -6,6 +6,8 @@
 #include <QVariant>
 #include <memory>
 
+#include "platform/result.h"
+
 namespace Nomly {
 
 // Small flags and mirrors that must be readable before the database opens:
@@ -28,7 +30,10 @@ public:
     QVariant value(const QString &key, const QVariant &fallback = {}) const;
 
     bool boolValue(const QString &key, bool fallback = false) const;
-    void setValue(const QString &key, const QVariant &value);
+    // Written to the file at once. When the file cannot be written (a full
+    // disk, a read-only folder) the value is not taken either, so that the
+    // program never acts on a change that will not outlive it.
+    Result<> setValue(const QString &key, const QVariant &value);
     void remove(const QString &key);
 
 private:

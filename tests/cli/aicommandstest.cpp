@@ -93,6 +93,18 @@ private slots:
         QCOMPARE(nomly({ u"consent"_s, u"--withdraw"_s }).exitCode, 0);
         QVERIFY(nomly({ u"consent"_s }).out.contains(u"You have not agreed yet"_s));
         QCOMPARE(nomly({ u"consent"_s, u"--agree"_s, u"--withdraw"_s }).exitCode, 2);
+
+        // A change that cannot be stored is a failure, and nothing changes.
+        QCOMPARE(nomly({ u"consent"_s, u"--agree"_s }).exitCode, 0);
+        {
+            LockedFolder locked(m_dir->filePath(u"profile/config/Nomly"_s));
+            if (!locked.isLocked())
+                QSKIP("this file system cannot lock a folder");
+            run = nomly({ u"consent"_s, u"--withdraw"_s });
+        }
+        QCOMPARE(run.exitCode, 1);
+        QVERIFY2(run.err.contains(u"could not be stored, so AI processing is still allowed"_s), qPrintable(run.err));
+        QVERIFY(nomly({ u"consent"_s }).out.contains(u"You have agreed"_s));
     }
 
     void localRouteKeepsTwoInFlightWithSmallPictures()
