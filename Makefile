@@ -4,7 +4,7 @@
 JOBS ?= $(shell nproc)
 DEMO_DIR ?= build/demo
 
-.PHONY: all deps build demo test bench fuzz format format-check clean
+.PHONY: all deps build demo test release bench fuzz format format-check clean
 
 all: build
 
@@ -21,9 +21,11 @@ demo: build
 test: build
 	ctest --preset dev -j $(JOBS)
 
-bench: deps
+release: deps
 	cmake --preset release
 	cmake --build --preset release -j $(JOBS)
+
+bench: release
 	build-release/bench/nomly-bench
 	build-release/bench/nomly-history-bench
 	build-release/bench/nomly-content-bench

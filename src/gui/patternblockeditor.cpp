@@ -173,7 +173,10 @@ void PatternBlockEditor::addChip(qsizetype index)
     } else {
         connect(menu->addAction(QStringLiteral("Edit Text…")), &QAction::triggered, this, [this, at] {
             const qsizetype position = at();
-            const auto *literal = m_model.items().value(position).literal();
+            // A copy of the item: `value()` returns a temporary, and the
+            // literal's text must outlive the statement that reads it.
+            const NamingPatternTokenItem current = m_model.items().value(position);
+            const auto *literal = current.literal();
             bool ok = false;
             const QString text = QInputDialog::getText(this,
                                                        QStringLiteral("Edit Text"),
