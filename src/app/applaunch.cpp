@@ -8,6 +8,8 @@
 
 #include "ai/keycustody.h"
 #include "ai/remoteconfigservice.h"
+#include "app/bookmarkservice.h"
+#include "app/networkservice.h"
 #include "app/settingsviewmodel.h"
 #include "history/database.h"
 #include "platform/logcategories.h"
@@ -133,6 +135,10 @@ QCoro::Task<bool> AppLauncher::start()
     m_database = std::move(database);
     m_viewModel = std::move(viewModel);
     m_stage = Stage::Running;
+    // Before any work is handed over: the workflows read whether the network
+    // is there and which watched folders can be opened.
+    m_services.networkProvider().start();
+    m_services.bookmarksProvider().restoreBookmarks();
     handOverPendingFiles();
     qCInfo(lcGeneral).noquote() << "Application initialized successfully";
     // Last, and not waited for: the application works on the stored or
