@@ -24,9 +24,6 @@ struct BackendConfig
     QMap<QString, QString> baseUrls;
     QString ollamaEndpoint = QStringLiteral("http://127.0.0.1:11434");
     QString ollamaModel;
-    // A JSON file (mode 0600) for the keys the key sync sends; empty keeps
-    // them in memory only.
-    QString keyStorePath;
     // Larger bodies are refused with 413.
     qint64 maxRequestBytes = DefaultMaxRequestBytes;
     // How long one provider call may take; shorter than the client's own

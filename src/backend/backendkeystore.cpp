@@ -1,29 +1,10 @@
 #include "backend/backendkeystore.h"
 
 #include <QCryptographicHash>
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QSaveFile>
-
-#include "backend/backendlog.h"
 
 namespace Nomly {
 
 namespace {
-
-namespace Key {
-constexpr QLatin1StringView Devices("devices");
-constexpr QLatin1StringView SecretHash("secret_sha256");
-constexpr QLatin1StringView Provider("provider");
-constexpr QLatin1StringView ByokEnabled("byok_enabled");
-constexpr QLatin1StringView OllamaEnabled("ollama_enabled");
-constexpr QLatin1StringView Keys("keys");
-constexpr QLatin1StringView ApiKey("api_key");
-constexpr QLatin1StringView Model("model");
-} // namespace Key
 
 // Only a digest of the device secret is kept, so that the store alone does
 // not let anyone act as the device.
@@ -45,12 +26,6 @@ std::optional<QString> trimmedModel(const std::optional<QString> &model)
 }
 
 } // namespace
-
-BackendKeyStore::BackendKeyStore(QString path)
-    : m_path(std::move(path))
-{
-    load();
-}
 
 BackendKeyStore::Device *BackendKeyStore::authenticated(const QString &deviceId, const QString &deviceSecret)
 {
@@ -101,7 +76,6 @@ Result<BYOKSyncResponse> BackendKeyStore::apply(const BYOKSyncRequest &request)
     } else {
         entry.apiKey = request.apiKey;
         entry.model = trimmedModel(request.byokModel);
-        entry.transient = request.transientOnly.value_or(false);
         device->byokEnabled = request.enabled;
         response.didReturnByokModel = true;
         response.byokModel = entry.model;
@@ -110,7 +84,6 @@ Result<BYOKSyncResponse> BackendKeyStore::apply(const BYOKSyncRequest &request)
         it != device->entries.constEnd() && it->apiKey.isEmpty() && !it->model) {
         device->entries.remove(name);
     }
-    save();
     response.success = true;
     response.aiProvider = name;
     response.byokEnabled = device->byokEnabled;
@@ -123,7 +96,6 @@ Result<OllamaSyncResponse> BackendKeyStore::apply(const OllamaSyncRequest &reque
     if (!device)
         return wrongDevice();
     device->ollamaEnabled = request.enabled;
-    save();
     OllamaSyncResponse response;
     response.success = true;
     response.ollamaEnabled = device->ollamaEnabled;
@@ -148,73 +120,6 @@ std::optional<BackendProvider> BackendKeyStore::chosenProvider(const QString &de
 {
     const Device *device = known(deviceId, deviceSecret);
     return device ? providerFromName(device->provider) : std::nullopt;
-}
-
-void BackendKeyStore::load()
-{
-    if (m_path.isEmpty())
-        return;
-    QFile file(m_path);
-    if (!file.open(QIODevice::ReadOnly))
-        return;
-    const QJsonObject devices = QJsonDocument::fromJson(file.readAll()).object().value(Key::Devices).toObject();
-    for (auto it = devices.constBegin(); it != devices.constEnd(); ++it) {
-        const QJsonObject json = it.value().toObject();
-        Device device;
-        device.secretHash = json.value(Key::SecretHash).toString();
-        if (device.secretHash.isEmpty())
-            continue;
-        device.provider = json.value(Key::Provider).toString();
-        device.byokEnabled = json.value(Key::ByokEnabled).toBool();
-        device.ollamaEnabled = json.value(Key::OllamaEnabled).toBool();
-        const QJsonObject keys = json.value(Key::Keys).toObject();
-        for (auto key = keys.constBegin(); key != keys.constEnd(); ++key) {
-            const QJsonObject entryJson = key.value().toObject();
-            ProviderEntry entry;
-            entry.apiKey = entryJson.value(Key::ApiKey).toString();
-            if (entryJson.value(Key::Model).isString())
-                entry.model = entryJson.value(Key::Model).toString();
-            device.entries.insert(key.key(), entry);
-        }
-        m_devices.insert(it.key(), device);
-    }
-    qCInfo(lcBackend) << "Key store loaded:" << m_devices.size() << "devices";
-}
-
-void BackendKeyStore::save() const
-{
-    if (m_path.isEmpty())
-        return;
-    QJsonObject devices;
-    for (auto it = m_devices.constBegin(); it != m_devices.constEnd(); ++it) {
-        QJsonObject keys;
-        for (auto entry = it->entries.constBegin(); entry != it->entries.constEnd(); ++entry) {
-            if (entry->transient)
-                continue;
-            QJsonObject entryJson { { Key::ApiKey, entry->apiKey } };
-            if (entry->model)
-                entryJson.insert(Key::Model, *entry->model);
-            keys.insert(entry.key(), entryJson);
-        }
-        devices.insert(it.key(),
-                       QJsonObject {
-                           { Key::SecretHash, it->secretHash },
-                           { Key::Provider, it->provider },
-                           { Key::ByokEnabled, it->byokEnabled },
-                           { Key::OllamaEnabled, it->ollamaEnabled },
-                           { Key::Keys, keys },
-                       });
-    }
-    QDir().mkpath(QFileInfo(m_path).absolutePath());
-    QSaveFile file(m_path);
-    // Owner-only before the first byte, so that no key is ever readable by others.
-    if (!file.open(QIODevice::WriteOnly) || !file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner)) {
-        qCWarning(lcBackend) << "Key store not saved: cannot open its file";
-        return;
-    }
-    file.write(QJsonDocument(QJsonObject { { Key::Devices, devices } }).toJson(QJsonDocument::Compact));
-    if (!file.commit())
-        qCWarning(lcBackend) << "Key store not saved:" << file.errorString();
 }
 
 } // namespace Nomly

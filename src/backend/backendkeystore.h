@@ -16,8 +16,9 @@ namespace Nomly {
 // What the key sync told the backend, per device: the user's keys and models
 // by provider, whether the user's key is in use, and whether Offline AI mode
 // is on. A device is known by its secret from its first sync on; a call with
-// another secret changes and reveals nothing. With a path, the store lives
-// in a JSON file only its owner can read; without one, in memory.
+// another secret changes and reveals nothing. Everything lives in memory
+// only: no key reaches the disk, and after a restart the clients' next sync
+// (or the key each analysis carries) brings them back.
 class BackendKeyStore final
 {
 public:
@@ -29,13 +30,12 @@ public:
         bool operator==(const SavedKey &) const = default;
     };
 
-    explicit BackendKeyStore(QString path);
+    BackendKeyStore() = default;
     BackendKeyStore(const BackendKeyStore &) = delete;
     BackendKeyStore &operator=(const BackendKeyStore &) = delete;
 
     // Fails with code 403 for a device secret other than the known one and
-    // 400 for an unknown provider. A save that cannot be written to disk
-    // still holds in memory.
+    // 400 for an unknown provider.
     Result<BYOKSyncResponse> apply(const BYOKSyncRequest &request);
     Result<OllamaSyncResponse> apply(const OllamaSyncRequest &request);
 
@@ -51,8 +51,6 @@ private:
     {
         QString apiKey;
         std::optional<QString> model;
-        // Sent with `transient_only`: kept in memory, never written.
-        bool transient = false;
     };
 
     struct Device
@@ -66,10 +64,6 @@ private:
 
     Device *authenticated(const QString &deviceId, const QString &deviceSecret);
     const Device *known(const QString &deviceId, const QString &deviceSecret) const;
-    void load();
-    void save() const;
-
-    QString m_path;
     QMap<QString, Device> m_devices;
 };
 

@@ -20,6 +20,7 @@
 #include "backend/backendkeystore.h"
 #include "backend/backendlog.h"
 #include "backend/providerclient.h"
+#include "backend/requestgate.h"
 
 namespace Nomly {
 
@@ -72,7 +73,6 @@ struct BackendServer::Parts
 {
     explicit Parts(BackendConfig backendConfig)
         : config(std::move(backendConfig))
-        , keys(config.keyStorePath)
         , providers(network, config.providerTimeout)
         , analyzer(config, keys, providers)
     {}
@@ -217,7 +217,7 @@ BackendServer::~BackendServer() = default;
 
 bool BackendServer::listen(const QHostAddress &address, quint16 port)
 {
-    auto *server = new QTcpServer(this);
+    auto *server = new RequestGate(m_parts->config.gatewayToken.toUtf8(), m_parts->config.maxRequestBytes, this);
     if (!server->listen(address, port)) {
         m_parts->error = server->errorString();
         delete server;

@@ -1,5 +1,6 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QFile>
 #include <QHostAddress>
 #include <QStandardPaths>
 #include <QTextStream>
@@ -65,7 +66,8 @@ int main(int argc, char *argv[])
         "                            both reach /v1/chat/completions\n"
         "  NOMLY_OLLAMA_URL, NOMLY_OLLAMA_MODEL\n"
         "                            the Ollama server and model of the ollama provider\n\n"
-        "Keys that clients sync are kept in $XDG_DATA_HOME/nomly-backend/keys.json (mode 0600)."));
+        "Keys that clients sync are held in memory only, never written to disk; after a restart each\n"
+        "client's own key comes with its next analysis."));
     parser.addHelpOption();
     parser.addVersionOption();
     const QCommandLineOption listen(QStringLiteral("listen"),
@@ -83,8 +85,12 @@ int main(int argc, char *argv[])
     }
 
     Nomly::BackendConfig config = Nomly::BackendConfig::fromEnvironment();
-    config.keyStorePath = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
+    // Earlier versions kept synced keys in this file; none is kept on disk
+    // any more, and none may stay there.
+    const QString oldKeyStore = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
         + QStringLiteral("/nomly-backend/keys.json");
+    if (QFile::exists(oldKeyStore) && QFile::remove(oldKeyStore))
+        err << "nomly-backend: removed the key store earlier versions kept on disk\n";
     if (config.gatewayToken.isEmpty())
         err << "nomly-backend: NOMLY_BACKEND_TOKEN is not set, so every call will be refused\n";
     err.flush();

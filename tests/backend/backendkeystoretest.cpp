@@ -1,8 +1,6 @@
 // The backend's store of the keys the key sync sends: what each kind of sync
-// leaves, what reaches the disk, and who may read it back.
+// leaves, and who may read it back.
 
-#include <QFile>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include "backend/backendkeystore.h"
@@ -48,13 +46,6 @@ BYOKSyncRequest clear()
     return sync(QString(), std::nullopt, false);
 }
 
-BYOKSyncRequest transientSave(const QString &key)
-{
-    BYOKSyncRequest request = save(key, u"m"_s);
-    request.transientOnly = true;
-    return request;
-}
-
 // "key|model", "key|" without a model, "" for no key.
 QString describe(const std::optional<BackendKeyStore::SavedKey> &key)
 {
@@ -74,35 +65,26 @@ private slots:
     void syncs_data()
     {
         QTest::addColumn<QList<BYOKSyncRequest>>("syncs");
-        QTest::addColumn<QString>("inMemory");
-        QTest::addColumn<QString>("afterRestart");
+        QTest::addColumn<QString>("saved");
         QTest::addColumn<bool>("enabled");
 
-        QTest::newRow("save") << QList { save(u"k1"_s, u"claude-x"_s) } << u"k1|claude-x"_s << u"k1|claude-x"_s << true;
-        QTest::newRow("save-without-model")
-            << QList { sync(u"k1"_s, std::nullopt, true) } << u"k1|"_s << u"k1|"_s << true;
+        QTest::newRow("save") << QList { save(u"k1"_s, u"claude-x"_s) } << u"k1|claude-x"_s << true;
+        QTest::newRow("save-without-model") << QList { sync(u"k1"_s, std::nullopt, true) } << u"k1|"_s << true;
         QTest::newRow("toggle-off-keeps-key")
-            << QList { save(u"k1"_s, u"claude-x"_s), toggle(false) } << u"k1|claude-x"_s << u"k1|claude-x"_s << false;
-        QTest::newRow("model-only-keeps-key") << QList { save(u"k1"_s, u"claude-x"_s), changeModel(u"claude-y"_s) }
-                                              << u"k1|claude-y"_s << u"k1|claude-y"_s << true;
-        QTest::newRow("clear-forgets") << QList { save(u"k1"_s, u"claude-x"_s), clear() } << QString() << QString()
-                                       << false;
-        QTest::newRow("resave-replaces") << QList { save(u"k1"_s, u"a"_s), save(u"k2"_s, u"b"_s) } << u"k2|b"_s
-                                         << u"k2|b"_s << true;
-        QTest::newRow("transient-stays-in-memory")
-            << QList { transientSave(u"k9"_s) } << u"k9|m"_s << QString() << true;
+            << QList { save(u"k1"_s, u"claude-x"_s), toggle(false) } << u"k1|claude-x"_s << false;
+        QTest::newRow("model-only-keeps-key")
+            << QList { save(u"k1"_s, u"claude-x"_s), changeModel(u"claude-y"_s) } << u"k1|claude-y"_s << true;
+        QTest::newRow("clear-forgets") << QList { save(u"k1"_s, u"claude-x"_s), clear() } << QString() << false;
+        QTest::newRow("resave-replaces") << QList { save(u"k1"_s, u"a"_s), save(u"k2"_s, u"b"_s) } << u"k2|b"_s << true;
     }
 
     void syncs()
     {
         QFETCH(QList<BYOKSyncRequest>, syncs);
-        QFETCH(QString, inMemory);
-        QFETCH(QString, afterRestart);
+        QFETCH(QString, saved);
         QFETCH(bool, enabled);
 
-        QTemporaryDir dir;
-        const QString path = dir.filePath(u"state/keys.json"_s);
-        BackendKeyStore store(path);
+        BackendKeyStore store;
         std::optional<bool> lastEnabled;
         for (const BYOKSyncRequest &request : syncs) {
             const Result<BYOKSyncResponse> reply = store.apply(request);
@@ -111,17 +93,8 @@ private slots:
             lastEnabled = reply.value().byokEnabled;
         }
         QCOMPARE(lastEnabled, enabled);
-        QCOMPARE(describe(store.savedKey(u"DEVICE-1"_s, u"secret-1"_s, BackendProvider::Claude)), inMemory);
-
-        const BackendKeyStore restarted(path);
-        QCOMPARE(describe(restarted.savedKey(u"DEVICE-1"_s, u"secret-1"_s, BackendProvider::Claude)), afterRestart);
-        QCOMPARE(restarted.chosenProvider(u"DEVICE-1"_s, u"secret-1"_s), BackendProvider::Claude);
-        const QFileDevice::Permissions others = QFileDevice::ReadGroup | QFileDevice::WriteGroup | QFileDevice::ExeGroup
-            | QFileDevice::ReadOther | QFileDevice::WriteOther | QFileDevice::ExeOther;
-        QCOMPARE(QFile::permissions(path) & others, QFileDevice::Permissions());
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QVERIFY(!file.readAll().contains("secret-1"));
+        QCOMPARE(describe(store.savedKey(u"DEVICE-1"_s, u"secret-1"_s, BackendProvider::Claude)), saved);
+        QCOMPARE(store.chosenProvider(u"DEVICE-1"_s, u"secret-1"_s), BackendProvider::Claude);
     }
 
     void otherSecretIsRefused_data()
@@ -135,7 +108,7 @@ private slots:
     {
         QFETCH(QString, secret);
 
-        BackendKeyStore store(QString {});
+        BackendKeyStore store;
         QVERIFY(store.apply(save(u"k1"_s, u"m"_s)).ok());
         BYOKSyncRequest intruder = save(u"k2"_s, u"m"_s);
         intruder.deviceSecret = secret;
@@ -148,7 +121,7 @@ private slots:
 
     void unknownProviderIsRefused()
     {
-        BackendKeyStore store(QString {});
+        BackendKeyStore store;
         BYOKSyncRequest request = save(u"k1"_s, u"m"_s);
         request.provider = u"mistral"_s;
         QCOMPARE(store.apply(request).failure().code, 400);

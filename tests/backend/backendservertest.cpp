@@ -2,10 +2,14 @@
 // and key sync bodies, with each AI provider stood in for by a loopback peer
 // that speaks that provider's format.
 
+#include <QDirIterator>
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <QTcpSocket>
+#include <QTemporaryDir>
 #include <QTest>
 #include <memory>
 
@@ -178,6 +182,11 @@ private slots:
         // The client prefers these over the URL it is given.
         qunsetenv("NOMLY_BACKEND_URL");
         qunsetenv("NOMLY_BACKEND_TOKEN");
+        // Every place the backend could write to lies in this folder.
+        QVERIFY(m_home.isValid());
+        qputenv("HOME", QFile::encodeName(m_home.path()));
+        for (const char *variable : { "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME" })
+            qputenv(variable, QFile::encodeName(m_home.filePath(QString::fromLatin1(variable))));
     }
 
     void providerAnswers_data()
@@ -540,6 +549,13 @@ private slots:
         QCOMPARE(saved.aiProvider, u"openai"_s);
         QCOMPARE(saved.byokModel, u"gpt-4.1-mini"_s);
         QCOMPARE(saved.byokEnabled, true);
+        // Held in memory only: no file the backend could write holds it.
+        QDirIterator written(m_home.path(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+        while (written.hasNext()) {
+            QFile file(written.next());
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            QVERIFY2(!file.readAll().contains("saved-key"), qPrintable(file.fileName()));
+        }
 
         QCOMPARE(rig.analyzeOne(ownKeyRequest(u"openai"_s, QString())), u"Coffee Receipt"_s);
         QCOMPARE(rig.peer.received.last().header("authorization"), QByteArray("Bearer saved-key"));
@@ -573,6 +589,50 @@ private slots:
         QCOMPARE(response.success, true);
         QCOMPARE(response.ollamaEnabled, true);
     }
+
+    // A call is decided on its head: one without the token, or declaring a
+    // body over the limit, is answered at once, before a byte of the body is
+    // sent (the test sends none, so a server that waited for it would time
+    // out).
+    void refusedOnTheHead_data()
+    {
+        QTest::addColumn<QByteArray>("head");
+        QTest::addColumn<QByteArray>("statusLine");
+
+        const QByteArray start = "POST /functions/v1/analyze HTTP/1.1\r\nHost: 127.0.0.1\r\n";
+        const QByteArray token = "Authorization: Bearer " + Token.toUtf8() + "\r\n";
+        QTest::newRow("no-token-huge-body")
+            << start + "Content-Length: 1073741824\r\n\r\n" << QByteArray("HTTP/1.1 401");
+        QTest::newRow("wrong-token") << start + "Authorization: Bearer guessed\r\nContent-Length: 10\r\n\r\n"
+                                     << QByteArray("HTTP/1.1 401");
+        QTest::newRow("declared-body-over-limit")
+            << start + token + "Content-Length: 4097\r\n\r\n" << QByteArray("HTTP/1.1 413");
+        QTest::newRow("chunked-body") << start + token + "Transfer-Encoding: chunked\r\n\r\n"
+                                      << QByteArray("HTTP/1.1 411");
+    }
+
+    void refusedOnTheHead()
+    {
+        QFETCH(QByteArray, head);
+        QFETCH(QByteArray, statusLine);
+
+        BackendConfig config;
+        config.maxRequestBytes = 4096;
+        Rig rig(u"openai"_s, config);
+        // The server lives on this thread: waits keep its event loop going.
+        QTcpSocket socket;
+        QByteArray reply;
+        connect(&socket, &QTcpSocket::readyRead, this, [&] { reply += socket.readAll(); });
+        socket.connectToHost(QHostAddress::LocalHost, rig.server->serverPort());
+        QVERIFY(QTest::qWaitFor([&] { return socket.state() == QAbstractSocket::ConnectedState; }, 5000));
+        socket.write(head);
+        QVERIFY2(QTest::qWaitFor([&] { return reply.contains("\r\n\r\n"); }, 5000), reply.constData());
+        QVERIFY2(reply.startsWith(statusLine), reply.constData());
+        QVERIFY(rig.peer.received.isEmpty());
+    }
+
+private:
+    QTemporaryDir m_home;
 };
 
 QTEST_GUILESS_MAIN(BackendServerTest)

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QByteArray>
+#include <QTcpServer>
+
+namespace Nomly {
+
+// Listens for the backend and reads no more of a connection than its request
+// head before deciding on it: a caller without the gateway token, or one that
+// declares a body over the limit (or none at all, with a chunked body), is
+// answered and cut off before its body is read, so that no unauthenticated
+// or oversized upload ever sits in memory. Admitted connections are handed on
+// as the server's pending connections, their bytes unread.
+class RequestGate final : public QTcpServer
+{
+    Q_OBJECT
+
+public:
+    RequestGate(QByteArray gatewayToken, qint64 maxBodyBytes, QObject *parent = nullptr);
+
+protected:
+    void incomingConnection(qintptr descriptor) override;
+
+private:
+    // Decides on the connection once its head is in, and stops listening to
+    // it: refused, or handed on.
+    void decide(class QTcpSocket *socket);
+
+    QByteArray m_expectedAuthorization;
+    qint64 m_maxBodyBytes;
+};
+
+} // namespace Nomly
