@@ -55,7 +55,6 @@ Result<std::unique_ptr<AIRoute>> AIRoute::open(UserDefaults &defaults,
     } else {
         BackendConfig config = BackendConfig::fromEnvironment();
         config.gatewayToken = freshToken();
-        config.keyStorePath.clear(); // the keys travel with each request
         route->m_builtInBackend = std::make_unique<BackendServer>(config);
         if (!route->m_builtInBackend->listen(QHostAddress::LocalHost, 0)) {
             return Failure {
