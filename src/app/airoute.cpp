@@ -68,6 +68,7 @@ Result<std::unique_ptr<AIRoute>> AIRoute::open(UserDefaults &defaults,
         route->m_network, *route->m_backend, device, keys, route->m_artifacts, [&defaults] {
             return RemoteConfigService::cachedConfig(defaults).aiProvider;
         });
+    route->m_keySync = std::make_unique<KeySync>(route->m_network, *route->m_backend, device, keys);
     return route;
 }
 

@@ -9,6 +9,7 @@
 #include "ai/deviceservice.h"
 #include "ai/hostedbackend.h"
 #include "ai/keycustody.h"
+#include "ai/keysync.h"
 #include "ai/secretstores.h"
 #include "platform/result.h"
 
@@ -37,6 +38,10 @@ public:
 
     AIService &service() { return *m_service; }
 
+    // Tells the backend of this route which key, provider and mode the user
+    // chose; a new key is kept in custody only once the backend took it.
+    KeySync &keySync() { return *m_keySync; }
+
     // Where the hosted route goes: the named backend or the built-in one.
     QString backendDescription() const;
 
@@ -52,6 +57,7 @@ private:
     std::unique_ptr<BackendServer> m_builtInBackend;
     std::optional<HostedBackend> m_backend;
     std::unique_ptr<AIService> m_service;
+    std::unique_ptr<KeySync> m_keySync;
 };
 
 } // namespace Nomly

@@ -9,6 +9,7 @@
 #include <qcoro/qcorofuture.h>
 
 #include "ai/keycustody.h"
+#include "ai/keysync.h"
 #include "ai/remoteconfigservice.h"
 #include "app/bookmarkservice.h"
 #include "app/bundledpresetseeding.h"
@@ -246,14 +247,19 @@ QCoro::Task<bool> SettingsViewModel::markApiKey(AIProvider provider, bool has)
     co_return co_await saving;
 }
 
-QCoro::Task<bool> SettingsViewModel::saveApiKey(KeyCustody &custody, AIProvider provider, QString key)
+QCoro::Task<Result<>> SettingsViewModel::saveApiKey(KeySync &sync, AIProvider provider, QString key)
 {
     QPointer<SettingsViewModel> self(this);
-    auto storing = custody.save(provider, std::move(key));
-    if (!co_await storing || !self)
-        co_return false;
+    auto saving = sync.saveKey(provider, std::move(key), m_settings.byokModel(provider));
+    const Result<BYOKSyncResponse> saved = co_await saving;
+    if (!saved)
+        co_return saved.failure();
+    if (!self)
+        co_return Failure { QStringLiteral("Nomly is closing") };
     auto marking = markApiKey(provider, true);
-    co_return co_await marking;
+    if (!co_await marking)
+        co_return Failure { QStringLiteral("The key was stored, but the settings could not be saved") };
+    co_return Result<>();
 }
 
 QCoro::Task<bool> SettingsViewModel::removeApiKey(KeyCustody &custody, AIProvider provider)

@@ -29,6 +29,7 @@ namespace Nomly {
 class BookmarkService;
 class Database;
 class KeyCustody;
+class KeySync;
 class NetworkService;
 class UndoIgnoreService;
 class UserDefaults;
@@ -193,7 +194,9 @@ public:
 
     // Keeps the user's key for a provider in custody and marks the settings
     // as holding one; false, with nothing marked, when custody refused it.
-    QCoro::Task<bool> saveApiKey(KeyCustody &custody, AIProvider provider, QString key);
+    // Goes through the key sync: the backend tries the key with its
+    // provider, and only a key it took is kept in custody and flagged.
+    QCoro::Task<Result<>> saveApiKey(KeySync &sync, AIProvider provider, QString key);
     // Takes the key out of custody; the flag follows what custody then
     // holds, and false means the key is still there.
     QCoro::Task<bool> removeApiKey(KeyCustody &custody, AIProvider provider);

@@ -83,6 +83,7 @@ struct BackendServer::Parts
     void saveApiKey(const QHttpServerRequest &request, QHttpServerResponder &&responder);
     void analyze(const QHttpServerRequest &request, QHttpServerResponder &&responder);
     QCoro::Task<> answerBatch(QHttpServerResponder responder, QList<AnalyzeRequest> requests);
+    QCoro::Task<> answerKeySync(QHttpServerResponder responder, QJsonObject json);
 
     BackendConfig config;
     BackendKeyStore keys;
@@ -123,7 +124,13 @@ void BackendServer::Parts::saveApiKey(const QHttpServerRequest &request, QHttpSe
 {
     if (!admit(request, responder))
         return;
-    const QJsonObject json = QJsonDocument::fromJson(request.body()).object();
+    // Runs on after this returns when the provider is asked about the key.
+    answerKeySync(std::move(responder), QJsonDocument::fromJson(request.body()).object());
+}
+
+QCoro::Task<> BackendServer::Parts::answerKeySync(QHttpServerResponder responder, QJsonObject json)
+{
+    const QPointer<QTcpSocket> socket(responder.socket());
     QJsonObject reply;
     Failure failure;
     if (const auto ollama = ollamaSyncRequestFromJson(json)) {
@@ -133,6 +140,29 @@ void BackendServer::Parts::saveApiKey(const QHttpServerRequest &request, QHttpSe
         else
             failure = result.failure();
     } else if (const auto byok = byokSyncRequestFromJson(json)) {
+        // A new key is tried with its provider first, so that a key the
+        // provider refuses is never kept, here or by the application.
+        const std::optional<BackendProvider> provider = providerFromName(byok->provider);
+        const bool newKey = !byok->apiKey.trimmed().isEmpty() && !byok->toggleOnly.value_or(false)
+            && !byok->modelOnly.value_or(false);
+        if (provider && *provider != BackendProvider::Ollama && newKey) {
+            ProviderCall check;
+            check.provider = *provider;
+            check.baseUrl = config.baseUrls.value(providerName(*provider), providerDefaultBaseUrl(*provider));
+            check.apiKey = byok->apiKey.trimmed();
+            auto verifying = providers.verifyKey(check);
+            const Result<> verified = co_await verifying;
+            if (!socket || socket->state() != QAbstractSocket::ConnectedState)
+                co_return;
+            if (!verified) {
+                qCInfo(lcBackend) << "Key sync refused: the provider refused the key";
+                answer(responder,
+                       QJsonObject { { QLatin1StringView("success"), false },
+                                     { QLatin1StringView("error"), verified.error() } },
+                       Status::Ok);
+                co_return;
+            }
+        }
         const Result<BYOKSyncResponse> result = keys.apply(*byok);
         if (result)
             reply = toJson(result.value());
@@ -146,7 +176,7 @@ void BackendServer::Parts::saveApiKey(const QHttpServerRequest &request, QHttpSe
         body.insert(QLatin1StringView("success"), false);
         qCInfo(lcBackend) << "Key sync refused with status" << failure.code;
         answer(responder, body, static_cast<Status>(failure.code));
-        return;
+        co_return;
     }
     qCInfo(lcBackend) << "Key sync applied";
     answer(responder, reply, Status::Ok);

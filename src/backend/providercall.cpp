@@ -234,6 +234,21 @@ QNetworkRequest ProviderCall::networkRequest() const
     return request;
 }
 
+QNetworkRequest ProviderCall::modelListRequest() const
+{
+    switch (provider) {
+    case BackendProvider::Gemini:
+        return addressed(*this, QStringLiteral("/v1beta/models"));
+    case BackendProvider::Ollama:
+        return addressed(*this, QStringLiteral("/api/tags"));
+    case BackendProvider::OpenAI:
+    case BackendProvider::Groq:
+    case BackendProvider::Claude:
+        break;
+    }
+    return addressed(*this, QStringLiteral("/v1/models"));
+}
+
 QNetworkRequest ProviderCall::transcriptionRequest() const
 {
     // Groq's base address already ends in its OpenAI-compatible prefix, so

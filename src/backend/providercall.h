@@ -30,6 +30,9 @@ struct ProviderCall
     // The address of the provider's speech-to-text function (OpenAI and
     // Groq), with the key; the form upload sets its own content type.
     QNetworkRequest transcriptionRequest() const;
+    // The address of the provider's list of models, with the key: a call
+    // any valid key may make, which tells a refused key from a good one.
+    QNetworkRequest modelListRequest() const;
     // The prompt and the file's pictures (and a PDF where the provider reads
     // PDF) in the provider's own message format, asking for JSON back.
     QByteArray body(const QString &prompt, const AnalyzeRequest &request) const;

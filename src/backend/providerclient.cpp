@@ -163,4 +163,19 @@ QCoro::Task<AnalyzeResponse> ProviderClient::analyze(ProviderCall call, AnalyzeR
     co_return *answer;
 }
 
+QCoro::Task<Result<>> ProviderClient::verifyKey(ProviderCall call)
+{
+    QElapsedTimer clock;
+    clock.start();
+    const ReplyPointer reply(m_network.get(call.modelListRequest()));
+    auto finishing = outcomeOf(reply.get(), QDeadlineTimer(m_timeout));
+    const ProviderFailure outcome = co_await finishing;
+    logOutcome(QStringLiteral("Key check"), providerName(call.provider), call.provider, outcome, 0, clock.elapsed());
+    const bool refused
+        = outcome.kind == ProviderFailure::Kind::Status && (outcome.status == 401 || outcome.status == 403);
+    if (refused)
+        co_return Failure { providerFailureText(call.provider, outcome), outcome.status };
+    co_return Result<>();
+}
+
 } // namespace Nomly

@@ -28,6 +28,12 @@ public:
     // the words the application translates.
     QCoro::Task<AnalyzeResponse> analyze(ProviderCall call, AnalyzeRequest request);
 
+    // Whether the provider takes the call's key: fails, with the provider's
+    // own words for a refused key, only when the provider refuses it. A
+    // provider that cannot be reached proves nothing either way, and the
+    // key stands.
+    QCoro::Task<Result<>> verifyKey(ProviderCall call);
+
 private:
     // What is said in the request's audio, or the failure text of the call.
     QCoro::Task<Result<QString>> transcribe(const ProviderCall &call,

@@ -8,6 +8,7 @@
 
 #include "ai/keycustody.h"
 #include "ai/secretstores.h"
+#include "app/airoute.h"
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
 #include "cli/commandparsing.h"
@@ -46,7 +47,8 @@ ExitStatus runKeysCommand(const QStringList &arguments)
         QStringLiteral("Your own API keys for the AI providers (%1), kept in the desktop's Secret Service, or where "
                        "none runs in a file only you can read ($XDG_CONFIG_HOME/Nomly/secrets.json).\n\n"
                        "  nomly keys list              which providers have a key (never the key)\n"
-                       "  nomly keys set PROVIDER      reads the key from standard input\n"
+                       "  nomly keys set PROVIDER      reads the key from standard input; the provider is asked\n"
+                       "                               first, and a key it refuses is not stored\n"
                        "  nomly keys remove PROVIDER\n\n"
                        "Example: printf '%%s' \"$KEY\" | nomly keys set openai")
             .arg(providerNames()));
@@ -95,8 +97,16 @@ ExitStatus runKeysCommand(const QStringList &arguments)
         return ExitStatus::Success;
     }
     if (action == u"set") {
-        if (!QCoro::waitFor(profile->state().saveApiKey(custody, *provider, key))) {
-            CliOutput::error(QStringLiteral("the key for %1 could not be stored").arg(rawValue(*provider)));
+        // The backend tries the key with the provider before anything is kept.
+        Result<std::unique_ptr<AIRoute>> route = AIRoute::open(profile->userDefaults(), true);
+        if (!route) {
+            CliOutput::error(route.error());
+            return ExitStatus::ItemFailed;
+        }
+        const Result<> saved = QCoro::waitFor(profile->state().saveApiKey(route.value()->keySync(), *provider, key));
+        if (!saved) {
+            CliOutput::error(
+                QStringLiteral("the key for %1 was not stored: %2").arg(rawValue(*provider), saved.error()));
             return ExitStatus::ItemFailed;
         }
         CliOutput::line(QStringLiteral("Stored the key for %1").arg(rawValue(*provider)));

@@ -68,10 +68,11 @@ void selectData(QComboBox *box, int value)
 
 } // namespace
 
-AISetupTab::AISetupTab(SettingsViewModel &model, KeyCustody *custody, QWidget *parent)
+AISetupTab::AISetupTab(SettingsViewModel &model, KeyCustody *custody, KeySyncSource keySync, QWidget *parent)
     : QWidget(parent)
     , m_model(model)
     , m_custody(custody)
+    , m_keySync(std::move(keySync))
 {
     m_mode = new QComboBox(this);
     m_mode->setObjectName(QStringLiteral("processingMode"));
@@ -215,15 +216,24 @@ QCoro::Task<> AISetupTab::saveKey()
     const QString key = m_key->text().trimmed();
     if (!m_custody || key.isEmpty())
         co_return;
+    QString unavailable;
+    KeySync *sync = m_keySync ? m_keySync(&unavailable) : nullptr;
+    if (!sync) {
+        m_keyState->setText(tr("The key could not be stored: %1").arg(unavailable));
+        co_return;
+    }
     QPointer<AISetupTab> self(this);
-    auto saving = m_model.saveApiKey(*m_custody, selectedProvider(), key);
-    const bool saved = co_await saving;
+    m_keyState->setText(tr("Checking the key with the provider..."));
+    auto saving = m_model.saveApiKey(*sync, selectedProvider(), key);
+    const Result<> saved = co_await saving;
     if (!self)
         co_return;
-    if (saved)
+    if (saved) {
         m_key->clear();
-    else
-        m_keyState->setText(tr("The key could not be stored."));
+        refresh();
+    } else {
+        m_keyState->setText(tr("The key was not stored: %1").arg(saved.error()));
+    }
 }
 
 QCoro::Task<> AISetupTab::removeKey()

@@ -17,19 +17,25 @@ class QPushButton;
 namespace Nomly {
 
 class KeyCustody;
+class KeySync;
 class SettingsViewModel;
 
 // Where the AI runs: off, the hosted service (with or without the user's own
-// provider key) or a local server. A key typed here goes straight into the
-// desktop's secret store; the tab never shows a stored key back.
+// provider key) or a local server. A key typed here is tried with its
+// provider through the key sync, then kept in the desktop's secret store;
+// the tab never shows a stored key back.
 class AISetupTab final : public QWidget
 {
     Q_OBJECT
 
 public:
+    // The key sync of the AI route, opened when first asked for; null, with
+    // why, when the route cannot be opened.
+    using KeySyncSource = std::function<KeySync *(QString *error)>;
+
     // Without custody there is nowhere to keep a key, and its controls stay
     // disabled.
-    AISetupTab(SettingsViewModel &model, KeyCustody *custody, QWidget *parent = nullptr);
+    AISetupTab(SettingsViewModel &model, KeyCustody *custody, KeySyncSource keySync, QWidget *parent = nullptr);
 
     // A group of related settings below the AI's own, such as the quick
     // rename shortcut.
@@ -46,6 +52,7 @@ private:
 
     SettingsViewModel &m_model;
     KeyCustody *m_custody = nullptr;
+    KeySyncSource m_keySync;
     QComboBox *m_mode = nullptr;
     QComboBox *m_provider = nullptr;
     QCheckBox *m_byok = nullptr;

@@ -113,7 +113,14 @@ void GuiApplication::showPrimary()
     }
     if (!m_window) {
         KeyCustody *custody = m_services.keysProvider ? m_services.keysProvider() : nullptr;
-        m_window = std::make_unique<SettingsWindow>(*model, custody, m_hotkeys.get());
+        m_window = std::make_unique<SettingsWindow>(
+            *model,
+            custody,
+            [this](QString *error) -> KeySync * {
+                AIRoute *route = aiRoute(error);
+                return route ? &route->keySync() : nullptr;
+            },
+            m_hotkeys.get());
         connect(m_window.get(), &SettingsWindow::consentReviewRequested, this, &GuiApplication::presentConsent);
     }
     m_window->present();
@@ -228,6 +235,24 @@ void GuiApplication::quickRename(const QStringList &paths)
     QCoro::connect(model->hotkey().processFinderServiceFiles(paths), this, [](const QuickRenameOutcome &) {});
 }
 
+AIRoute *GuiApplication::aiRoute(QString *error)
+{
+    if (!m_aiRoute) {
+        // Hosted ready too: the route may change while the program runs.
+        UserDefaults &defaults = m_services.userDefaultsProvider();
+        KeyCustody *keys = m_services.keysProvider ? m_services.keysProvider() : nullptr;
+        Result<std::unique_ptr<AIRoute>> opened = keys && m_services.deviceProvider
+            ? AIRoute::open(defaults, m_services.deviceProvider(), *keys, true)
+            : AIRoute::open(defaults, true);
+        if (!opened) {
+            *error = opened.error();
+            return nullptr;
+        }
+        m_aiRoute = std::move(opened).value();
+    }
+    return m_aiRoute.get();
+}
+
 void GuiApplication::connectQuickRename()
 {
     SettingsViewModel *model = m_launcher->viewModel();
@@ -237,22 +262,10 @@ void GuiApplication::connectQuickRename()
     // Offscreen runs (tests, headless sessions) have no desktop to ask.
     if (QGuiApplication::platformName() != u"offscreen")
         m_hotkeys = std::make_unique<DesktopHotkeyService>();
-    UserDefaults &defaults = m_services.userDefaultsProvider();
     model->setQuickRenameServices({
-        [this, &defaults](QString *error) -> AIService * {
-            if (!m_aiRoute) {
-                // Hosted ready too: the route may change while the program runs.
-                KeyCustody *keys = m_services.keysProvider ? m_services.keysProvider() : nullptr;
-                Result<std::unique_ptr<AIRoute>> opened = keys && m_services.deviceProvider
-                    ? AIRoute::open(defaults, m_services.deviceProvider(), *keys, true)
-                    : AIRoute::open(defaults, true);
-                if (!opened) {
-                    *error = opened.error();
-                    return nullptr;
-                }
-                m_aiRoute = std::move(opened).value();
-            }
-            return &m_aiRoute->service();
+        [this](QString *error) -> AIService * {
+            AIRoute *route = aiRoute(error);
+            return route ? &route->service() : nullptr;
         },
         [this]() -> HotkeyService * { return m_hotkeys.get(); },
         [](const QString &title, const QString &body) { DesktopNotifier::post(title, body); },

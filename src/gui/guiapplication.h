@@ -69,6 +69,8 @@ private:
     void quickRename(const QStringList &paths);
     // Gives quick rename its services once the central state exists.
     void connectQuickRename();
+    // The AI route of this process, opened when first needed.
+    AIRoute *aiRoute(QString *error);
     void askForConsent();
     // What is sent, and the agreement to it.
     void presentConsent();

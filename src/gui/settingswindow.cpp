@@ -16,7 +16,11 @@
 
 namespace Nomly {
 
-SettingsWindow::SettingsWindow(SettingsViewModel &model, KeyCustody *custody, HotkeyService *hotkeys, QWidget *parent)
+SettingsWindow::SettingsWindow(SettingsViewModel &model,
+                               KeyCustody *custody,
+                               AISetupTab::KeySyncSource keySync,
+                               HotkeyService *hotkeys,
+                               QWidget *parent)
     : QWidget(parent)
     , m_model(model)
 {
@@ -27,7 +31,7 @@ SettingsWindow::SettingsWindow(SettingsViewModel &model, KeyCustody *custody, Ho
     m_monitorTab = new MonitorTab(model, this);
     m_activityTab = new ActivityTab(model.activity(), this);
     m_templatesTab = new TemplatesTab(model, this);
-    m_aiSetupTab = new AISetupTab(model, custody, this);
+    m_aiSetupTab = new AISetupTab(model, custody, std::move(keySync), this);
     m_aiSetupTab->addSection(new HotkeySettingsBox(model, hotkeys, m_aiSetupTab));
     auto *privacy = new PrivacySettingsBox(model, m_aiSetupTab);
     connect(privacy, &PrivacySettingsBox::reviewRequested, this, &SettingsWindow::consentReviewRequested);

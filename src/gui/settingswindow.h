@@ -4,6 +4,7 @@
 #include <QWidget>
 
 #include "app/settingstab.h"
+#include "gui/aisetuptab.h"
 
 class QTabWidget;
 
@@ -32,6 +33,7 @@ public:
     // `hotkeys` is null where no global shortcut can be had.
     SettingsWindow(SettingsViewModel &model,
                    KeyCustody *custody,
+                   AISetupTab::KeySyncSource keySync = {},
                    HotkeyService *hotkeys = nullptr,
                    QWidget *parent = nullptr);
 

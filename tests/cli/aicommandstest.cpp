@@ -8,6 +8,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 #include <memory>
@@ -169,7 +170,7 @@ private slots:
         ProviderPeer openai(ProviderPeer::Dialect::ChatCompletions);
         openai.answer(answerJson(u"Acme Invoice 2041"_s));
         m_environment.insert(u"NOMLY_OPENAI_BASE_URL"_s, openai.baseUrl());
-        setUpOwnKey();
+        setUpOwnKey(openai);
         QVERIFY(writeTextPdf(m_dir->filePath(u"files/invoice.pdf"_s),
                              { u"INVOICE 2041\nAcme Corporation\nTotal due: 120.00 EUR"_s }));
         QFile original(m_dir->filePath(u"files/invoice.pdf"_s));
@@ -221,9 +222,10 @@ private slots:
         QFETCH(QByteArray, body);
         QFETCH(QString, expected);
         ProviderPeer openai(ProviderPeer::Dialect::ChatCompletions);
-        openai.fail(status, body);
+        openai.answer(answerJson(u"unused"_s));
         m_environment.insert(u"NOMLY_OPENAI_BASE_URL"_s, openai.baseUrl());
-        setUpOwnKey();
+        setUpOwnKey(openai);
+        openai.fail(status, body);
         QCOMPARE(nomly({ u"consent"_s, u"--agree"_s }).exitCode, 0);
         writeFile(u"a.txt"_s, "Minutes of the quarterly planning meeting with the product team.");
         writeFile(u"b.txt"_s, "Shopping list for the weekend: apples, bread, coffee and cheese.");
@@ -235,12 +237,37 @@ private slots:
         QVERIFY(QJsonDocument::fromJson(nomly({ u"history"_s, u"--json"_s }).out.toUtf8()).array().isEmpty());
     }
 
+    // A key the provider refuses is said to be refused and kept nowhere.
+    void refusedKeyIsNotStored()
+    {
+        ProviderPeer openai(ProviderPeer::Dialect::ChatCompletions);
+        openai.fail(401,
+                    R"({"error":{"message":"Incorrect API key provided: sk-bad","type":"invalid_request_error",)"
+                    R"("code":"invalid_api_key"}})"_ba);
+        m_environment.insert(u"NOMLY_OPENAI_BASE_URL"_s, openai.baseUrl());
+
+        const CliRun run = nomly({ u"keys"_s, u"set"_s, u"openai"_s }, "sk-bad");
+        QCOMPARE(run.exitCode, 1);
+        QVERIFY2(run.err.contains(u"Invalid OpenAI API key. Please double-check and try again."_s),
+                 qPrintable(run.err));
+        QVERIFY(!run.out.contains(u"Stored"_s));
+        QVERIFY(nomly({ u"keys"_s, u"list"_s }).out.contains(QRegularExpression(u"openai +not set"_s)));
+        QVERIFY(!nomly({ u"config"_s, u"get"_s, u"hasOpenaiApiKey"_s }).out.contains(u"true"_s));
+    }
+
 private:
-    void setUpOwnKey()
+    // The key is tried with the provider (one call to its model list, the
+    // key in the header) before it is stored.
+    void setUpOwnKey(ProviderPeer &openai)
     {
         QCOMPARE(nomly({ u"config"_s, u"set"_s, u"aiProvider"_s, u"openai"_s }).exitCode, 0);
         QCOMPARE(nomly({ u"config"_s, u"set"_s, u"byokEnabled"_s, u"true"_s }).exitCode, 0);
         QCOMPARE(nomly({ u"keys"_s, u"set"_s, u"openai"_s }, "sk-test-4242\n").exitCode, 0);
+        QCOMPARE(openai.received.size(), 1);
+        QCOMPARE(openai.received.first().method, QByteArray("GET"));
+        QCOMPARE(openai.received.first().path, u"/v1/models"_s);
+        QCOMPARE(openai.received.first().header("authorization"), QByteArray("Bearer sk-test-4242"));
+        openai.received.clear();
     }
 
     CliRun nomly(const QStringList &arguments, const QByteArray &input = {})

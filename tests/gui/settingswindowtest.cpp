@@ -16,6 +16,7 @@
 
 #include <qcoro/qcorotask.h>
 
+#include "app/airoute.h"
 #include "app/applaunch.h"
 #include "app/settingsviewmodel.h"
 #include "gui/aisetuptab.h"
@@ -25,10 +26,12 @@
 #include "gui/templateeditor.h"
 #include "gui/templatestab.h"
 #include "profileservices.h"
+#include "providerpeer.h"
 #include "settings/bundledpresets.h"
 
 using namespace Qt::StringLiterals;
 using namespace Nomly;
+using Nomly::Test::ProviderPeer;
 using Nomly::Test::ProfileServices;
 
 namespace {
@@ -62,7 +65,16 @@ private slots:
         m_launcher = std::make_unique<AppLauncher>(m_profile->services());
         auto starting = m_launcher->start();
         QVERIFY(QCoro::waitFor(std::move(starting)));
-        m_window = std::make_unique<SettingsWindow>(model(), m_profile->custody.get());
+        // Keys are tried with a provider on loopback before they are kept.
+        m_provider = std::make_unique<ProviderPeer>(ProviderPeer::Dialect::ChatCompletions);
+        m_provider->answer(u"{}"_s);
+        qputenv("NOMLY_OPENAI_BASE_URL", m_provider->baseUrl().toUtf8());
+        qunsetenv("NOMLY_BACKEND_URL");
+        auto route = AIRoute::open(m_profile->defaults, *m_profile->device, *m_profile->custody, true);
+        QVERIFY2(route.ok(), qPrintable(route.error()));
+        m_route = std::move(route).value();
+        m_window = std::make_unique<SettingsWindow>(
+            model(), m_profile->custody.get(), [this](QString *) { return &m_route->keySync(); });
         m_alerts.clear();
         const auto record
             = [this](const QString &title, const QString &message, const QStringList &buttons) -> QCoro::Task<QString> {
@@ -78,6 +90,8 @@ private slots:
     void cleanup()
     {
         m_window.reset();
+        m_route.reset();
+        m_provider.reset();
         m_launcher.reset();
         m_profile.reset();
         m_dir.reset();
@@ -275,6 +289,8 @@ private:
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<ProfileServices> m_profile;
     std::unique_ptr<AppLauncher> m_launcher;
+    std::unique_ptr<ProviderPeer> m_provider;
+    std::unique_ptr<AIRoute> m_route;
     std::unique_ptr<SettingsWindow> m_window;
     QString m_answer;
     QList<Alert> m_alerts;
