@@ -1,5 +1,6 @@
 #include "ai/hostedbackend.h"
 
+#include <QHostAddress>
 #include <array>
 
 namespace Nomly {
@@ -32,6 +33,14 @@ const FunctionEntry &entryFor(BackendFunction function)
         }
     }
     Q_UNREACHABLE();
+}
+
+bool isLoopback(const QString &host)
+{
+    if (host.compare(u"localhost", Qt::CaseInsensitive) == 0)
+        return true;
+    const QHostAddress address(host);
+    return !address.isNull() && address.isLoopback();
 }
 
 } // namespace
@@ -74,6 +83,15 @@ Result<QUrl> HostedBackend::baseUrl() const
     const bool web = url.scheme() == u"http" || url.scheme() == u"https";
     if (!url.isValid() || !web || url.host().isEmpty() || url.hasQuery() || url.hasFragment()) {
         return Failure { QStringLiteral("The backend base URL is not an http(s) URL: ") + text };
+    }
+    // Keys, previews and extracted text travel in the bodies: in the clear
+    // they may only go to a backend on this machine.
+    if (url.scheme() == u"http" && !isLoopback(url.host())) {
+        return Failure { QStringLiteral(
+                             "The backend at %1 is reached over plain HTTP, which would expose your keys and "
+                             "files on the network. Use https://, or http:// only for this machine "
+                             "(127.0.0.1, ::1, localhost).")
+                             .arg(url.toString(QUrl::RemoveUserInfo)) };
     }
     return url;
 }

@@ -67,6 +67,8 @@ private slots:
     void syncBody();
     void syncOutcome_data();
     void syncOutcome();
+    void plainHttpOnlyOnThisMachine_data();
+    void plainHttpOnlyOnThisMachine();
 
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -207,6 +209,32 @@ void HostedBackendTest::syncOutcome()
     QCOMPARE(awaited(services.custody.load(AIProvider::OpenAI)), result.ok() ? std::optional(ApiKey) : std::nullopt);
     QCoreApplication::processEvents();
     QCOMPARE(responder.received.size(), status > 0 && blocked != u"device" ? 1 : 0);
+}
+
+// Keys and files travel in the request bodies.
+void HostedBackendTest::plainHttpOnlyOnThisMachine_data()
+{
+    QTest::addColumn<QString>("url");
+    QTest::addColumn<bool>("accepted");
+
+    QTest::newRow("https-anywhere") << u"https://nomly.example.org/base"_s << true;
+    QTest::newRow("http-loopback-address") << u"http://127.0.0.1:8787"_s << true;
+    QTest::newRow("http-localhost") << u"http://localhost:8787"_s << true;
+    QTest::newRow("http-ipv6-loopback") << u"http://[::1]:8787"_s << true;
+    QTest::newRow("http-local-network") << u"http://192.168.1.20:8787"_s << false;
+    QTest::newRow("http-named-host") << u"http://nomly.example.org"_s << false;
+}
+
+void HostedBackendTest::plainHttpOnlyOnThisMachine()
+{
+    QFETCH(QString, url);
+    QFETCH(bool, accepted);
+
+    qunsetenv("NOMLY_BACKEND_URL");
+    const Result<QUrl> base = HostedBackend(url, u"token"_s).baseUrl();
+    QCOMPARE(base.ok(), accepted);
+    if (!accepted)
+        QVERIFY2(base.error().contains(u"plain HTTP"_s), qPrintable(base.error()));
 }
 
 QTEST_GUILESS_MAIN(HostedBackendTest)
