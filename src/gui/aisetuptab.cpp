@@ -46,21 +46,6 @@ constexpr std::array ProviderChoices {
     ProviderChoice { AIProvider::Groq, "Groq" },
 };
 
-bool hasKey(const Settings &settings, AIProvider provider)
-{
-    switch (provider) {
-    case AIProvider::Gemini:
-        return settings.hasGeminiApiKey;
-    case AIProvider::OpenAI:
-        return settings.hasOpenaiApiKey;
-    case AIProvider::Claude:
-        return settings.hasClaudeApiKey;
-    case AIProvider::Groq:
-        return settings.hasGroqApiKey;
-    }
-    return false;
-}
-
 void selectData(QComboBox *box, int value)
 {
     box->setCurrentIndex(std::max(0, box->findData(value)));
@@ -177,7 +162,7 @@ void AISetupTab::refresh()
 
     const bool cloud = settings.aiProcessingMode == AIProcessingMode::Cloud;
     const bool local = settings.aiProcessingMode == AIProcessingMode::Local;
-    const bool stored = hasKey(settings, settings.aiProvider);
+    const bool stored = settings.hasApiKey(settings.aiProvider);
     m_provider->setEnabled(cloud);
     m_byok->setEnabled(cloud);
     m_key->setEnabled(cloud && m_custody);

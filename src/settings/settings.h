@@ -84,6 +84,24 @@ struct Settings
         return const_cast<Settings *>(this)->byokModel(provider);
     }
 
+    // Whether the user saved a key of their own for a provider.
+    bool &hasApiKey(AIProvider provider)
+    {
+        switch (provider) {
+        case AIProvider::Gemini:
+            return hasGeminiApiKey;
+        case AIProvider::OpenAI:
+            return hasOpenaiApiKey;
+        case AIProvider::Claude:
+            return hasClaudeApiKey;
+        case AIProvider::Groq:
+            return hasGroqApiKey;
+        }
+        Q_UNREACHABLE();
+    }
+
+    bool hasApiKey(AIProvider provider) const { return const_cast<Settings *>(this)->hasApiKey(provider); }
+
     bool operator==(const Settings &) const = default;
 };
 

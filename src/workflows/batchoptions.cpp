@@ -9,7 +9,9 @@ AnalyzeBatchOptions batchOptionsFor(const Settings &settings, const EffectiveAna
     AnalyzeBatchOptions options;
     options.aiProcessingMode = settings.aiProcessingMode;
     options.byokEnabled = settings.byokEnabled;
-    if (settings.byokEnabled) {
+    // The chosen provider counts only with a key saved for it; without one
+    // the call goes the hosted way rather than fail for a missing key.
+    if (settings.byokEnabled && settings.hasApiKey(settings.aiProvider)) {
         options.aiProvider = settings.aiProvider;
         options.byokModel = settings.byokModel(settings.aiProvider);
     }
