@@ -146,9 +146,12 @@ public:
             m_added.insert(key, *clean);
     }
 
-    // The first match whose value is not itself a label word: the patterns
-    // match without case, so "INVOICE\nInvoice No: 7" would otherwise give
-    // "Invoice". Matches may overlap, so each start is tried.
+    // The first match whose value is a code: the labels match without case,
+    // but a value is written in the capitals and figures its pattern names,
+    // so "Invoice summary" and "the invoice attached" hold no number. A
+    // label word in capitals is no value either: "INVOICE\nINVOICE NO: 1042"
+    // would otherwise give "INVOICE". Matches may overlap, so each start is
+    // tried.
     void putCapture(const QString &key, const QString &text, std::initializer_list<const char16_t *> patterns)
     {
         static const QStringList LabelWords {
@@ -165,7 +168,9 @@ public:
                 if (!match.hasMatch())
                     break;
                 const QString captured = match.captured(1);
-                if (!LabelWords.contains(captured.toLower())) {
+                const bool lowercase
+                    = std::any_of(captured.cbegin(), captured.cend(), [](QChar c) { return c.isLower(); });
+                if (!lowercase && !LabelWords.contains(captured.toLower())) {
                     put(key, captured);
                     return;
                 }
@@ -251,8 +256,7 @@ void invoiceGroup(Collector &out, const QString &text, const QString &lowered, c
                        return false;
                    const QString trimmed = low.trimmed();
                    return containsAny(low, { u"total amount", u"amount due", u"balance due", u"grand total" })
-                       || trimmed.startsWith(u"total ") || trimmed.startsWith(u"total\t")
-                       || trimmed.startsWith(u"total:");
+                       || trimmed.startsWith(u"total ") || trimmed.startsWith(u"total\t");
                }));
     if (!out.has(QStringLiteral("total_amount")) && !out.value(QStringLiteral("amount")).isEmpty())
         takeAmount(QStringLiteral("total_amount"), firstAmount(out.value(QStringLiteral("amount"))));
@@ -353,12 +357,15 @@ void travelGroup(Collector &out, const QString &text, const QStringList &lines)
     static const QRegularExpression lodging
         = caseless(QStringLiteral("\\b(hotel|resort|inn|suites?|villas?|hostel|lodge|lodging|guesthouse|apartments|spa|"
                                   "marriott|hilton|hyatt|sheraton)\\b"));
+    qsizetype hotelLine = -1;
     for (qsizetype i = 0; i < lines.size(); ++i) {
         const QString line = lines.at(i).trimmed();
         const QString low = u' ' + line.toLower() + u' ';
         const auto letters = std::count_if(line.cbegin(), line.cend(), [](QChar c) { return c.isLetter(); });
-        if (line.size() >= 4 && lodging.match(line).hasMatch() && letters >= 0.45 * line.size() && !isAddress(low)) {
+        // Letters make at least 0.45 of the line, counted in whole numbers.
+        if (line.size() >= 4 && lodging.match(line).hasMatch() && letters * 20 >= line.size() * 9 && !isAddress(low)) {
             out.put(QStringLiteral("hotel"), line);
+            hotelLine = i;
             break;
         }
     }
@@ -369,24 +376,26 @@ void travelGroup(Collector &out, const QString &text, const QStringList &lines)
         QStringLiteral("singapore"),      QStringLiteral("malaysia"),      QStringLiteral("indonesia"),
         QStringLiteral("vietnam"),        QStringLiteral("australia"),     QStringLiteral("canada")
     };
-    for (const QString &line : lines) {
+    // The place is on the line under the hotel's name or on an address line.
+    for (qsizetype i = 0; i < lines.size() && !out.has(QStringLiteral("destination")); ++i) {
+        const QString &line = lines.at(i);
         const QString low = u' ' + line.toLower() + u' ';
-        if (!isAddress(low))
+        const bool underHotel = hotelLine >= 0 && i == hotelLine + 1;
+        if (!underHotel && !isAddress(low))
             continue;
         const auto country = std::find_if(Countries.cbegin(), Countries.cend(), [&low](const QString &name) {
             return caseless(u"\\b" + name + u"\\b").match(low).hasMatch();
         });
         if (country != Countries.cend()) {
-            QString name = *country;
-            name = name == u"usa" ? QStringLiteral("USA")
-                                  : name.split(u' ').constFirst().left(1).toUpper() + name.mid(1);
-            out.put(QStringLiteral("destination"), name);
+            QStringList words = country->split(u' ');
+            for (QString &word : words)
+                word = word == u"usa" ? word.toUpper() : word.left(1).toUpper() + word.mid(1);
+            out.put(QStringLiteral("destination"), words.join(u' '));
         } else {
             const QStringList parts = line.split(u',');
             if (parts.size() >= 2)
                 out.put(QStringLiteral("destination"), parts.at(parts.size() - 2));
         }
-        break;
     }
     out.put(QStringLiteral("type"), QStringLiteral("travel booking"));
 }
@@ -510,7 +519,10 @@ QHash<QString, QString> LocalFieldDetector::detect(const LocalFieldInput &input)
     out.put(QStringLiteral("code_language"), codeLanguages().value(extension));
     if (text.isEmpty())
         return out.added();
-    out.put(QStringLiteral("language"), TextLanguage::languageName(text));
+    // Only the file's own text has a language of its own: the title and
+    // description are the AI's words, in whatever language it was asked to
+    // answer, and would outweigh a short text or stand in for a missing one.
+    out.put(QStringLiteral("language"), TextLanguage::languageName(input.mainText));
     const QString lowered = text.toLower();
     const QStringList lines = text.split(u'\n');
 

@@ -20,9 +20,10 @@ struct LocalFieldInput
 // Fills naming fields the AI left out, from the text alone: it decides which
 // kinds of document the text is (invoice, travel booking, order and shipping,
 // medical, legal, meeting), then reads labelled values and known patterns per
-// kind, the programming language of a code file and the language the text
-// is written in. A value already present is never overwritten. Plain rules
-// over text; nothing is sent anywhere.
+// kind, the programming language of a code file and the language the
+// file's own text (never the further strings) is written in. A value already
+// present is never overwritten. Plain rules over text; nothing is sent
+// anywhere.
 class LocalFieldDetector final
 {
 public:

@@ -1,5 +1,6 @@
 #include "content/pdftext.h"
 
+#include <QRegularExpression>
 #include <QStringList>
 #include <algorithm>
 
@@ -19,6 +20,14 @@ QString entries(int pageCount, const QList<PdfPageText> &pages, qsizetype budget
         out.append(QStringLiteral("Page %1 of %2:\n").arg(page.index + 1).arg(pageCount) + cutText(page.text, budget));
     }
     return out.join(QStringLiteral("\n\n"));
+}
+
+// A line that assembling wrote: a page heading or the head line of excerpts.
+bool isHeading(const QString &line)
+{
+    static const QRegularExpression heading(
+        QStringLiteral("^(?:Page \\d+ of \\d+:|PDF text excerpts from \\d+(?: of \\d+)? pages\\.)$"));
+    return heading.match(line).hasMatch();
 }
 
 } // namespace
@@ -56,6 +65,13 @@ std::optional<QString> assembledPdfText(int pageCount, const QList<PdfPageText> 
         ? QStringLiteral("PDF text excerpts from %1 pages.").arg(kept)
         : QStringLiteral("PDF text excerpts from %1 of %2 pages.").arg(kept).arg(pageCount);
     return cutText(head + QStringLiteral("\n\n") + entries(pageCount, pages, budget), Limits::MaxTextCharacters);
+}
+
+QString pdfTextWithoutHeadings(const QString &assembled)
+{
+    QStringList lines = assembled.split(u'\n');
+    lines.removeIf(isHeading);
+    return lines.join(u'\n').trimmed();
 }
 
 } // namespace Nomly

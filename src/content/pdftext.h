@@ -23,4 +23,8 @@ struct PdfPageText
 // the budget. None when no page had readable text.
 std::optional<QString> assembledPdfText(int pageCount, const QList<PdfPageText> &pages);
 
+// The pages' own text in one that assembledPdfText() made: its head line and
+// page headings taken out.
+QString pdfTextWithoutHeadings(const QString &assembled);
+
 } // namespace Nomly

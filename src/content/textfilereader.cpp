@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QStringDecoder>
 #include <algorithm>
+#include <optional>
 
 #include "content/extractionlimits.h"
 
@@ -27,20 +28,27 @@ std::optional<QString> decodedWith(QStringDecoder decoder, const QByteArray &byt
     return text;
 }
 
-// Without a byte-order mark, UTF-16 is taken only when it looks like it:
-// many zero bytes on one side, as Latin text in UTF-16 has. Almost any bytes
-// decode as UTF-16, so the test keeps 8-bit text from turning into noise.
-bool looksLikeUtf16(const QByteArray &bytes)
+// The byte order of UTF-16 text, or none when the bytes don't look like it.
+// Without a byte-order mark, UTF-16 is taken only when many zero bytes sit on
+// one side, as Latin text in UTF-16 has, and that side tells the order.
+// Almost any bytes decode as UTF-16, so the test keeps 8-bit text from
+// turning into noise.
+std::optional<QStringDecoder::Encoding> utf16ByteOrder(const QByteArray &bytes)
 {
-    if (bytes.startsWith("\xFF\xFE") || bytes.startsWith("\xFE\xFF"))
-        return true;
+    if (bytes.startsWith("\xFF\xFE"))
+        return QStringDecoder::Utf16LE;
+    if (bytes.startsWith("\xFE\xFF"))
+        return QStringDecoder::Utf16BE;
     qsizetype zeros[2] = { 0, 0 };
     for (qsizetype i = 0; i < bytes.size(); ++i) {
         if (bytes.at(i) == '\0')
             ++zeros[i % 2];
     }
     const qsizetype half = bytes.size() / 2;
-    return half > 0 && std::max(zeros[0], zeros[1]) * 4 >= half;
+    if (half == 0 || std::max(zeros[0], zeros[1]) * 4 < half)
+        return std::nullopt;
+    // The high byte of a Latin character is the zero one.
+    return zeros[0] > zeros[1] ? QStringDecoder::Utf16BE : QStringDecoder::Utf16LE;
 }
 
 // C1 control codes are almost never meant: such bytes are the quotes and
@@ -57,15 +65,18 @@ bool hasWindowsPunctuation(const QByteArray &bytes)
 
 std::optional<QString> decodeText(const QByteArray &bytes, bool complete)
 {
+    const std::optional<QStringDecoder::Encoding> utf16Order = utf16ByteOrder(bytes);
     if (auto utf8 = decodedWith(QStringDecoder(QStringDecoder::Utf8, flagsFor(complete)), bytes)) {
-        if (utf8->startsWith(QChar(0xFEFF)))
-            utf8->remove(0, 1);
-        return utf8;
+        // Latin text in UTF-16 is valid UTF-8 as well, with a NUL beside
+        // every letter; no text means those.
+        if (!utf16Order || !utf8->contains(QChar(u'\0'))) {
+            if (utf8->startsWith(QChar(0xFEFF)))
+                utf8->remove(0, 1);
+            return utf8;
+        }
     }
-    if (looksLikeUtf16(bytes)) {
-        // The decoder reads a byte-order mark itself, little-endian without one.
-        const auto encoding = bytes.startsWith("\xFE\xFF") ? QStringDecoder::Utf16BE : QStringDecoder::Utf16LE;
-        if (auto utf16 = decodedWith(QStringDecoder(encoding, flagsFor(complete)), bytes)) {
+    if (utf16Order) {
+        if (auto utf16 = decodedWith(QStringDecoder(*utf16Order, flagsFor(complete)), bytes)) {
             if (utf16->startsWith(QChar(0xFEFF)))
                 utf16->remove(0, 1);
             return utf16;

@@ -7,8 +7,8 @@
 namespace Nomly {
 
 // The text of a file in the first encoding that decodes it whole: UTF-8,
-// UTF-16 (by its byte-order mark, else little-endian), ISO Latin 1, then
-// Windows-1252. Reads at most the first MaxTextFileBytes bytes; a sequence
+// UTF-16 (by its byte-order mark, else by the side its zero bytes are on),
+// ISO Latin 1, then Windows-1252. Reads at most the first MaxTextFileBytes bytes; a sequence
 // cut at that bound is left out rather than spoiling the decode. None when
 // the file cannot be read.
 std::optional<QString> readTextFile(const QString &path);

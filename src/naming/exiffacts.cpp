@@ -102,7 +102,7 @@ QString focalLength(double millimetres)
 
 QString aperture(double fNumber)
 {
-    return u"f/" + formatDecimal(fNumber, 1);
+    return u"f" + formatDecimal(fNumber, 1);
 }
 
 QString shutterSpeed(double seconds)

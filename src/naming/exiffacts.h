@@ -23,7 +23,7 @@ void prepareExiv2();
 namespace ExifText {
 
 QString focalLength(double millimetres); // "35mm"
-QString aperture(double fNumber); // "f/2.8", "f/8"
+QString aperture(double fNumber); // "f2.8", "f8"
 QString shutterSpeed(double seconds); // "1/125s", "2.5s", empty when not above zero
 QString exposureBias(double ev); // "-0.33EV", "0EV"
 QString whiteBalance(std::optional<int> lightSource, std::optional<int> whiteBalance);

@@ -13,6 +13,7 @@
 
 #include "naming/builtinextensions.h"
 #include "naming/dateformats.h"
+#include "naming/detectedfields.h"
 #include "naming/exiffacts.h"
 #include "naming/fieldcatalogue.h"
 #include "naming/mediafacts.h"
@@ -152,23 +153,6 @@ Fields gitFields(const QString &path)
     return fields;
 }
 
-// Literal "\uXXXX" escapes as a model or a JSON file may leave them.
-QString decodedEscapes(const QString &text)
-{
-    static const QRegularExpression escape(QStringLiteral("\\\\u([0-9a-fA-F]{4})"));
-    QString out;
-    qsizetype last = 0;
-    auto it = escape.globalMatch(text);
-    while (it.hasNext()) {
-        const QRegularExpressionMatch match = it.next();
-        out += QStringView(text).mid(last, match.capturedStart() - last);
-        out += QChar(char16_t(match.captured(1).toUShort(nullptr, 16)));
-        last = match.capturedEnd();
-    }
-    out += QStringView(text).mid(last);
-    return out;
-}
-
 struct NamedFact
 {
     const char16_t *name;
@@ -228,20 +212,6 @@ QList<std::pair<QString, QString>> PatternMetadataReader::namedValues(const Patt
             values.append({ name, metadata.detectedFields.value(name) });
     }
     return values;
-}
-
-QHash<QString, QString> PatternMetadataReader::normalizedDetectedFields(const QHash<QString, QString> &fields)
-{
-    QHash<QString, QString> out;
-    for (auto it = fields.cbegin(); it != fields.cend(); ++it) {
-        const QString normalized = normalizedFieldName(it.key());
-        const QString alias = fieldCatalogue().nameForAlias(normalized);
-        const QString key = alias.isEmpty() ? normalized : alias;
-        const QString value = decodedEscapes(it.value()).normalized(QString::NormalizationForm_C).trimmed();
-        if (!key.isEmpty() && !value.isEmpty())
-            out.insert(key, value);
-    }
-    return out;
 }
 
 PatternFileMetadata PatternMetadataReader::read(const QString &path, const PatternMetadataOptions &options)
@@ -304,7 +274,7 @@ PatternFileMetadata PatternMetadataReader::read(const QString &path, const Patte
     if (extension == u"svg")
         merge(detected, TextFacts::design(readText(path, MaxTextBytes)));
     merge(detected, { { QStringLiteral("export_scale"), TextFacts::exportScale(file.completeBaseName()) } });
-    metadata.detectedFields = normalizedDetectedFields(detected);
+    metadata.detectedFields = DetectedFields::normalized(detected);
     return metadata;
 }
 

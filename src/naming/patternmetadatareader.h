@@ -42,10 +42,6 @@ public:
     // The non-empty facts by field name ("camera_model"), file facts in
     // catalogue order, then the detected fields sorted by name.
     static QList<std::pair<QString, QString>> namedValues(const PatternFileMetadata &metadata);
-
-    // Keys to their field names (aliases resolved), values with literal
-    // "\uXXXX" escapes decoded, composed and trimmed; empty ones dropped.
-    static QHash<QString, QString> normalizedDetectedFields(const QHash<QString, QString> &fields);
 };
 
 } // namespace Nomly

@@ -64,7 +64,7 @@ void fillPhotoFacts(PatternFileMetadata &metadata)
     metadata.lensModel = QStringLiteral("35mm Prime");
     metadata.focalLength = QStringLiteral("35mm");
     metadata.focalLength35mm = QStringLiteral("35mm");
-    metadata.aperture = QStringLiteral("f/2.8");
+    metadata.aperture = QStringLiteral("f2.8");
     metadata.shutterSpeed = QStringLiteral("1/250s");
     metadata.exposureCompensation = QStringLiteral("-0.33EV");
     metadata.iso = QStringLiteral("200");

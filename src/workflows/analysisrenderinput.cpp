@@ -1,5 +1,6 @@
 #include "workflows/analysisrenderinput.h"
 
+#include "naming/detectedfields.h"
 #include "settings/patternrendersettings.h"
 
 namespace Nomly {
@@ -15,13 +16,9 @@ PatternRenderInput analysisRenderInput(const EffectiveAnalysisSettings &settings
     input.type = analysis.type.value_or(QString());
     input.vendor = analysis.vendor.value_or(QString());
     input.amount = analysis.amount.value_or(QString());
-    // The model reports the currency among the naming fields.
-    input.currency = analysis.detectedFields.value(QStringLiteral("currency"));
     input.now = now;
     input.metadata = std::move(facts);
-    for (auto it = analysis.detectedFields.cbegin(); it != analysis.detectedFields.cend(); ++it)
-        input.metadata.detectedFields.insert(it.key(), it.value());
-    return input;
+    return DetectedFields::withAnalysis(std::move(input), analysis.detectedFields);
 }
 
 } // namespace Nomly

@@ -3,21 +3,26 @@
 #include <QFileInfo>
 
 #include "content/localfielddetector.h"
+#include "content/pdftext.h"
+#include "naming/detectedfields.h"
 
 namespace Nomly {
 
 namespace {
 
-std::optional<QString> textOf(const AIAnalyzeInput &input)
+// The file's own text, without what extraction put around it for the AI:
+// the page headings of a document are no part of it, and are in English.
+QString ownTextOf(const AIAnalyzeInput &input)
 {
-    return std::visit(
-        [](const auto &payload) -> std::optional<QString> {
-            if constexpr (requires { payload.text; })
-                return payload.text;
-            else
-                return std::nullopt;
-        },
-        input.payload());
+    if (const auto *document = input.get<FileDocumentAnalysisPayload>())
+        return pdfTextWithoutHeadings(document->text.value_or(QString()));
+    if (const auto *text = input.get<FileTextAnalysisPayload>())
+        return text->text;
+    if (const auto *video = input.get<FileVideoAnalysisPayload>())
+        return video->text.value_or(QString());
+    if (const auto *audio = input.get<FileAudioAnalysisPayload>())
+        return audio->text.value_or(QString());
+    return {};
 }
 
 } // namespace
@@ -25,16 +30,20 @@ std::optional<QString> textOf(const AIAnalyzeInput &input)
 ImageAnalysis withLocalFields(ImageAnalysis analysis, const AIAnalyzeInput &input, const QString &path)
 {
     LocalFieldInput local;
-    local.mainText = textOf(input).value_or(QString());
+    local.mainText = ownTextOf(input);
     local.fileName = QFileInfo(path).fileName();
     local.furtherStrings = analysis.tags;
     local.furtherStrings.prepend(analysis.description);
     local.furtherStrings.prepend(analysis.title.value_or(QString()));
+    // The model writes keys as it likes ("Invoice Number"); under their field
+    // names the rules see what it found and leave it be.
+    QHash<QString, QString> given;
     for (auto it = analysis.detectedFields.cbegin(); it != analysis.detectedFields.cend(); ++it)
-        local.existingFields.insert(it.key(), it.value());
+        given.insert(it.key(), it.value());
+    local.existingFields = DetectedFields::normalized(given);
     const QHash<QString, QString> found = LocalFieldDetector::detect(local);
     for (auto it = found.cbegin(); it != found.cend(); ++it) {
-        if (analysis.detectedFields.value(it.key()).trimmed().isEmpty())
+        if (local.existingFields.value(it.key()).isEmpty())
             analysis.detectedFields.insert(it.key(), it.value());
     }
     return analysis;

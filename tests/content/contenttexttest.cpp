@@ -127,6 +127,24 @@ private slots:
         QVERIFY(!assembledPdfText(pageCount, {}));
     }
 
+    // The page headings and the head line come out again; a line of a page
+    // that only starts like a heading stays.
+    void pdfHeadingsTakenOut_data()
+    {
+        QTest::addColumn<int>("pageCount");
+        QTest::newRow("short, pages whole") << 2;
+        QTest::newRow("long, excerpts under a head line") << 40;
+    }
+
+    void pdfHeadingsTakenOut()
+    {
+        QFETCH(int, pageCount);
+        const QList<PdfPageText> pages { { 0, u"Text of page 1.\nPage 9 of 12: the chart"_s },
+                                         { 1, u"Text of page 2."_s } };
+        QCOMPARE(pdfTextWithoutHeadings(assembledPdfText(pageCount, pages).value()),
+                 u"Text of page 1.\nPage 9 of 12: the chart\n\nText of page 2."_s);
+    }
+
     void csvSummary_data()
     {
         QTest::addColumn<QString>("text");
@@ -193,6 +211,11 @@ private slots:
         QTest::newRow("utf-8 bom dropped") << QByteArray("\xef\xbb\xbfhi") << true << u"hi"_s;
         QTest::newRow("utf-16le bom") << QByteArray("\xff\xfeh\0i\0", 6) << true << u"hi"_s;
         QTest::newRow("utf-16be bom") << QByteArray("\xfe\xff\0h\0i", 6) << true << u"hi"_s;
+        QTest::newRow("utf-16le without bom") << QByteArray("N\0o\0t\0e\0s\0", 10) << true << u"Notes"_s;
+        QTest::newRow("utf-16be without bom") << QByteArray("\0N\0o\0t\0e\0 \0\xe9", 12) << true << u"Note é"_s;
+        QTest::newRow("utf-16le without bom cut mid-character") << QByteArray("h\0i\0!", 5) << false << u"hi"_s;
+        QTest::newRow("a stray nul keeps utf-8")
+            << QByteArray("caf\xc3\xa9 au lait\0 ok", 17) << true << u"café au lait\0 ok"_s;
         QTest::newRow("latin-1") << QByteArray("caf\xe9") << true << u"café"_s;
         QTest::newRow("windows quotes") << QByteArray("\x93quoted\x94") << true << u"\u201Cquoted\u201D"_s;
         QTest::newRow("cut inside a sequence") << QByteArray("ab\xc3") << false << u"ab"_s;

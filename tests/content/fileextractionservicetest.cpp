@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QStandardPaths>
+#include <QStringEncoder>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -45,6 +46,10 @@ private slots:
         QTest::addColumn<QString>("mime");
         QTest::newRow("plain") << u"notes.txt"_s << QByteArray("Meeting notes\r\n\r\n\r\n\tBudget  review for Q3")
                                << u"Meeting notes\n\nBudget review for Q3"_s << u"text/plain"_s;
+        const QString utf16Note = u"Notes for the budget review in March"_s;
+        QTest::newRow("utf-16 without a byte-order mark")
+            << u"utf16.txt"_s << QByteArray(QStringEncoder(QStringEncoder::Utf16LE).encode(utf16Note)) << utf16Note
+            << u"text/plain"_s;
         QTest::newRow("markdown, upper case extension")
             << u"README.MD"_s << QByteArray("# Title\n\nSome body text here.") << u"# Title\n\nSome body text here."_s
             << u"text/markdown"_s;

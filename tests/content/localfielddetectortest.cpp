@@ -61,6 +61,39 @@ private slots:
             << Fields { { u"total_amount"_s, u"50.00"_s }, { u"currency"_s, u"EUR"_s } };
         QTest::newRow("number from the file name") << u"Receipt for your invoice, thank you"_s << u"invoice_88213.pdf"_s
                                                    << Fields {} << Fields { { u"invoice_number"_s, u"88213"_s } };
+        QTest::newRow("a word after invoice is no number")
+            << u"Invoice summary for March\nTotal 120.00 EUR"_s << u"march.pdf"_s << Fields {}
+            << Fields { { u"total_amount"_s, u"120.00"_s }, { u"currency"_s, u"EUR"_s } };
+        QTest::newRow("a word after the invoice is no number")
+            << u"Please find the invoice attached.\nAmount due: $80.00"_s << u"mail.eml"_s << Fields {}
+            << Fields { { u"total_amount"_s, u"80.00"_s }, { u"currency"_s, u"USD"_s } };
+        QTest::newRow("total with a colon is no total line")
+            << u"Invoice INV-31\nTotal: 3 items\nAmount due: $45.00"_s << u"a.pdf"_s << Fields {}
+            << Fields { { u"invoice_number"_s, u"INV-31"_s },
+                        { u"total_amount"_s, u"45.00"_s },
+                        { u"currency"_s, u"USD"_s } };
+        QTest::newRow("due date above the invoice date")
+            << u"Invoice INV-32\nDue date: 17/04/2026\nInvoice date: 03/04/2026"_s << u"a.pdf"_s << Fields {}
+            << Fields { { u"invoice_number"_s, u"INV-32"_s },
+                        { u"due_date"_s, u"2026-04-17"_s },
+                        { u"invoice_date"_s, u"2026-04-03"_s } };
+        QTest::newRow("payment date is no invoice date")
+            << u"Invoice INV-33\nPayment date: 20/04/2026\nDate: 03/04/2026"_s << u"a.pdf"_s << Fields {}
+            << Fields { { u"invoice_number"_s, u"INV-33"_s },
+                        { u"payment_date"_s, u"2026-04-20"_s },
+                        { u"invoice_date"_s, u"2026-04-03"_s } };
+        QTest::newRow("payment due is no payment date")
+            << u"Invoice INV-36\nPayment due 17/04/2026"_s << u"a.pdf"_s << Fields {}
+            << Fields { { u"invoice_number"_s, u"INV-36"_s }, { u"due_date"_s, u"2026-04-17"_s } };
+        QTest::newRow("document date stands in for the invoice date")
+            << u"Invoice INV-34\nTotal 10.00 EUR"_s << u"a.pdf"_s << Fields { { u"document_date"_s, u"2026-02-01"_s } }
+            << Fields { { u"invoice_number"_s, u"INV-34"_s },
+                        { u"total_amount"_s, u"10.00"_s },
+                        { u"currency"_s, u"EUR"_s },
+                        { u"invoice_date"_s, u"2026-02-01"_s } };
+        QTest::newRow("purchase order number")
+            << u"Invoice INV-35\nPO Number: PO-4471"_s << u"a.pdf"_s << Fields {}
+            << Fields { { u"invoice_number"_s, u"INV-35"_s }, { u"po_number"_s, u"PO-4471"_s } };
         QTest::newRow("shipping")
             << u"Your order has shipped\nOrder number: 112-553\nTracking number: 1Z999AA10123456784\nSKU: TSH-RED-M\n"
                u"Variant: Red / M\nCarrier: pending\nDelivered by UPS"_s
@@ -78,6 +111,27 @@ private slots:
             << Fields { { u"booking_reference"_s, u"88AXQ2"_s },  { u"hotel"_s, u"Sunset Beach Resort"_s },
                         { u"destination"_s, u"Thailand"_s },      { u"check_in_date"_s, u"2025-12-05"_s },
                         { u"check_out_date"_s, u"2025-12-09"_s }, { u"type"_s, u"travel booking"_s } };
+        QTest::newRow("destination under the hotel")
+            << u"Booking confirmation\nGrand Palace Hotel\nTokyo, Japan\nCheck-in: 2025-12-05"_s << u"b.pdf"_s
+            << Fields {}
+            << Fields { { u"hotel"_s, u"Grand Palace Hotel"_s },
+                        { u"destination"_s, u"Japan"_s },
+                        { u"check_in_date"_s, u"2025-12-05"_s },
+                        { u"type"_s, u"travel booking"_s } };
+        QTest::newRow("destination from the address when no country is named")
+            << u"Reservation\nHarbour View Hotel\n88 Queen Street, Auckland, 1010"_s << u"b.pdf"_s << Fields {}
+            << Fields { { u"hotel"_s, u"Harbour View Hotel"_s },
+                        { u"destination"_s, u"Auckland"_s },
+                        { u"type"_s, u"travel booking"_s } };
+        QTest::newRow("two-word country")
+            << u"Booking confirmation\nOcean Resort\n1 Main Street, Miami, United States"_s << u"b.pdf"_s << Fields {}
+            << Fields { { u"hotel"_s, u"Ocean Resort"_s },
+                        { u"destination"_s, u"United States"_s },
+                        { u"type"_s, u"travel booking"_s } };
+        // Nine letters in twenty characters is just enough; five is not.
+        QTest::newRow("hotel line needs letters")
+            << u"Booking confirmation\nHotel 4471-8890-1234\nVilla Rosa 1234-5678\nSeaside Villas"_s << u"b.pdf"_s
+            << Fields {} << Fields { { u"hotel"_s, u"Villa Rosa 1234-5678"_s }, { u"type"_s, u"travel booking"_s } };
         QTest::newRow("medical")
             << u"Patient name: Ana Ruiz\nMRN: 55-1902\nDate of service: 2025-02-11\nLab result summary\nClinic: Northside Health"_s
             << u"r.pdf"_s << Fields {}
@@ -129,9 +183,23 @@ private slots:
         QTest::newRow("german letter") << letter << QStringList() << Fields {} << u"German"_s;
         QTest::newRow("under 40 characters")
             << u"Vielen Dank für Ihre Anfrage."_s << QStringList() << Fields {} << QString();
-        QTest::newRow("further strings count")
+        QTest::newRow("further strings do not count")
             << u"Vielen Dank für Ihre Anfrage."_s << QStringList { u"Wir melden uns so bald wie möglich bei Ihnen."_s }
-            << Fields {} << u"German"_s;
+            << Fields {} << QString();
+        QTest::newRow("no text of its own")
+            << QString()
+            << QStringList { u"Pôr do sol na praia"_s,
+                             u"Um vídeo curto de um pôr do sol na praia, com ondas calmas e o céu alaranjado."_s }
+            << Fields {} << QString();
+        QTest::newRow("the AI's words do not outweigh the text")
+            << u"会議メモ 2026年4月3日 参加者：田中、鈴木、佐藤。"
+               u"議題：来期の予算と新しいプロジェクトの進め方について話し合いました。次回は来週の月曜日です。"_s
+            << QStringList { u"Meeting Memo Budget Planning"_s,
+                             u"Notes from a meeting about next year's budget and how the new project should proceed, "
+                             u"with the next meeting set for Monday next week."_s,
+                             u"meeting"_s,
+                             u"budget"_s }
+            << Fields {} << u"Japanese"_s;
         QTest::newRow("the AI's language is kept")
             << letter << QStringList() << Fields { { u"language"_s, u"Dutch"_s } } << QString();
         QTest::newRow("an empty language is filled")

@@ -24,6 +24,9 @@ const QString French
 const QString Spanish = u"El comité se reunió el martes por la mañana para revisar el presupuesto del próximo año. "
                         u"Después de una larga discusión, los miembros acordaron que la biblioteca debería permanecer "
                         u"abierta hasta más tarde por la noche."_s;
+const QString Japanese
+    = u"会議メモ 2026年4月3日 参加者：田中、鈴木、佐藤。議題：来期の予算と新しいプロジェクトの進め方について"
+      u"話し合いました。次回は来週の月曜日です。"_s;
 const QString Russian = u"Комитет собрался во вторник утром, чтобы рассмотреть бюджет на следующий год. После долгого "
                         u"обсуждения члены комитета согласились, что библиотека должна работать вечером дольше."_s;
 
@@ -51,6 +54,7 @@ private slots:
         QTest::newRow("french") << French << u"fr"_s << u"French"_s;
         QTest::newRow("spanish") << Spanish << u"es"_s << u"Spanish"_s;
         QTest::newRow("russian") << Russian << u"ru"_s << u"Russian"_s;
+        QTest::newRow("japanese") << Japanese << u"ja"_s << u"Japanese"_s;
         QTest::newRow("mostly german, one english sentence")
             << German + u" The end of the minutes."_s << u"de"_s << u"German"_s;
         QTest::newRow("mostly english, a french quote")
@@ -79,6 +83,8 @@ private slots:
         QTest::newRow("one word") << u"Hello"_s << QString();
         QTest::newRow("39 characters") << u"The cat sat on the mat in the sun today"_s << QString();
         QTest::newRow("40 characters") << u"The cat sat on the mat in the sun, today"_s << u"English"_s;
+        // Characters count, not the three bytes each of these takes.
+        QTest::newRow("japanese under 40 characters") << Japanese.left(39) << QString();
         QTest::newRow("short once trimmed")
             << u"   \n\t The cat sat on the mat in the sun today \n\n    "_s << QString();
         QTest::newRow("numbers only") << u"1234 5678 9012 3456 7890 1234 5678 9012 3456 7890 1234"_s << QString();

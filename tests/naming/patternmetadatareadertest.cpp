@@ -10,6 +10,7 @@
 #include <QTest>
 
 #include "filesystemfixtures.h"
+#include "naming/detectedfields.h"
 #include "naming/exiffacts.h"
 #include "naming/mediafacts.h"
 #include "naming/patternmetadatareader.h"
@@ -40,8 +41,8 @@ private slots:
         QCOMPARE(ExifText::exposureBias(0.001), u"0EV"_s);
         QCOMPARE(ExifText::exposureBias(-1.0 / 3), u"-0.33EV"_s);
         QCOMPARE(ExifText::exposureBias(0.5), u"+0.5EV"_s);
-        QCOMPARE(ExifText::aperture(2.8), u"f/2.8"_s);
-        QCOMPARE(ExifText::aperture(8), u"f/8"_s);
+        QCOMPARE(ExifText::aperture(2.8), u"f2.8"_s);
+        QCOMPARE(ExifText::aperture(8), u"f8"_s);
         QCOMPARE(ExifText::focalLength(35.4), u"35mm"_s);
         QCOMPARE(ExifText::whiteBalance(24, 0), u"ISO Studio Tungsten"_s);
         QCOMPARE(ExifText::whiteBalance(0, 1), u"Manual"_s);
@@ -235,7 +236,7 @@ private slots:
     {
         QCOMPARE(TextFacts::design(u"<svg id=\"root\"><g component-name=\"Button/Primary\"/></svg>"_s),
                  (Fields { { u"artboard"_s, u"root"_s }, { u"component_name"_s, u"Button/Primary"_s } }));
-        const Fields normalized = PatternMetadataReader::normalizedDetectedFields(
+        const Fields normalized = DetectedFields::normalized(
             { { u"Cafe Name"_s, u" Caf\\u00e9 "_s }, { u"{Vendor Name}"_s, u"Acme"_s }, { u"empty"_s, u"  "_s } });
         QCOMPARE(normalized.value(u"cafe_name"_s), u"Café"_s);
         QCOMPARE(normalized.value(u"vendor"_s), u"Acme"_s);
