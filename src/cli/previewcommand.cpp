@@ -11,6 +11,7 @@
 #include "cli/commandparsing.h"
 #include "cli/templateoptions.h"
 #include "naming/builtinextensions.h"
+#include "naming/detectedfields.h"
 #include "naming/filerenamer.h"
 #include "naming/patternmetadatareader.h"
 #include "settings/patternrendersettings.h"
@@ -76,17 +77,22 @@ ExitStatus runPreviewCommand(const QStringList &arguments)
     input.currency = analysis->currency;
     input.now = analysis->now;
 
+    QMap<QString, QString> fields;
+    for (auto it = analysis->fields.cbegin(); it != analysis->fields.cend(); ++it)
+        fields.insert(it.key(), it.value());
+    if (!analysis->currency.isEmpty())
+        fields.insert(QStringLiteral("currency"), analysis->currency);
+
     QJsonArray results;
     PatternMetadataOptions factOptions;
     factOptions.dateFormat = effective.dateFormat;
     factOptions.imageExtensions = BuiltInExtensions::image();
     for (const QString &file : files) {
-        // The file's own facts, with the fields given on the command line
-        // laid over them.
+        // The file's own facts, with the values given on the command line
+        // merged over them as an analysis's are.
         PatternRenderInput forFile = input;
         forFile.metadata = PatternMetadataReader::read(file, factOptions);
-        for (auto it = analysis->fields.cbegin(); it != analysis->fields.cend(); ++it)
-            forFile.metadata.detectedFields.insert(it.key(), it.value());
+        forFile = DetectedFields::withAnalysis(std::move(forFile), fields);
         const QString destination = FileRenamer::destination(file, forFile);
         const QString name = QFileInfo(destination).fileName();
         if (parser.isSet(jsonOption)) {
