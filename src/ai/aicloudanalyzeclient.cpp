@@ -7,6 +7,8 @@
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QStringDecoder>
+#include <algorithm>
+#include <cstring>
 #include <memory>
 #include <optional>
 
@@ -48,7 +50,8 @@ struct Attempt
 // of QNetworkReply name an HTTP status or a protocol fault.
 bool isConnectionFailure(QNetworkReply::NetworkError error)
 {
-    return (error > QNetworkReply::NoError && error < QNetworkReply::ContentAccessDenied);
+    return (error > QNetworkReply::NoError && error < QNetworkReply::ContentAccessDenied)
+        || error == QNetworkReply::ContentReSendError;
 }
 
 // The failures that clear up by themselves: the connection dropped, the host
@@ -57,6 +60,9 @@ bool isPassingTransportFailure(QNetworkReply::NetworkError error)
 {
     switch (error) {
     case QNetworkReply::RemoteHostClosedError:
+    // The connection closed before the answer, and the body may not be sent
+    // again behind the call loop's back (see OneShotBody).
+    case QNetworkReply::ContentReSendError:
     case QNetworkReply::ConnectionRefusedError:
     case QNetworkReply::HostNotFoundError:
     case QNetworkReply::TemporaryNetworkFailureError:
@@ -76,15 +82,55 @@ bool isTimeout(QNetworkReply::NetworkError error)
 AIServiceError transportError(const Attempt &attempt)
 {
     if (isTimeout(attempt.error)) {
-        return AIServiceError::transport(attempt.error,
-                                         localizedAIMessage(QStringLiteral("The AI service did not answer in time.")));
+        return AIServiceError::transport(
+            attempt.error, localizedAIMessage(QStringLiteral("The request to the AI service timed out.")));
     }
     return AIServiceError::transport(attempt.error, attempt.errorText);
 }
 
+// A request body that can be read once. Qt sends a request again by itself
+// when a connection closes before the answer, which would make one attempt
+// two or three; a body that cannot be rewound turns that into an error, and
+// the call loop alone decides on the one retry.
+class OneShotBody final : public QIODevice
+{
+public:
+    explicit OneShotBody(QByteArray bytes)
+        : m_bytes(std::move(bytes))
+    {
+        open(QIODevice::ReadOnly);
+    }
+
+    bool isSequential() const override { return true; }
+
+    bool reset() override { return false; }
+
+    qint64 bytesAvailable() const override { return m_bytes.size() - m_read + QIODevice::bytesAvailable(); }
+
+protected:
+    qint64 readData(char *data, qint64 maxSize) override
+    {
+        const qint64 count = std::min(maxSize, m_bytes.size() - m_read);
+        std::memcpy(data, m_bytes.constData() + m_read, size_t(count));
+        m_read += count;
+        return count;
+    }
+
+    qint64 writeData(const char *, qint64) override { return -1; }
+
+private:
+    QByteArray m_bytes;
+    qint64 m_read = 0;
+};
+
 QCoro::Task<Attempt> post(QNetworkAccessManager &network, QNetworkRequest request, QByteArray body)
 {
-    const std::unique_ptr<QNetworkReply, ReplyDeleter> reply(network.post(request, body));
+    request.setHeader(QNetworkRequest::ContentLengthHeader, body.size());
+    request.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
+    auto *upload = new OneShotBody(std::move(body));
+    const std::unique_ptr<QNetworkReply, ReplyDeleter> reply(network.post(request, upload));
+    // The reply reads the body while it sends, so the body goes with it.
+    upload->setParent(reply.get());
     if (!reply->isFinished()) {
         auto finished = qCoro(reply.get(), &QNetworkReply::finished);
         co_await finished;
@@ -98,6 +144,10 @@ QCoro::Task<Attempt> post(QNetworkAccessManager &network, QNetworkRequest reques
     }
     attempt.error = reply->error();
     attempt.errorText = reply->errorString();
+    // What Qt says of a connection closed before the answer, whichever way
+    // it noticed.
+    if (attempt.error == QNetworkReply::ContentReSendError)
+        attempt.errorText = QStringLiteral("Connection closed");
     attempt.body = reply->readAll();
     co_return attempt;
 }

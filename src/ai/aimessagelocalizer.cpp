@@ -27,7 +27,7 @@ constexpr const char *KnownTexts[] = {
                       "running. Otherwise check your network connection."),
     QT_TRANSLATE_NOOP("AIMessages", "Backend returned HTTP %1 with no body."),
     QT_TRANSLATE_NOOP("AIMessages", "Unknown error"),
-    QT_TRANSLATE_NOOP("AIMessages", "The AI service did not answer in time."),
+    QT_TRANSLATE_NOOP("AIMessages", "The request to the AI service timed out."),
     // The hosted backend.
     QT_TRANSLATE_NOOP("AIMessages", "Missing saved %1 BYOK key. Please save your API key again."),
     QT_TRANSLATE_NOOP("AIMessages",

@@ -49,6 +49,7 @@ Step answer(int status, const QByteArray &body = {})
 }
 
 const Step Drop { Step::Action::Drop, 0, {} };
+const Step Close { Step::Action::Close, 0, {} };
 const Step Stall { Step::Action::Stall, 0, {} };
 
 AnalyzeRequest sampleRequest()
@@ -274,6 +275,10 @@ private slots:
         QTest::newRow("server-retry-renews-transport-retry")
             << QList<Step> { Drop, answer(503), Drop, answer(200, GoodReply) } << 4 << ok << QString() << QString()
             << ServerPause + 2 * TransportPause;
+        // One retry in all, never a resend of the network layer's own.
+        QTest::newRow("closed-before-any-answer-twice-fails")
+            << QList<Step> { Close, Close } << 2 << kind(AIServiceError::Kind::Transport) << u"Connection closed"_s
+            << QString() << TransportPause;
         QTest::newRow("dropped-twice-fails") << QList<Step> { Drop, Drop } << 2 << kind(AIServiceError::Kind::Transport)
                                              << QString() << QString() << TransportPause;
         QTest::newRow("rate-limit-not-retried")
@@ -348,7 +353,7 @@ private slots:
         QCOMPARE(peer.received.size(), 1);
         QVERIFY(!outcome.result->ok());
         QCOMPARE(outcome.result->failure().kind(), AIServiceError::Kind::Transport);
-        QCOMPARE(outcome.result->failure().text(), u"The AI service did not answer in time."_s);
+        QCOMPARE(outcome.result->failure().text(), u"The request to the AI service timed out."_s);
         QVERIFY2(outcome.milliseconds < 2000, qPrintable(QString::number(outcome.milliseconds)));
     }
 

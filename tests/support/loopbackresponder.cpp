@@ -55,6 +55,9 @@ void LoopbackResponder::serve(QTcpSocket *socket)
         socket->flush();
         socket->abort();
         break;
+    case Step::Action::Close:
+        socket->abort();
+        break;
     case Step::Action::Stall:
         break;
     }

@@ -23,9 +23,11 @@ public:
         {
             Answer,
             // Reads the request and loses the connection halfway through the
-            // answer. (Qt itself sends a request again when the connection
-            // closes before any answer, which would hide a client's retry.)
+            // answer.
             Drop,
+            // Reads the request and closes the connection before any answer,
+            // as a server that goes away does.
+            Close,
             // Reads the request and never answers.
             Stall,
         };
