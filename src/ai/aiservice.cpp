@@ -243,6 +243,12 @@ QCoro::Task<std::optional<AnalyzeRequest>> audioRequest(FileAudioAnalysisPayload
         request.text = sidecar;
         co_return request;
     }
+    // A file's own tags name it; the sound then stays on this machine.
+    if (payload.embeddedMetadataText) {
+        qCInfo(lcAI).noquote() << "Using embedded audio metadata context:" << payload.originalPath;
+        request.text = payload.embeddedMetadataText;
+        co_return request;
+    }
     const bool uploadAllowed = !context.local && (!context.byokEnabled || context.byokUsable) && payload.sizeBytes
         && *payload.sizeBytes >= 1 && *payload.sizeBytes <= AudioUploadMaxBytes;
     if (uploadAllowed) {

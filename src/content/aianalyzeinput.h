@@ -70,6 +70,8 @@ struct FileAudioAnalysisPayload
     QString originalExtension;
     QString mimeType;
     std::optional<qint64> sizeBytes;
+    // The file's own tags as naming text; with them the sound stays here.
+    std::optional<QString> embeddedMetadataText;
 
     bool operator==(const FileAudioAnalysisPayload &) const = default;
 };

@@ -8,6 +8,7 @@
 
 #include "content/contenttext.h"
 #include "content/delimitedsummary.h"
+#include "content/embeddedaudiometadata.h"
 #include "content/extensiontables.h"
 #include "content/extractionlimits.h"
 #include "content/pdftext.h"
@@ -224,6 +225,8 @@ FileExtractionResult FileExtractionService::extract(const QString &path, const E
         payload.originalExtension = file.suffix().toLower();
         payload.mimeType = mediaMime(extension, QStringLiteral("audio/mpeg"));
         payload.sizeBytes = file.size();
+        if (!payload.text)
+            payload.embeddedMetadataText = embeddedAudioMetadataText(path);
         return FileExtractionResult::input(payload);
     }
     if (listed(options.designExtensions, extension)

@@ -380,7 +380,7 @@ private slots:
             FileImageAnalysisPayload { path(u"missing.png"_s), std::nullopt },
             pdfPayload(path(u"report.pdf"_s), 3, { 1, 2 }),
             FileAudioAnalysisPayload {
-                path(u"memo.m4a"_s), std::nullopt, u"memo.m4a"_s, u"m4a"_s, u"audio/mp4"_s, 2048 },
+                path(u"memo.m4a"_s), std::nullopt, u"memo.m4a"_s, u"m4a"_s, u"audio/mp4"_s, 2048, std::nullopt },
         };
 
         const auto prepared = prepare(inputs, options);
@@ -693,6 +693,7 @@ private slots:
     {
         QTest::addColumn<AnalyzeBatchOptions>("options");
         QTest::addColumn<QString>("sidecar"); // null: none
+        QTest::addColumn<QString>("tags"); // the file's own, as text; null: none
         QTest::addColumn<qint64>("sizeBytes"); // -1: unknown; the file has 2,048
         QTest::addColumn<bool>("uploaded");
         QTest::addColumn<bool>("exceeds");
@@ -703,20 +704,25 @@ private slots:
             o.byokEnabled = true;
             o.aiProvider = AIProvider::Groq;
         });
-        QTest::newRow("hosted-upload") << hosted << QString() << qint64(2048) << true << false;
-        QTest::newRow("byok-with-provider-upload") << own << QString() << qint64(2048) << true << false;
-        QTest::newRow("byok-without-provider") << byok << QString() << qint64(2048) << false << false;
-        QTest::newRow("over-limit") << hosted << QString() << EighteenMiB + 1 << false << true;
-        QTest::newRow("size-unknown") << hosted << QString() << qint64(-1) << false << false;
-        QTest::newRow("size-differs-from-file") << hosted << QString() << qint64(4096) << false << false;
-        QTest::newRow("sidecar") << hosted << u"Speaker one: the budget is approved."_s << qint64(2048) << false
-                                 << false;
+        QTest::newRow("hosted-upload") << hosted << QString() << QString() << qint64(2048) << true << false;
+        QTest::newRow("byok-with-provider-upload") << own << QString() << QString() << qint64(2048) << true << false;
+        QTest::newRow("byok-without-provider") << byok << QString() << QString() << qint64(2048) << false << false;
+        QTest::newRow("over-limit") << hosted << QString() << QString() << EighteenMiB + 1 << false << true;
+        QTest::newRow("size-unknown") << hosted << QString() << QString() << qint64(-1) << false << false;
+        QTest::newRow("size-differs-from-file") << hosted << QString() << QString() << qint64(4096) << false << false;
+        QTest::newRow("sidecar") << hosted << u"Speaker one: the budget is approved."_s << QString() << qint64(2048)
+                                 << false << false;
+        // A song's own tags name it: nothing of the sound is sent.
+        QTest::newRow("embedded-tags-nothing-uploaded")
+            << hosted << QString() << u"Embedded audio metadata\nTitle: Morning Light"_s << qint64(2048) << false
+            << false;
     }
 
     void audio()
     {
         QFETCH(AnalyzeBatchOptions, options);
         QFETCH(QString, sidecar);
+        QFETCH(QString, tags);
         QFETCH(qint64, sizeBytes);
         QFETCH(bool, uploaded);
         QFETCH(bool, exceeds);
@@ -726,7 +732,9 @@ private slots:
             bytes[i] = char(i * 7);
         QVERIFY(writeFile(path(u"memo.m4a"_s), bytes));
         FileAudioAnalysisPayload payload { path(u"memo.m4a"_s), std::nullopt, u"memo.m4a"_s, u"m4a"_s,
-                                           u"audio/mp4"_s,      std::nullopt };
+                                           u"audio/mp4"_s,      std::nullopt, std::nullopt };
+        if (!tags.isNull())
+            payload.embeddedMetadataText = tags;
         if (!sidecar.isNull())
             payload.text = sidecar;
         if (sizeBytes >= 0)
@@ -743,6 +751,8 @@ private slots:
             QVERIFY(!sent.contains("text"_L1));
         else if (!sidecar.isNull())
             QCOMPARE(text, sidecar);
+        else if (!tags.isNull())
+            QCOMPARE(text, tags);
         else
             QVERIFY2(text.startsWith(u"Audio file metadata\nFilename: memo.m4a"_s), qPrintable(text));
         QCOMPARE(text.contains(u"exceeds the local transcription upload limit"_s), exceeds);

@@ -199,6 +199,52 @@ private slots:
             check(input->get<FileAudioAnalysisPayload>());
     }
 
+    // A song made by a real encoder, with its tags: they become the naming
+    // text; a file without tags has none.
+    void embeddedAudioTags_data()
+    {
+        QTest::addColumn<QStringList>("tags"); // ffmpeg -metadata arguments
+        QTest::addColumn<QStringList>("expectedLines"); // null list: no text at all
+
+        QTest::newRow("song-with-tags") << QStringList { u"title=Morning   Light"_s,
+                                                         u"artist=The Quiet Hours"_s,
+                                                         u"album=Dawn"_s }
+                                        << QStringList { u"Embedded audio metadata"_s,
+                                                         u"Preferred filename title: The Quiet Hours - Morning Light"_s,
+                                                         u"Title: Morning Light"_s,
+                                                         u"Artist: The Quiet Hours"_s,
+                                                         u"Album: Dawn"_s };
+        QTest::newRow("album-artist-stands-in") << QStringList { u"title=Tide"_s, u"album_artist=Harbour Band"_s }
+                                                << QStringList { u"Embedded audio metadata"_s,
+                                                                 u"Preferred filename title: Harbour Band - Tide"_s,
+                                                                 u"Title: Tide"_s,
+                                                                 u"Album artist: Harbour Band"_s };
+        QTest::newRow("no-tags") << QStringList {} << QStringList {};
+    }
+
+    void embeddedAudioTags()
+    {
+        QFETCH(QStringList, tags);
+        QFETCH(QStringList, expectedLines);
+        if (QStandardPaths::findExecutable(u"ffmpeg"_s).isEmpty())
+            QSKIP("ffmpeg is not installed");
+        const QString song = m_dir->filePath(u"song.mp3"_s);
+        QStringList arguments { u"-v"_s, u"error"_s, u"-f"_s, u"lavfi"_s, u"-i"_s, u"sine=frequency=440:duration=1"_s };
+        for (const QString &tag : tags)
+            arguments << u"-metadata"_s << tag;
+        QCOMPARE(QProcess::execute(u"ffmpeg"_s, arguments << song), 0);
+
+        const FileExtractionResult result = FileExtractionService::extract(song, options());
+        const auto *payload = result.analyzeInput()->get<FileAudioAnalysisPayload>();
+        QVERIFY(payload);
+        if (expectedLines.isEmpty()) {
+            QVERIFY(!payload->embeddedMetadataText);
+            return;
+        }
+        QVERIFY(payload->embeddedMetadataText);
+        QCOMPARE(payload->embeddedMetadataText->split(u'\n').mid(0, expectedLines.size()), expectedLines);
+    }
+
     void pdfDocuments_data()
     {
         QTest::addColumn<int>("pageCount");
