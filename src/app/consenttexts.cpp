@@ -1,6 +1,7 @@
 #include "app/consenttexts.h"
 
 #include <QCoreApplication>
+#include <QFile>
 
 namespace Nomly {
 
@@ -28,15 +29,49 @@ QStringList ConsentTexts::sections()
             "Consent",
             "For visual files, Nomly sends a compressed preview (up to 1024×1024) with file type information and "
             "locally extracted visible text when available. For supported documents, Nomly sends extracted text or "
-            "a compact content summary. For supported audio, Nomly sends a sidecar transcript when present, or a "
-            "bounded audio upload for transcription when needed. It also sends an anonymous device ID, selected "
+            "a compact content summary. For supported audio, Nomly sends a sidecar transcript or the file's own tags "
+            "when present, or a bounded audio upload for transcription when needed. It also sends an anonymous device "
+            "ID, selected "
             "processing options (language, regenerate, BYOK mode), and any custom rename or tagging prompt text you "
             "enter. In BYOK mode, your provider API key is stored locally in your keyring and sent to the Nomly "
             "backend and your selected AI provider only to validate the key and process AI requests. The Nomly "
             "backend does not permanently store your BYOK API key. In Offline AI mode, private local models via "
             "Ollama process supported files on your device. Original full-resolution files and local folder paths "
             "are not sent unless needed for audio transcription, or included by you in custom prompt text."),
+        QCoreApplication::translate(
+            "Consent",
+            "Data is sent to Nomly backend infrastructure and then to AI providers used for analysis: Groq and "
+            "Google Gemini. In BYOK mode, data is sent to your selected provider: Google Gemini, Groq, OpenAI, or "
+            "Anthropic Claude. In Offline AI mode, supported analysis uses private local models via Ollama instead "
+            "of cloud AI."),
+        QCoreApplication::translate(
+            "Consent",
+            "Nomly processes submitted file previews, extracted document text, bounded audio transcription uploads, "
+            "and custom prompt text in transit for analysis and does not store file content after processing as "
+            "part of normal operation. Third-party AI providers may process or retain submitted data according to "
+            "their own terms."),
+        QCoreApplication::translate("Consent",
+                                    "You can withdraw consent at any time in Settings → AI Setup → Data & Privacy, "
+                                    "or with 'nomly consent --withdraw'. Without consent, AI processing and "
+                                    "monitoring are disabled."),
+        QCoreApplication::translate("Consent",
+                                    "By selecting \"I Agree and Continue\", you authorize Nomly to send the data "
+                                    "described above, including any custom prompt text you provide, for AI "
+                                    "processing."),
     };
+}
+
+QString ConsentTexts::privacyPolicyLink()
+{
+    return QCoreApplication::translate("Consent", "Read full Privacy Policy");
+}
+
+QString ConsentTexts::privacyPolicy()
+{
+    QFile policy(QStringLiteral(":/nomly/privacy-policy.md"));
+    if (!policy.open(QIODevice::ReadOnly))
+        return {};
+    return QString::fromUtf8(policy.readAll());
 }
 
 QString ConsentTexts::agreeAction()

@@ -13,6 +13,9 @@ struct ConsentTexts
     // The sections, in order.
     static QStringList sections();
     static QString agreeAction();
+    static QString privacyPolicyLink();
+    // The whole policy, in Markdown.
+    static QString privacyPolicy();
     // The alert of a workflow that stopped for want of consent.
     static QString missingTitle();
     static QString missingMessage();

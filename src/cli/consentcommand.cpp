@@ -28,7 +28,8 @@ ExitStatus runConsentCommand(const QStringList &arguments)
     const QCommandLineOption withdrawOption(
         QStringLiteral("withdraw"),
         QStringLiteral("Withdraw AI data consent: Nomly stops AI analysis and monitoring until you agree again."));
-    parser.addOptions({ agreeOption, withdrawOption });
+    const QCommandLineOption policyOption(QStringLiteral("policy"), QStringLiteral("Print the full privacy policy."));
+    parser.addOptions({ agreeOption, withdrawOption, policyOption });
 
     if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
         return *answered;
@@ -39,6 +40,11 @@ ExitStatus runConsentCommand(const QStringList &arguments)
     if (!parser.positionalArguments().isEmpty()) {
         CliOutput::error(QStringLiteral("no arguments expected; run 'nomly consent --help'"));
         return ExitStatus::UsageError;
+    }
+
+    if (parser.isSet(policyOption)) {
+        CliOutput::line(ConsentTexts::privacyPolicy().trimmed());
+        return ExitStatus::Success;
     }
 
     const auto profile = CliProfile::open();
@@ -68,6 +74,7 @@ ExitStatus runConsentCommand(const QStringList &arguments)
     CliOutput::line(ConsentTexts::subtitle() + u'\n');
     for (const QString &section : ConsentTexts::sections())
         CliOutput::line(u"- " + section);
+    CliOutput::line(u'\n' + ConsentTexts::privacyPolicyLink() + QStringLiteral(": nomly consent --policy"));
     CliOutput::line(state.aiDataConsentGranted()
                         ? QStringLiteral("\nYou have agreed. Withdraw with 'nomly consent --withdraw'.")
                         : QStringLiteral("\nYou have not agreed yet. Agree with 'nomly consent --agree'."));

@@ -1,8 +1,10 @@
 #include "gui/consentwindow.h"
 
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QTextBrowser>
 #include <QVBoxLayout>
 
 #include "app/consenttexts.h"
@@ -35,6 +37,12 @@ ConsentWindow::ConsentWindow(QWidget *parent)
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
 
+    auto *policyLink
+        = new QLabel(QStringLiteral("<a href=\"#policy\">%1</a>").arg(ConsentTexts::privacyPolicyLink()), this);
+    policyLink->setObjectName(QStringLiteral("privacyPolicyLink"));
+    policyLink->setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
+    connect(policyLink, &QLabel::linkActivated, this, &ConsentWindow::showPrivacyPolicy);
+
     auto *agree = new QPushButton(ConsentTexts::agreeAction(), this);
     agree->setObjectName(QStringLiteral("agree"));
     agree->setDefault(true);
@@ -47,7 +55,25 @@ ConsentWindow::ConsentWindow(QWidget *parent)
     layout->addWidget(title);
     layout->addWidget(subtitle);
     layout->addWidget(scroll, 1);
-    layout->addWidget(agree, 0, Qt::AlignRight);
+    auto *actions = new QHBoxLayout;
+    actions->addWidget(policyLink);
+    actions->addStretch(1);
+    actions->addWidget(agree);
+    layout->addLayout(actions);
+}
+
+void ConsentWindow::showPrivacyPolicy()
+{
+    if (!m_policy) {
+        m_policy = new QTextBrowser(this);
+        m_policy->setWindowFlag(Qt::Window);
+        m_policy->setObjectName(QStringLiteral("privacyPolicy"));
+        m_policy->setWindowTitle(ConsentTexts::privacyPolicyLink());
+        m_policy->setMarkdown(ConsentTexts::privacyPolicy());
+        m_policy->resize(640, 560);
+    }
+    m_policy->show();
+    m_policy->raise();
 }
 
 void ConsentWindow::present()

@@ -2,6 +2,8 @@
 
 #include <QWidget>
 
+class QTextBrowser;
+
 namespace Nomly {
 
 // What AI processing sends, and the agreement to it. Until the user agrees,
@@ -14,9 +16,14 @@ public:
     explicit ConsentWindow(QWidget *parent = nullptr);
 
     void present();
+    // The whole policy in a window of its own.
+    void showPrivacyPolicy();
 
 Q_SIGNALS:
     void agreed();
+
+private:
+    QTextBrowser *m_policy = nullptr;
 };
 
 } // namespace Nomly

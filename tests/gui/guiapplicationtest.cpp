@@ -3,15 +3,19 @@
 
 #include <QDir>
 #include <QFile>
+#include <QLabel>
 #include <QPushButton>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextBrowser>
+#include <algorithm>
 #include <memory>
 
 #include <qcoro/qcorotask.h>
 
 #include "app/applaunch.h"
+#include "app/consenttexts.h"
 #include "app/settingsstore.h"
 #include "app/settingsviewmodel.h"
 #include "gui/consentwindow.h"
@@ -85,6 +89,20 @@ private slots:
         QCOMPARE(action->text(), u"Review Consent..."_s);
         action->click();
         QVERIFY(gui.consentWindow() && gui.consentWindow()->isVisible());
+        // Every section of what is sent, and the whole policy a link away.
+        for (const QString &section : ConsentTexts::sections()) {
+            const auto labels = gui.consentWindow()->findChildren<QLabel *>();
+            QVERIFY2(std::any_of(
+                         labels.cbegin(), labels.cend(), [&](const QLabel *label) { return label->text() == section; }),
+                     qPrintable(section));
+        }
+        QCOMPARE(ConsentTexts::sections().size(), 7);
+        auto *link = gui.consentWindow()->findChild<QLabel *>(u"privacyPolicyLink"_s);
+        QVERIFY(link && link->text().contains(u"Read full Privacy Policy"_s));
+        emit link->linkActivated(u"#policy"_s);
+        auto *policy = gui.consentWindow()->findChild<QTextBrowser *>(u"privacyPolicy"_s);
+        QVERIFY(policy && policy->isVisible());
+        QVERIFY(policy->toPlainText().contains(u"Nomly Privacy Policy"_s));
         gui.consentWindow()->findChild<QPushButton *>(u"agree"_s)->click();
         QVERIFY(model->aiDataConsentGranted());
         QVERIFY(!gui.consentWindow()->isVisible());
