@@ -1,10 +1,12 @@
 #include "gui/alertbox.h"
 
 #include <QAbstractButton>
+#include <QGridLayout>
 #include <QHash>
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QSpacerItem>
 
 #include <qcoro/qcorosignal.h>
 
@@ -52,8 +54,20 @@ QCoro::Task<QString> showAlert(QWidget *parent, QString title, QString message, 
     for (const QString &text : std::as_const(buttons)) {
         QPushButton *button = box->addButton(text, roleFor(text));
         texts.insert(button, text == CancelText ? QString() : text);
-        if (text == CancelText)
+        // Enter must never undo, remove or withdraw by accident.
+        if (text == CancelText) {
             box->setEscapeButton(button);
+            box->setDefaultButton(button);
+        }
+    }
+    // Wide enough for its title, which the window's title bar would cut.
+    if (auto *grid = qobject_cast<QGridLayout *>(box->layout())) {
+        const int width = box->fontMetrics().horizontalAdvance(title) * 3 / 2 + 120;
+        grid->addItem(new QSpacerItem(width, 0, QSizePolicy::Minimum, QSizePolicy::Expanding),
+                      grid->rowCount(),
+                      0,
+                      1,
+                      grid->columnCount());
     }
 
     box->open();

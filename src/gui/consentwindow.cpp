@@ -8,6 +8,7 @@
 #include <QVBoxLayout>
 
 #include "app/consenttexts.h"
+#include "gui/presentation.h"
 
 namespace Nomly {
 
@@ -78,6 +79,7 @@ void ConsentWindow::showPrivacyPolicy()
 
 void ConsentWindow::present()
 {
+    placeOnFirstShow(*this);
     show();
     raise();
     activateWindow();

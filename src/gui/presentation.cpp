@@ -1,13 +1,17 @@
 #include "gui/presentation.h"
 
 #include <QApplication>
+#include <QCursor>
+#include <QGuiApplication>
 #include <QLibraryInfo>
 #include <QLocale>
 #include <QPalette>
+#include <QScreen>
 #include <QStandardPaths>
 #include <QStyle>
 #include <QStyleFactory>
 #include <QTranslator>
+#include <QWidget>
 
 #include "app/settingsstore.h"
 #include "platform/logcategories.h"
@@ -18,6 +22,8 @@
 namespace Nomly {
 
 namespace {
+
+constexpr const char *PlacedProperty = "nomlyPlaced";
 
 QPalette darkPalette()
 {
@@ -86,6 +92,22 @@ void applyPresentation(const UserDefaults &defaults, QObject *owner)
     applyAppearance(appearanceModeFromRaw(appearance).value_or(AppearanceMode::Auto));
     const QString language = defaults.value(SettingsStore::InterfaceLanguageKey).toString();
     installLanguage(interfaceLanguageFromRaw(language).value_or(InterfaceLanguage::Auto), owner);
+}
+
+void placeOnFirstShow(QWidget &window)
+{
+    if (window.property(PlacedProperty).toBool())
+        return;
+    window.setProperty(PlacedProperty, true);
+    const QScreen *screen = QGuiApplication::screenAt(QCursor::pos());
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    if (!screen)
+        return;
+    const QRect area = screen->availableGeometry();
+    const QSize size = window.size().expandedTo(window.minimumSize()).boundedTo(area.size());
+    window.resize(size);
+    window.move(area.center() - QPoint(size.width() / 2, size.height() / 2));
 }
 
 } // namespace Nomly

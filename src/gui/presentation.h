@@ -1,6 +1,7 @@
 #pragma once
 
 class QObject;
+class QWidget;
 
 namespace Nomly {
 
@@ -12,5 +13,11 @@ class UserDefaults;
 // whose palette follows the choice on every desktop; "auto" leaves the
 // desktop's own style. The translators are parented to `owner`.
 void applyPresentation(const UserDefaults &defaults, QObject *owner);
+
+// Before a window's first showing: within the available area of the screen
+// under the pointer, centred, and no larger than that area, so that no part
+// of it opens off screen whatever its minimum size. Later showings keep
+// where the user put it.
+void placeOnFirstShow(QWidget &window);
 
 } // namespace Nomly

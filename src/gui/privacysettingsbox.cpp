@@ -10,7 +10,7 @@
 namespace Nomly {
 
 PrivacySettingsBox::PrivacySettingsBox(SettingsViewModel &model, QWidget *parent)
-    : QGroupBox(tr("Data & Privacy"), parent)
+    : QGroupBox(tr("Data && Privacy"), parent)
     , m_model(model)
 {
     m_state = new QLabel(this);

@@ -11,6 +11,7 @@
 #include "gui/aisetuptab.h"
 #include "gui/hotkeysettingsbox.h"
 #include "gui/monitortab.h"
+#include "gui/presentation.h"
 #include "gui/privacysettingsbox.h"
 #include "gui/templatestab.h"
 
@@ -87,6 +88,7 @@ void SettingsWindow::changeEvent(QEvent *event)
 
 void SettingsWindow::present()
 {
+    placeOnFirstShow(*this);
     setWindowState((windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
     show();
     raise();

@@ -4,6 +4,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "gui/presentation.h"
+
 namespace Nomly {
 
 WelcomeWindow::WelcomeWindow(QWidget *parent)
@@ -46,6 +48,7 @@ WelcomeWindow::WelcomeWindow(QWidget *parent)
 
 void WelcomeWindow::present()
 {
+    placeOnFirstShow(*this);
     show();
     raise();
     activateWindow();
