@@ -3,6 +3,8 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QList>
+#include <optional>
+#include <type_traits>
 #include <utility>
 
 #include "naming/nametext.h"
@@ -68,58 +70,154 @@ const QString ClaudeApiKey = QStringLiteral("claudeApiKey");
 
 using EncodedField = std::pair<QString, QJsonValue>;
 
-// The one place that fixes which keys are written and in what order.
-QList<EncodedField> encodedFields(const Settings &s)
+// The raw-value table of each stored choice.
+template<typename E> constexpr const auto &rawValuesOf()
+{
+    if constexpr (std::is_same_v<E, NamingCaseStyle>)
+        return NamingCaseStyleRawValues;
+    else if constexpr (std::is_same_v<E, NamingPatternSeparator>)
+        return NamingPatternSeparatorRawValues;
+    else if constexpr (std::is_same_v<E, AppearanceMode>)
+        return AppearanceModeRawValues;
+    else if constexpr (std::is_same_v<E, InterfaceLanguage>)
+        return InterfaceLanguageRawValues;
+    else if constexpr (std::is_same_v<E, AIProvider>)
+        return AIProviderRawValues;
+    else if constexpr (std::is_same_v<E, AIProcessingMode>)
+        return AIProcessingModeRawValues;
+    else if constexpr (std::is_same_v<E, LocalAIBackend>)
+        return LocalAIBackendRawValues;
+}
+
+template<typename T> struct IsOptional : std::false_type
+{};
+
+template<typename T> struct IsOptional<std::optional<T>> : std::true_type
+{};
+
+template<typename T> QJsonValue encoded(const T &value)
+{
+    if constexpr (std::is_same_v<T, bool> || std::is_same_v<T, QString>)
+        return value;
+    else if constexpr (std::is_same_v<T, QStringList>)
+        return QJsonArray::fromStringList(value);
+    else if constexpr (std::is_same_v<T, QList<NamingPatternBlock>> || std::is_same_v<T, KeyboardShortcut>)
+        return toJson(value);
+    else
+        return rawValue(value);
+}
+
+template<typename T> std::optional<T> decoded(JsonFieldReader &in, const QString &key)
+{
+    if constexpr (std::is_same_v<T, bool>)
+        return in.boolean(key);
+    else if constexpr (std::is_same_v<T, QString>)
+        return in.string(key);
+    else if constexpr (std::is_same_v<T, QStringList>)
+        return in.stringList(key);
+    else if constexpr (std::is_same_v<T, QList<NamingPatternBlock>>)
+        return in.blocks(key);
+    else if constexpr (std::is_same_v<T, KeyboardShortcut>)
+        return in.shortcut(key);
+    else
+        return in.choice(key, rawValuesOf<T>());
+}
+
+// How a field is read back: plainly by its key, or by code of its own below,
+// where older records hold it under other keys or need it checked.
+enum class Reading
+{
+    Plain,
+    Explicit,
+};
+
+// One stored field: its key, the member that holds it, how it is read. An
+// absent optional member writes no key.
+struct Field
+{
+    const QString &key;
+    void (*write)(const Settings &, const QString &, QList<EncodedField> &);
+    void (*read)(JsonFieldReader &, const QString &, Settings &);
+    Reading reading;
+};
+
+template<auto Member> constexpr Field field(const QString &key, Reading reading = Reading::Plain)
+{
+    using Value = std::remove_cvref_t<decltype(std::declval<Settings>().*Member)>;
+    return Field {
+        key,
+        [](const Settings &settings, const QString &name, QList<EncodedField> &out) {
+            const Value &value = settings.*Member;
+            if constexpr (IsOptional<Value>::value) {
+                if (value)
+                    out.append({ name, encoded(*value) });
+            } else {
+                out.append({ name, encoded(value) });
+            }
+        },
+        [](JsonFieldReader &in, const QString &name, Settings &settings) {
+            Value &value = settings.*Member;
+            if constexpr (IsOptional<Value>::value) {
+                if (auto read = decoded<typename Value::value_type>(in, name))
+                    value = std::move(read);
+            } else {
+                if (auto read = decoded<Value>(in, name))
+                    value = std::move(*read);
+            }
+        },
+        reading,
+    };
+}
+
+// The one place that fixes which keys are written, in what order, and how
+// each is read.
+const Field Fields[] = {
+    field<&Settings::watchedFolders>(Key::WatchedFolders),
+    field<&Settings::namingPattern>(Key::NamingPattern, Reading::Explicit),
+    field<&Settings::namingPatternBlocks>(Key::NamingPatternBlocks),
+    field<&Settings::namingCaseStyle>(Key::NamingCaseStyle, Reading::Explicit),
+    field<&Settings::namingWordSeparator>(Key::NamingWordSeparator, Reading::Explicit),
+    field<&Settings::namingBlockSeparator>(Key::NamingBlockSeparator, Reading::Explicit),
+    field<&Settings::autoStart>(Key::AutoStart),
+    field<&Settings::isCustomPatternEnabled>(Key::IsCustomPatternEnabled),
+    field<&Settings::addFinderTags>(Key::AddFinderTags, Reading::Explicit),
+    field<&Settings::addSpotlightMetadata>(Key::AddSpotlightMetadata, Reading::Explicit),
+    field<&Settings::monitorSubfolders>(Key::MonitorSubfolders),
+    field<&Settings::monitoringPaused>(Key::MonitoringPaused),
+    field<&Settings::showDockIcon>(Key::ShowDockIcon),
+    field<&Settings::appSoundsEnabled>(Key::AppSoundsEnabled),
+    field<&Settings::appearance>(Key::Appearance),
+    field<&Settings::interfaceLanguage>(Key::InterfaceLanguage),
+    field<&Settings::outputLanguage>(Key::OutputLanguage),
+    field<&Settings::dateFormat>(Key::DateFormat),
+    field<&Settings::monitorFilePrefix>(Key::MonitorFilePrefix),
+    field<&Settings::monitorFileExtensions>(Key::MonitorFileExtensions),
+    field<&Settings::hotkeyEnabled>(Key::HotkeyEnabled),
+    field<&Settings::hotkeyShortcut>(Key::HotkeyShortcut),
+    field<&Settings::aiProvider>(Key::AiProvider),
+    field<&Settings::hasGeminiApiKey>(Key::HasGeminiApiKey, Reading::Explicit),
+    field<&Settings::hasGroqApiKey>(Key::HasGroqApiKey, Reading::Explicit),
+    field<&Settings::hasOpenaiApiKey>(Key::HasOpenaiApiKey, Reading::Explicit),
+    field<&Settings::hasClaudeApiKey>(Key::HasClaudeApiKey, Reading::Explicit),
+    field<&Settings::byokEnabled>(Key::ByokEnabled),
+    field<&Settings::byokGeminiModel>(Key::ByokGeminiModel, Reading::Explicit),
+    field<&Settings::byokGroqModel>(Key::ByokGroqModel, Reading::Explicit),
+    field<&Settings::byokOpenaiModel>(Key::ByokOpenaiModel, Reading::Explicit),
+    field<&Settings::byokClaudeModel>(Key::ByokClaudeModel, Reading::Explicit),
+    field<&Settings::aiProcessingMode>(Key::AiProcessingMode, Reading::Explicit),
+    field<&Settings::localAIBackend>(Key::LocalAIBackend),
+    field<&Settings::localAIEndpoint>(Key::LocalAIEndpoint),
+    field<&Settings::localAIModel>(Key::LocalAIModel),
+    field<&Settings::renamePromptOverride>(Key::RenamePromptOverride),
+    field<&Settings::tagPromptOverride>(Key::TagPromptOverride),
+    field<&Settings::iWorkOnlinePreviewsEnabled>(Key::IWorkOnlinePreviewsEnabled),
+};
+
+QList<EncodedField> encodedFields(const Settings &settings)
 {
     QList<EncodedField> fields;
-    const auto add = [&fields](const QString &key, QJsonValue value) { fields.append({ key, std::move(value) }); };
-    const auto addString = [&add](const QString &key, const std::optional<QString> &value) {
-        if (value)
-            add(key, *value);
-    };
-
-    add(Key::WatchedFolders, QJsonArray::fromStringList(s.watchedFolders));
-    add(Key::NamingPattern, s.namingPattern);
-    if (s.namingPatternBlocks)
-        add(Key::NamingPatternBlocks, toJson(*s.namingPatternBlocks));
-    add(Key::NamingCaseStyle, rawValue(s.namingCaseStyle));
-    add(Key::NamingWordSeparator, rawValue(s.namingWordSeparator));
-    add(Key::NamingBlockSeparator, rawValue(s.namingBlockSeparator));
-    add(Key::AutoStart, s.autoStart);
-    add(Key::IsCustomPatternEnabled, s.isCustomPatternEnabled);
-    add(Key::AddFinderTags, s.addFinderTags);
-    add(Key::AddSpotlightMetadata, s.addSpotlightMetadata);
-    add(Key::MonitorSubfolders, s.monitorSubfolders);
-    add(Key::MonitoringPaused, s.monitoringPaused);
-    add(Key::ShowDockIcon, s.showDockIcon);
-    add(Key::AppSoundsEnabled, s.appSoundsEnabled);
-    add(Key::Appearance, rawValue(s.appearance));
-    add(Key::InterfaceLanguage, rawValue(s.interfaceLanguage));
-    add(Key::OutputLanguage, s.outputLanguage);
-    add(Key::DateFormat, s.dateFormat);
-    add(Key::MonitorFilePrefix, s.monitorFilePrefix);
-    if (s.monitorFileExtensions)
-        add(Key::MonitorFileExtensions, QJsonArray::fromStringList(*s.monitorFileExtensions));
-    add(Key::HotkeyEnabled, s.hotkeyEnabled);
-    if (s.hotkeyShortcut)
-        add(Key::HotkeyShortcut, toJson(*s.hotkeyShortcut));
-    add(Key::AiProvider, rawValue(s.aiProvider));
-    add(Key::HasGeminiApiKey, s.hasGeminiApiKey);
-    add(Key::HasGroqApiKey, s.hasGroqApiKey);
-    add(Key::HasOpenaiApiKey, s.hasOpenaiApiKey);
-    add(Key::HasClaudeApiKey, s.hasClaudeApiKey);
-    add(Key::ByokEnabled, s.byokEnabled);
-    addString(Key::ByokGeminiModel, s.byokGeminiModel);
-    addString(Key::ByokGroqModel, s.byokGroqModel);
-    addString(Key::ByokOpenaiModel, s.byokOpenaiModel);
-    addString(Key::ByokClaudeModel, s.byokClaudeModel);
-    add(Key::AiProcessingMode, rawValue(s.aiProcessingMode));
-    add(Key::LocalAIBackend, rawValue(s.localAIBackend));
-    add(Key::LocalAIEndpoint, s.localAIEndpoint);
-    add(Key::LocalAIModel, s.localAIModel);
-    addString(Key::RenamePromptOverride, s.renamePromptOverride);
-    addString(Key::TagPromptOverride, s.tagPromptOverride);
-    add(Key::IWorkOnlinePreviewsEnabled, s.iWorkOnlinePreviewsEnabled);
+    for (const Field &entry : Fields)
+        entry.write(settings, entry.key, fields);
     return fields;
 }
 
@@ -178,13 +276,15 @@ std::optional<Settings> settingsFromJson(const QJsonObject &json, QString *error
 {
     JsonFieldReader in(json, QStringLiteral("Settings"));
     Settings s;
+    for (const Field &entry : Fields) {
+        if (entry.reading == Reading::Plain)
+            entry.read(in, entry.key, s);
+    }
 
+    // Fields whose reading older records shape.
     const auto legacyMetadataTags = in.boolean(Key::AddMetadataTags);
-
-    assignIfRead(s.watchedFolders, in.stringList(Key::WatchedFolders));
     const std::optional<QString> storedPattern = in.string(Key::NamingPattern);
     s.namingPattern = storedPattern.value_or(s.namingPattern);
-    assignIfRead(s.namingPatternBlocks, in.blocks(Key::NamingPatternBlocks));
     // Records from before case styles and separators spelled them through the
     // title token of their pattern. A record without a pattern has no such
     // history, and the default pattern must not be read as one.
@@ -205,40 +305,18 @@ std::optional<Settings> settingsFromJson(const QJsonObject &json, QString *error
                                          s.namingWordSeparator);
     s.namingBlockSeparator = firstPresent(
         { storedBlockSeparator, blockSeparatorOfPattern(s.namingPattern), legacySeparator }, s.namingBlockSeparator);
-    assignIfRead(s.autoStart, in.boolean(Key::AutoStart));
-    assignIfRead(s.isCustomPatternEnabled, in.boolean(Key::IsCustomPatternEnabled));
     s.addFinderTags = firstPresent({ in.boolean(Key::AddFinderTags), legacyMetadataTags }, s.addFinderTags);
     s.addSpotlightMetadata
         = firstPresent({ in.boolean(Key::AddSpotlightMetadata), legacyMetadataTags }, s.addSpotlightMetadata);
-    assignIfRead(s.monitorSubfolders, in.boolean(Key::MonitorSubfolders));
-    assignIfRead(s.monitoringPaused, in.boolean(Key::MonitoringPaused));
-    assignIfRead(s.showDockIcon, in.boolean(Key::ShowDockIcon));
-    assignIfRead(s.appSoundsEnabled, in.boolean(Key::AppSoundsEnabled));
-    assignIfRead(s.appearance, in.choice(Key::Appearance, AppearanceModeRawValues));
-    assignIfRead(s.interfaceLanguage, in.choice(Key::InterfaceLanguage, InterfaceLanguageRawValues));
-    assignIfRead(s.outputLanguage, in.string(Key::OutputLanguage));
-    assignIfRead(s.dateFormat, in.string(Key::DateFormat));
-    assignIfRead(s.monitorFilePrefix, in.string(Key::MonitorFilePrefix));
-    assignIfRead(s.monitorFileExtensions, in.stringList(Key::MonitorFileExtensions));
-    assignIfRead(s.hotkeyEnabled, in.boolean(Key::HotkeyEnabled));
-    assignIfRead(s.hotkeyShortcut, in.shortcut(Key::HotkeyShortcut));
-    assignIfRead(s.aiProvider, in.choice(Key::AiProvider, AIProviderRawValues));
     s.hasGeminiApiKey = hasApiKey(in, Key::HasGeminiApiKey, Key::GeminiApiKey);
     s.hasGroqApiKey = hasApiKey(in, Key::HasGroqApiKey, Key::GroqApiKey);
     s.hasOpenaiApiKey = hasApiKey(in, Key::HasOpenaiApiKey, Key::OpenaiApiKey);
     s.hasClaudeApiKey = hasApiKey(in, Key::HasClaudeApiKey, Key::ClaudeApiKey);
-    assignIfRead(s.byokEnabled, in.boolean(Key::ByokEnabled));
     s.byokGeminiModel = normalizedModelId(in.string(Key::ByokGeminiModel), AIProvider::Gemini);
     s.byokGroqModel = normalizedModelId(in.string(Key::ByokGroqModel), AIProvider::Groq);
     s.byokOpenaiModel = normalizedModelId(in.string(Key::ByokOpenaiModel), AIProvider::OpenAI);
     s.byokClaudeModel = normalizedModelId(in.string(Key::ByokClaudeModel), AIProvider::Claude);
     s.aiProcessingMode = processingMode(json, s.aiProcessingMode);
-    assignIfRead(s.localAIBackend, in.choice(Key::LocalAIBackend, LocalAIBackendRawValues));
-    assignIfRead(s.localAIEndpoint, in.string(Key::LocalAIEndpoint));
-    assignIfRead(s.localAIModel, in.string(Key::LocalAIModel));
-    assignIfRead(s.renamePromptOverride, in.string(Key::RenamePromptOverride));
-    assignIfRead(s.tagPromptOverride, in.string(Key::TagPromptOverride));
-    assignIfRead(s.iWorkOnlinePreviewsEnabled, in.boolean(Key::IWorkOnlinePreviewsEnabled));
 
     if (in.failed()) {
         if (error)
