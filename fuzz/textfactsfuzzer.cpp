@@ -2,7 +2,7 @@
 
 #include <QString>
 
-#include "naming/patternmetadatareader.h"
+#include "naming/detectedfields.h"
 #include "naming/textfacts.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
@@ -16,6 +16,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     Nomly::TextFacts::design(text);
     Nomly::TextFacts::exportScale(text);
     Nomly::TextFacts::currencyOfAmount(text);
-    Nomly::PatternMetadataReader::normalizedDetectedFields({ { text, text } });
+    Nomly::DetectedFields::normalized({ { text, text } });
     return 0;
 }

@@ -17,6 +17,9 @@
 #include "content/sidecartext.h"
 #include "content/subtitlecues.h"
 #include "content/textfilereader.h"
+#include "naming/builtinextensions.h"
+#include "naming/mediafacts.h"
+#include "platform/fileidentity.h"
 
 namespace Nomly {
 
@@ -177,6 +180,9 @@ FileExtractionResult FileExtractionService::extract(const QString &path, const E
     const QFileInfo file(path);
     if (!file.exists())
         return FileExtractionResult::failed(FileNotFound);
+    // A FIFO or a device named like a document would block the read forever.
+    if (!leadsToRegularFile(path))
+        return FileExtractionResult::failed(QStringLiteral("Not a regular file"));
     const QString extension = dispatchExtension(path);
 
     // iWork documents need their own reader, which is not here yet.
@@ -206,13 +212,19 @@ FileExtractionResult FileExtractionService::extract(const QString &path, const E
         return FileExtractionResult::unsupported();
 
     const QList<QMimeType> types = typesOf(extension);
-    if (isIn(ExtensionSet::Video, extension) && (conformsToTopLevel(types, u"video/") || isUnknownType(types))) {
+    // A container that holds a video or sound alone (WebM) is listed with
+    // audio; the file is a video when it carries a video stream.
+    const bool videoInAudioContainer
+        = BuiltInExtensions::audioOrVideo().contains(extension) && carriesVideo(file.absoluteFilePath());
+    if (videoInAudioContainer
+        || (isIn(ExtensionSet::Video, extension) && (conformsToTopLevel(types, u"video/") || isUnknownType(types)))) {
         FileVideoAnalysisPayload payload;
         payload.originalPath = path;
         payload.text = sidecarText(path, {});
         payload.filename = file.fileName();
         payload.originalExtension = file.suffix().toLower();
-        payload.mimeType = mediaMime(extension, QStringLiteral("video/mp4"));
+        payload.mimeType = videoInAudioContainer ? QStringLiteral("video/") + extension
+                                                 : mediaMime(extension, QStringLiteral("video/mp4"));
         return FileExtractionResult::input(payload);
     }
     // Audio in a container the database files under video (WebM) counts.

@@ -31,6 +31,24 @@ std::optional<FileIdentity> FileIdentity::of(const QString &path)
                           qint64(status->st_mtim.tv_sec) * 1'000'000'000 + status->st_mtim.tv_nsec };
 }
 
+bool leadsToRegularFile(const QString &path)
+{
+    struct stat status
+    {};
+
+    return ::stat(QFile::encodeName(path).constData(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool mayBlockOnRead(const QString &path)
+{
+    struct stat status
+    {};
+
+    if (::stat(QFile::encodeName(path).constData(), &status) != 0)
+        return false;
+    return S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode) || S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode);
+}
+
 bool isRegularFile(const QString &path)
 {
     const auto status = entryStatus(path);

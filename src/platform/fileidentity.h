@@ -28,4 +28,13 @@ struct FileIdentity
 // FIFO or a device): the only kind of entry that is renamed and written to.
 bool isRegularFile(const QString &path);
 
+// Whether `path` leads to a regular file, through symbolic links: the only
+// kind of entry whose content is read. Opening a FIFO waits for a writer
+// that may never come, and a device may never end.
+bool leadsToRegularFile(const QString &path);
+
+// Whether reading what `path` leads to could wait without end: a FIFO, a
+// socket or a device. Files and folders never do.
+bool mayBlockOnRead(const QString &path);
+
 } // namespace Nomly

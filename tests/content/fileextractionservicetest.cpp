@@ -10,8 +10,11 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/stat.h>
+
 #include "content/fileextractionservice.h"
 #include "filesystemfixtures.h"
+#include "naming/patternmetadatareader.h"
 #include "samplepdfs.h"
 
 using namespace Qt::StringLiterals;
@@ -147,6 +150,44 @@ private slots:
             QCOMPARE(int(result.analyzeInput()->kind()), inputKind);
     }
 
+    // A WebM made by ffmpeg: with a picture stream it goes as a video, with
+    // sound alone as audio.
+    void webmByItsStreams_data()
+    {
+        QTest::addColumn<QStringList>("making"); // ffmpeg arguments before the file
+        QTest::addColumn<int>("inputKind");
+        QTest::addColumn<QString>("mime");
+        QTest::newRow("picture-and-sound")
+            << QStringList { u"-f"_s,   u"lavfi"_s,  u"-i"_s,   u"testsrc=size=64x48:rate=5"_s,
+                             u"-f"_s,   u"lavfi"_s,  u"-i"_s,   u"sine=d=1"_s,
+                             u"-t"_s,   u"1"_s,      u"-c:v"_s, u"libvpx"_s,
+                             u"-c:a"_s, u"libopus"_s }
+            << int(AIAnalyzeInputKind::Video) << u"video/webm"_s;
+        QTest::newRow("sound-only") << QStringList { u"-f"_s,       u"lavfi"_s, u"-i"_s,
+                                                     u"sine=d=1"_s, u"-c:a"_s,  u"libopus"_s }
+                                    << int(AIAnalyzeInputKind::Audio) << u"audio/webm"_s;
+    }
+
+    void webmByItsStreams()
+    {
+        QFETCH(QStringList, making);
+        QFETCH(int, inputKind);
+        QFETCH(QString, mime);
+        if (QStandardPaths::findExecutable(u"ffmpeg"_s).isEmpty())
+            QSKIP("ffmpeg is not installed");
+        const QString path = m_dir->filePath(u"clip.webm"_s);
+        QCOMPARE(QProcess::execute(u"ffmpeg"_s, QStringList { u"-v"_s, u"error"_s } + making + QStringList { path }),
+                 0);
+
+        const FileExtractionResult result = FileExtractionService::extract(path, options());
+        QVERIFY(result.analyzeInput());
+        QCOMPARE(int(result.analyzeInput()->kind()), inputKind);
+        const QString given = inputKind == int(AIAnalyzeInputKind::Video)
+            ? result.analyzeInput()->get<FileVideoAnalysisPayload>()->mimeType
+            : result.analyzeInput()->get<FileAudioAnalysisPayload>()->mimeType;
+        QCOMPARE(given, mime);
+    }
+
     void missingFile()
     {
         QCOMPARE(FileExtractionService::extract(m_dir->filePath(u"gone.txt"_s), options()).failureReason(),
@@ -197,6 +238,30 @@ private slots:
             check(input->get<FileVideoAnalysisPayload>());
         else
             check(input->get<FileAudioAnalysisPayload>());
+    }
+
+    // Only a regular file's content is read: a FIFO named like a document
+    // would otherwise block the run for good, a folder has nothing to read.
+    void onlyRegularFilesAreRead_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("fifo-named-like-text") << u"fifo"_s;
+        QTest::newRow("folder-named-like-text") << u"folder"_s;
+    }
+
+    void onlyRegularFilesAreRead()
+    {
+        QFETCH(QString, kind);
+        const QString path = m_dir->filePath(u"notes.txt"_s);
+        if (kind == u"fifo")
+            QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        else
+            QVERIFY(QDir().mkpath(path));
+        const FileExtractionResult result = FileExtractionService::extract(path, options());
+        QCOMPARE(result.kind(), FileExtractionResult::Kind::Failed);
+        QCOMPARE(result.failureReason(), u"Not a regular file"_s);
+        if (kind == u"fifo")
+            QCOMPARE(PatternMetadataReader::read(path, {}).fileExtension, u"txt"_s);
     }
 
     // A song made by a real encoder, with its tags: they become the naming
