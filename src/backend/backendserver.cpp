@@ -38,18 +38,6 @@ QJsonObject errorBody(const QString &message)
     return { { QLatin1StringView("error"), message } };
 }
 
-// The same time for every wrong token of a length, so that a caller cannot
-// find the token byte by byte.
-bool sameToken(const QByteArray &given, const QByteArray &expected)
-{
-    if (given.size() != expected.size())
-        return false;
-    unsigned char difference = 0;
-    for (qsizetype i = 0; i < given.size(); ++i)
-        difference |= static_cast<unsigned char>(given.at(i) ^ expected.at(i));
-    return difference == 0;
-}
-
 QByteArray headerOf(const QHttpServerRequest &request, QByteArrayView name)
 {
     for (const auto &[key, value] : request.headers()) {
@@ -100,7 +88,7 @@ struct BackendServer::Parts
 bool BackendServer::Parts::admit(const QHttpServerRequest &request, QHttpServerResponder &responder) const
 {
     const QByteArray expected = QByteArrayLiteral("Bearer ") + config.gatewayToken.toUtf8();
-    if (config.gatewayToken.isEmpty() || !sameToken(headerOf(request, "authorization"), expected)) {
+    if (config.gatewayToken.isEmpty() || !sameSecret(headerOf(request, "authorization"), expected)) {
         qCWarning(lcBackend).noquote() << "Refused call without the gateway token:" << request.url().path();
         answer(responder, errorBody(QStringLiteral("Invalid or missing gateway token.")), Status::Unauthorized);
         return false;

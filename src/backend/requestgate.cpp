@@ -17,18 +17,6 @@ constexpr qint64 MaxHeadBytes = 64 * 1024;
 constexpr std::chrono::seconds HeadTimeout(30);
 constexpr const char *DecidedProperty = "nomlyGateDecided";
 
-// The same time for every wrong token of a length, so that a caller cannot
-// find the token byte by byte.
-bool sameBytes(const QByteArray &given, const QByteArray &expected)
-{
-    if (given.size() != expected.size())
-        return false;
-    unsigned char difference = 0;
-    for (qsizetype i = 0; i < given.size(); ++i)
-        difference |= static_cast<unsigned char>(given.at(i) ^ expected.at(i));
-    return difference == 0;
-}
-
 struct RequestHead
 {
     QByteArray authorization;
@@ -76,6 +64,16 @@ void refuse(QTcpSocket *socket, int status, const QByteArray &reason, const QByt
 
 } // namespace
 
+bool sameSecret(const QByteArray &given, const QByteArray &expected)
+{
+    if (given.size() != expected.size())
+        return false;
+    unsigned char difference = 0;
+    for (qsizetype i = 0; i < given.size(); ++i)
+        difference |= static_cast<unsigned char>(given.at(i) ^ expected.at(i));
+    return difference == 0;
+}
+
 RequestGate::RequestGate(QByteArray gatewayToken, qint64 maxBodyBytes, QObject *parent)
     : QTcpServer(parent)
     , m_expectedAuthorization(gatewayToken.isEmpty() ? QByteArray() : "Bearer " + gatewayToken)
@@ -117,7 +115,7 @@ void RequestGate::decide(QTcpSocket *socket)
     }
 
     const RequestHead head = parseHead(seen.first(end));
-    if (m_expectedAuthorization.isEmpty() || !sameBytes(head.authorization, m_expectedAuthorization)) {
+    if (m_expectedAuthorization.isEmpty() || !sameSecret(head.authorization, m_expectedAuthorization)) {
         qCWarning(lcBackend) << "Refused a call without the gateway token before reading its body";
         refuse(socket, 401, "Unauthorized", "Invalid or missing gateway token.");
         return;

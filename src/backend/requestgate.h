@@ -5,6 +5,10 @@
 
 namespace Nomly {
 
+// The same time for every wrong secret of a length, so that a caller cannot
+// find the gateway token byte by byte.
+bool sameSecret(const QByteArray &given, const QByteArray &expected);
+
 // Listens for the backend and reads no more of a connection than its request
 // head before deciding on it: a caller without the gateway token, or one that
 // declares a body over the limit (or none at all, with a chunked body), is
