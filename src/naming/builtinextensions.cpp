@@ -36,15 +36,23 @@ const QStringList &BuiltInExtensions::document()
     return list;
 }
 
+// With the containers common on Linux after the shared ones.
 const QStringList &BuiltInExtensions::video()
 {
-    static const QStringList list = listOf(u"mp4 mov qt m4v mpeg mpg m2v 3gp 3gpp 3g2 3gp2 dv ts mts m2ts vob");
+    static const QStringList list
+        = listOf(u"mp4 mov qt m4v mpeg mpg m2v 3gp 3gpp 3g2 3gp2 dv ts mts m2ts vob mkv avi ogv");
     return list;
 }
 
 const QStringList &BuiltInExtensions::audio()
 {
-    static const QStringList list = listOf(u"mp3 m4a wav flac ogg webm mpga");
+    static const QStringList list = listOf(u"mp3 m4a wav flac ogg webm mpga opus oga aac wma");
+    return list;
+}
+
+const QStringList &BuiltInExtensions::audioOrVideo()
+{
+    static const QStringList list = listOf(u"webm");
     return list;
 }
 
@@ -62,6 +70,13 @@ QString BuiltInExtensions::kindForExtension(const QString &extension)
     if (document().contains(lowered))
         return QStringLiteral("document");
     return QStringLiteral("file");
+}
+
+QString BuiltInExtensions::kindForFile(const PatternFileMetadata &metadata)
+{
+    if (audioOrVideo().contains(metadata.fileExtension) && !metadata.codec.isEmpty())
+        return QStringLiteral("video");
+    return kindForExtension(metadata.fileExtension);
 }
 
 } // namespace Nomly

@@ -88,7 +88,7 @@ QString FileRenamer::destination(const QString &sourcePath, PatternRenderInput i
     input.originalName = extension.isEmpty() ? source.fileName() : source.completeBaseName();
     input.metadata.fileExtensionOriginal = extension;
     input.metadata.fileExtension = extension.toLower();
-    input.kind = BuiltInExtensions::kindForExtension(input.metadata.fileExtension);
+    input.kind = BuiltInExtensions::kindForFile(input.metadata);
 
     const QString base = applyPattern(input);
     const QDir folder = source.absoluteDir();

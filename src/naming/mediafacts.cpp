@@ -3,7 +3,10 @@
 #include <QDeadlineTimer>
 #include <QFile>
 #include <QRegularExpression>
+#include <array>
 #include <cmath>
+#include <initializer_list>
+#include <memory>
 
 extern "C" {
 #include <libavformat/avformat.h>
@@ -57,27 +60,88 @@ QString metadataValue(AVDictionary *dictionary, const char *key)
     return entry ? QString::fromUtf8(entry->value).trimmed() : QString();
 }
 
+// The naming fields the container's own tags fill, each from the first of
+// its keys that is there (FFmpeg compares keys in any case). Matroska, WebM
+// and QuickTime files keep their title here, where the tag reader below does
+// not look.
+struct ContainerTag
+{
+    const char *field;
+    std::initializer_list<const char *> keys;
+};
+
+const std::array<ContainerTag, 7> ContainerTags { {
+    { "artist", { "artist" } },
+    { "track_title", { "title" } },
+    { "album", { "album" } },
+    { "label", { "label", "publisher", "organization" } },
+    { "genre", { "genre" } },
+    { "musical_key", { "initialkey", "TKEY" } },
+    { "bpm", { "bpm", "TBPM" } },
+} };
+
+const QRegularExpression &yearExpression()
+{
+    static const QRegularExpression year(QStringLiteral("\\b(19\\d{2}|20\\d{2})\\b"));
+    return year;
+}
+
+void readContainerTags(AVDictionary *dictionary, PatternFileMetadata &metadata)
+{
+    for (const ContainerTag &tag : ContainerTags) {
+        for (const char *key : tag.keys) {
+            const QString value = metadataValue(dictionary, key);
+            if (!value.isEmpty()) {
+                metadata.detectedFields.insert(QString::fromLatin1(tag.field), value);
+                break;
+            }
+        }
+    }
+    const QString year = yearExpression().match(metadataValue(dictionary, "date")).captured(1);
+    if (!year.isEmpty())
+        metadata.detectedFields.insert(QStringLiteral("release_year"), year);
+}
+
+// Whether the stream is a picture, not a video: a cover or a thumbnail.
+bool isVideo(const AVStream *stream)
+{
+    return !(stream->disposition & AV_DISPOSITION_ATTACHED_PIC);
+}
+
 // Ends the probe of a file that keeps it waiting.
 int interruptWhenLate(void *deadline)
 {
     return static_cast<QDeadlineTimer *>(deadline)->hasExpired() ? 1 : 0;
 }
 
-void readStreams(const QString &path, const QString &datePattern, PatternFileMetadata &metadata)
+// The file opened and its streams found, within the probe's bounds; null
+// when it cannot be read.
+using ProbedFile = std::unique_ptr<AVFormatContext, void (*)(AVFormatContext *)>;
+
+ProbedFile probed(const QString &path, QDeadlineTimer &deadline)
 {
-    QDeadlineTimer deadline(ProbeMilliseconds);
+    const auto close = [](AVFormatContext *context) { avformat_close_input(&context); };
     AVFormatContext *context = avformat_alloc_context();
     if (!context)
-        return;
+        return ProbedFile(nullptr, close);
     context->interrupt_callback = { &interruptWhenLate, &deadline };
     context->probesize = ProbeBytes;
     context->max_analyze_duration = int64_t(ProbeMilliseconds) * 1000;
     if (avformat_open_input(&context, QFile::encodeName(path).constData(), nullptr, nullptr) < 0)
-        return; // the context is freed on failure
-    if (avformat_find_stream_info(context, nullptr) < 0) {
-        avformat_close_input(&context);
+        return ProbedFile(nullptr, close); // the context is freed on failure
+    ProbedFile file(context, close);
+    if (avformat_find_stream_info(context, nullptr) < 0)
+        return ProbedFile(nullptr, close);
+    return file;
+}
+
+void readStreams(const QString &path, const QString &datePattern, PatternFileMetadata &metadata)
+{
+    QDeadlineTimer deadline(ProbeMilliseconds);
+    const ProbedFile file = probed(path, deadline);
+    if (!file)
         return;
-    }
+    AVFormatContext *context = file.get();
     if (context->duration > 0) {
         const double seconds = double(context->duration) / AV_TIME_BASE;
         metadata.durationSeconds = seconds;
@@ -86,7 +150,7 @@ void readStreams(const QString &path, const QString &datePattern, PatternFileMet
     if (context->bit_rate > 0)
         metadata.bitrate = MediaText::bitrate(double(context->bit_rate));
     const int video = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-    if (video >= 0 && !(context->streams[video]->disposition & AV_DISPOSITION_ATTACHED_PIC)) {
+    if (video >= 0 && isVideo(context->streams[video])) {
         const AVStream *stream = context->streams[video];
         int width = stream->codecpar->width;
         int height = stream->codecpar->height;
@@ -120,15 +184,18 @@ void readStreams(const QString &path, const QString &datePattern, PatternFileMet
             break;
         }
     }
-    avformat_close_input(&context);
+    readContainerTags(context->metadata, metadata);
 }
 
+// The file's tags where the tag reader knows its format; what it finds wins
+// over the container's tags. The whole property map, for the basic tag
+// leaves out tempo, key and label.
 void readTags(const QString &path, PatternFileMetadata &metadata)
 {
     const TagLib::FileRef file(QFile::encodeName(path).constData(), false);
-    if (file.isNull() || !file.tag())
+    if (file.isNull() || !file.file())
         return;
-    const TagLib::PropertyMap properties = file.tag()->properties();
+    const TagLib::PropertyMap properties = file.file()->properties();
     const auto first = [&properties](const char *key) -> QString {
         const auto found = properties.find(key);
         if (found == properties.end() || found->second.isEmpty())
@@ -151,8 +218,7 @@ void readTags(const QString &path, PatternFileMetadata &metadata)
     put("genre", first("GENRE"));
     put("musical_key", first("INITIALKEY"));
     put("bpm", first("BPM"));
-    static const QRegularExpression year(QStringLiteral("\\b(19\\d{2}|20\\d{2})\\b"));
-    put("release_year", year.match(first("DATE")).captured(1));
+    put("release_year", yearExpression().match(first("DATE")).captured(1));
 }
 
 } // namespace
@@ -193,15 +259,35 @@ QString frameRate(double framesPerSecond)
 
 } // namespace MediaText
 
-void readMediaFacts(const QString &path, const QString &datePattern, PatternFileMetadata &metadata)
+namespace {
+
+void quietFFmpeg()
 {
     static const bool quiet = [] {
         av_log_set_level(AV_LOG_QUIET);
         return true;
     }();
     Q_UNUSED(quiet);
+}
+
+} // namespace
+
+void readMediaFacts(const QString &path, const QString &datePattern, PatternFileMetadata &metadata)
+{
+    quietFFmpeg();
     readStreams(path, datePattern, metadata);
     readTags(path, metadata);
+}
+
+bool carriesVideo(const QString &path)
+{
+    quietFFmpeg();
+    QDeadlineTimer deadline(ProbeMilliseconds);
+    const ProbedFile file = probed(path, deadline);
+    if (!file)
+        return false;
+    const int video = av_find_best_stream(file.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    return video >= 0 && isVideo(file->streams[video]);
 }
 
 } // namespace Nomly

@@ -8,11 +8,16 @@ namespace Nomly {
 
 // Reads an audio or video file's properties into the media fields: duration,
 // displayed pixel size (a rotated clip reports its upright size), frame rate,
-// video and audio codecs, bitrate and recording date, and from its tags the
-// artist, track title, album, label, genre, key, tempo and release year.
-// Probing is bounded in bytes and time, so a damaged or hostile file cannot
-// hang it; what cannot be read stays as it was.
+// video and audio codecs, bitrate and recording date, and from its tags (the
+// file's own, else the container's) the artist, track title, album, label,
+// genre, key, tempo and release year. Probing is bounded in bytes and time, so
+// a damaged or hostile file cannot hang it; what cannot be read stays as it
+// was.
 void readMediaFacts(const QString &path, const QString &datePattern, PatternFileMetadata &metadata);
+
+// Whether the file holds a video stream (a cover picture is none), with the
+// same bounds.
+bool carriesVideo(const QString &path);
 
 namespace MediaText {
 

@@ -40,7 +40,7 @@ struct PatternFileMetadata
     QString flash;
     QString orientation; // "Portrait", "Landscape" or "Square"
     QString frameRate;
-    QString codec;
+    QString codec; // the video stream's; empty when there is none
     QString bitrate;
     QString audioCodec;
     // Every other field by its normalised name ("invoice_date").

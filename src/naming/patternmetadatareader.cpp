@@ -22,6 +22,7 @@
 #include "naming/textfacts.h"
 #include "naming/valuevariants.h"
 #include "platform/extendedattributes.h"
+#include "platform/fileidentity.h"
 
 namespace Nomly {
 
@@ -61,16 +62,19 @@ std::optional<QDateTime> birthTime(const QString &path)
                                           Qt::UTC);
 }
 
-// What kind of content the file holds, by its extension's family.
-QString kindType(const QString &extension, const QStringList &imageExtensions)
+// What kind of content the file holds, by its extension's family; a
+// container that holds either, by the streams found in it.
+QString kindType(const QString &extension, const QStringList &imageExtensions, const PatternFileMetadata &metadata)
 {
     static const QStringList Video { QStringLiteral("mp4"), QStringLiteral("mov"), QStringLiteral("m4v"),
-                                     QStringLiteral("mkv"), QStringLiteral("avi"), QStringLiteral("webm"),
-                                     QStringLiteral("mpg"), QStringLiteral("mpeg") };
+                                     QStringLiteral("mkv"), QStringLiteral("avi"), QStringLiteral("mpg"),
+                                     QStringLiteral("mpeg") };
     static const QStringList Audio { QStringLiteral("mp3"),  QStringLiteral("m4a"), QStringLiteral("wav"),
                                      QStringLiteral("flac"), QStringLiteral("ogg"), QStringLiteral("aac") };
     if (imageExtensions.contains(extension) && extension != u"pdf")
         return QStringLiteral("image");
+    if (BuiltInExtensions::audioOrVideo().contains(extension))
+        return BuiltInExtensions::kindForFile(metadata);
     if (Video.contains(extension))
         return QStringLiteral("video");
     if (Audio.contains(extension))
@@ -222,6 +226,9 @@ PatternFileMetadata PatternMetadataReader::read(const QString &path, const Patte
     metadata.fileExtension = extension;
     metadata.fileExtensionOriginal = file.suffix();
     const QString datePattern = DateFormats::patternForName(options.dateFormat);
+    // A FIFO named like a document would block the reader for good.
+    if (mayBlockOnRead(path))
+        return metadata;
 
     const bool image = (options.imageExtensions.contains(extension) && extension != u"pdf") || extension == u"psd";
     if (image)
@@ -247,7 +254,7 @@ PatternFileMetadata PatternMetadataReader::read(const QString &path, const Patte
                                                : QStringLiteral("Portrait");
 
     Fields detected = metadata.detectedFields;
-    merge(detected, { { QStringLiteral("type"), kindType(extension, options.imageExtensions) } });
+    merge(detected, { { QStringLiteral("type"), kindType(extension, options.imageExtensions, metadata) } });
     if (extension == u"pdf")
         merge(detected, pdfAttributes(path, metadata.pages));
     merge(detected, officeDocumentFields(path, extension));

@@ -10,6 +10,7 @@
 #include <QTest>
 
 #include "filesystemfixtures.h"
+#include "naming/builtinextensions.h"
 #include "naming/detectedfields.h"
 #include "naming/exiffacts.h"
 #include "naming/mediafacts.h"
@@ -138,6 +139,62 @@ private slots:
         // Bytes that only claim to be a video give no facts and no hang.
         QVERIFY(writeFile(dir.filePath(u"fake.mov"_s), QByteArray(100000, 'x')));
         QVERIFY(PatternMetadataReader::read(dir.filePath(u"fake.mov"_s), {}).duration.isEmpty());
+    }
+
+    // Files made by ffmpeg with one known tag each. Tempo, key and label sit
+    // outside the basic tag; Matroska, WebM and QuickTime keep the title in
+    // the container; a WebM is a video only when it carries one.
+    void mediaTagsAndKinds_data()
+    {
+        QTest::addColumn<QString>("fileName");
+        QTest::addColumn<QStringList>("making"); // ffmpeg arguments before the file
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<QString>("value");
+        QTest::addColumn<QString>("kind");
+
+        const QStringList tone { u"-f"_s, u"lavfi"_s, u"-i"_s, u"sine=d=1"_s };
+        const QStringList picture { u"-f"_s, u"lavfi"_s, u"-i"_s, u"testsrc=size=64x48:rate=5"_s, u"-t"_s, u"1"_s };
+        const QStringList mpeg4 = picture + QStringList { u"-c:v"_s, u"mpeg4"_s };
+        const QStringList vp8 = picture + QStringList { u"-c:v"_s, u"libvpx"_s };
+        const QStringList opus = tone + QStringList { u"-c:a"_s, u"libopus"_s };
+        const auto tagged = [](const QStringList &input, const QString &tag) {
+            return input + QStringList { u"-metadata"_s, tag };
+        };
+        QTest::newRow("mp3-tempo") << u"song.mp3"_s << tagged(tone, u"TBPM=124"_s) << u"bpm"_s << u"124"_s
+                                   << u"audio"_s;
+        QTest::newRow("mp3-key") << u"song.mp3"_s << tagged(tone, u"TKEY=F#m"_s) << u"musical_key"_s << u"F#m"_s
+                                 << u"audio"_s;
+        QTest::newRow("mp3-label") << u"song.mp3"_s << tagged(tone, u"TPUB=Nightfall Records"_s) << u"label"_s
+                                   << u"Nightfall Records"_s << u"audio"_s;
+        QTest::newRow("flac-tempo") << u"song.flac"_s << tagged(tone, u"BPM=98"_s) << u"bpm"_s << u"98"_s << u"audio"_s;
+        QTest::newRow("mov-title") << u"clip.mov"_s << tagged(mpeg4, u"title=Harbour at Dawn"_s) << u"track_title"_s
+                                   << u"Harbour at Dawn"_s << u"video"_s;
+        QTest::newRow("mkv-title") << u"clip.mkv"_s << tagged(mpeg4, u"title=Night Market"_s) << u"track_title"_s
+                                   << u"Night Market"_s << u"video"_s;
+        QTest::newRow("webm-with-video") << u"clip.webm"_s << tagged(vp8, u"title=Dune Walk"_s) << u"track_title"_s
+                                         << u"Dune Walk"_s << u"video"_s;
+        QTest::newRow("webm-sound-only") << u"voice.webm"_s << tagged(opus, u"title=Voice Memo"_s) << u"track_title"_s
+                                         << u"Voice Memo"_s << u"audio"_s;
+    }
+
+    void mediaTagsAndKinds()
+    {
+        QFETCH(QString, fileName);
+        QFETCH(QStringList, making);
+        QFETCH(QString, field);
+        QFETCH(QString, value);
+        QFETCH(QString, kind);
+        if (QStandardPaths::findExecutable(u"ffmpeg"_s).isEmpty())
+            QSKIP("ffmpeg is not installed");
+        QTemporaryDir dir;
+        const QString path = dir.filePath(fileName);
+        QCOMPARE(QProcess::execute(u"ffmpeg"_s, QStringList { u"-v"_s, u"error"_s } + making + QStringList { path }),
+                 0);
+
+        const PatternFileMetadata metadata = PatternMetadataReader::read(path, {});
+        QCOMPARE(metadata.detectedFields.value(field), value);
+        QCOMPARE(metadata.detectedFields.value(u"type"_s), kind);
+        QCOMPARE(BuiltInExtensions::kindForFile(metadata), kind);
     }
 
     void textFacts_data()
