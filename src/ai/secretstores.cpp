@@ -2,13 +2,19 @@
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <atomic>
 
 #include "ai/filesecretstore.h"
 #include "ai/keychainsecretstore.h"
-#include "platform/logcategories.h"
+#include "platform/userdefaults.h"
 
 namespace Nomly {
+
+namespace {
+
+// Set once the user was told that this profile keeps its secrets in the file.
+const QString FileFallbackToldKey = QStringLiteral("didTellSecretsFileFallback");
+
+} // namespace
 
 bool secretServiceAvailable()
 {
@@ -37,14 +43,18 @@ SecretStores SecretStores::forSession(const QString &fallbackFilePath)
         stores.legacy = std::make_unique<FileSecretStore>(fallbackFilePath);
         return stores;
     }
-    static std::atomic_bool warned = false;
-    if (!warned.exchange(true)) {
-        qCWarning(lcConfig).noquote() << "No Secret Service on the session bus; keeping secrets in" << fallbackFilePath
-                                      << "(readable by this user only)";
-    }
     stores.primary = std::make_unique<FileSecretStore>(fallbackFilePath);
     stores.usesFileFallback = true;
     return stores;
+}
+
+bool SecretStores::fileFallbackIsNews(UserDefaults &defaults) const
+{
+    if (!usesFileFallback || defaults.boolValue(FileFallbackToldKey))
+        return false;
+    // Told even when this cannot be written: a full disk must not hide it.
+    (void)defaults.setValue(FileFallbackToldKey, true);
+    return true;
 }
 
 } // namespace Nomly

@@ -6,6 +6,8 @@
 
 namespace Nomly {
 
+class UserDefaults;
+
 // The stores this session keeps secrets in. With a Secret Service on the
 // session bus, it is the primary store and the mode-0600 file is the legacy
 // one: secrets written there while no Secret Service answered are still found,
@@ -19,9 +21,14 @@ struct SecretStores
     bool usesFileFallback = false;
 
     // Looks for an owner of, or an activatable, org.freedesktop.secrets on the
-    // session bus, and warns once per process when there is none.
+    // session bus.
     static SecretStores forSession();
     static SecretStores forSession(const QString &fallbackFilePath);
+
+    // True the first time a profile keeps its secrets in the file, so that
+    // the caller tells the user once rather than at every command; records in
+    // `defaults` that they were told. False whenever a Secret Service answers.
+    bool fileFallbackIsNews(UserDefaults &defaults) const;
 };
 
 // Whether a Secret Service answers on the session bus.

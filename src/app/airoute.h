@@ -45,6 +45,10 @@ public:
     // Where the hosted route goes: the named backend or the built-in one.
     QString backendDescription() const;
 
+    // The secret stores the route opened for itself; null when the caller
+    // gave the device and keys.
+    const SecretStores *secretStores() const { return m_stores ? &*m_stores : nullptr; }
+
 private:
     AIRoute();
 

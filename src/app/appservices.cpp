@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "ai/deviceservice.h"
+#include "ai/filesecretstore.h"
 #include "ai/hostedbackend.h"
 #include "ai/keycustody.h"
 #include "ai/remoteconfigservice.h"
@@ -14,6 +15,7 @@
 #include "history/database.h"
 #include "history/undoignoreservice.h"
 #include "platform/datalocations.h"
+#include "platform/logcategories.h"
 #include "platform/userdefaults.h"
 
 namespace Nomly {
@@ -92,8 +94,14 @@ public:
 private:
     SecretStores &secretStores()
     {
-        if (!m_secretStores)
+        if (!m_secretStores) {
             m_secretStores = SecretStores::forSession();
+            // Once per profile: at every launch it would only be noise.
+            if (m_secretStores->fileFallbackIsNews(userDefaults())) {
+                qCWarning(lcConfig).noquote() << "No Secret Service answers on this session; keys are kept in"
+                                              << FileSecretStore::defaultFilePath() << "(readable by this user only)";
+            }
+        }
         return *m_secretStores;
     }
 

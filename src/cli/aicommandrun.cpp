@@ -1,12 +1,14 @@
 #include "cli/aicommandrun.h"
 
 #include <QFileInfo>
+#include <algorithm>
 
 #include "ai/remoteconfigservice.h"
 #include "app/airoute.h"
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
 #include "cli/consentcommand.h"
+#include "cli/corelog.h"
 #include "settings/aiprocessingmode.h"
 #include "workflows/batchoptions.h"
 
@@ -113,8 +115,17 @@ std::optional<AnalyzeFilesResult> runAnalysis(CliProfile &profile,
     extraction.iWorkOnlinePreviewsEnabled = profile.settings().iWorkOnlinePreviewsEnabled;
     extraction.imageExtensions = remote.imageExtensions;
     extraction.designExtensions = remote.designExtensions;
+    if (const SecretStores *stores = route.value()->secretStores())
+        profile.tellWhereKeysAreKept(*stores);
     AnalyzeFilesUseCase useCase(route.value()->service(), extraction);
-    return QCoro::waitFor(useCase.analyze(absolutePaths, options));
+    // Each file's failure is printed with its file by the command.
+    CoreLog::Held held;
+    AnalyzeFilesResult result = QCoro::waitFor(useCase.analyze(absolutePaths, options));
+    if (std::any_of(result.files.cbegin(), result.files.cend(), [](const FileAnalysisOutcome &outcome) {
+            return !outcome.succeeded();
+        }))
+        held.failureReported();
+    return result;
 }
 
 QString routeDescription(const AnalyzeBatchOptions &options, const std::optional<QString> &effectiveProvider)

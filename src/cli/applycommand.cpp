@@ -7,6 +7,7 @@
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
 #include "cli/commandparsing.h"
+#include "cli/corelog.h"
 #include "cli/templateoptions.h"
 #include "cli/writeoptions.h"
 #include "workflows/processanalyzedfileusecase.h"
@@ -107,11 +108,21 @@ ExitStatus runApplyCommand(const QStringList &arguments)
             anyFailed = true;
             continue;
         }
+        // Said as the other commands say it; a dangling link is still
+        // refused below as what it is.
+        if (!info.exists() && !info.isSymLink()) {
+            CliOutput::error(QStringLiteral("%1: File not found").arg(file));
+            anyFailed = true;
+            continue;
+        }
+        // The core's account of a failure is the line printed here.
+        CoreLog::Held held;
         const FileProcessingResult result = QCoro::waitFor(useCase.processAnalyzedFile(
             info.absoluteFilePath(), analysis, std::nullopt, ProcessedFileSource::Batch, ManualProvider));
         if (result.success) {
             CliOutput::line(QStringLiteral("%1 -> %2").arg(info.fileName(), result.newName.value_or(QString())));
         } else {
+            held.failureReported();
             CliOutput::error(QStringLiteral("%1: %2").arg(file, result.error.value_or(QString())));
             anyFailed = true;
         }

@@ -53,6 +53,15 @@ Result<> CliProfile::saveSettings(const Settings &settings)
     return {};
 }
 
+void CliProfile::tellWhereKeysAreKept(const SecretStores &stores, FileFallbackNotice notice)
+{
+    // Asked first, so that the profile records it was told either way.
+    const bool news = stores.fileFallbackIsNews(m_userDefaults);
+    if (news || (notice == FileFallbackNotice::Always && stores.usesFileFallback))
+        CliOutput::error(QStringLiteral("no Secret Service answers on this session; keys are kept in a file only you "
+                                        "can read"));
+}
+
 std::optional<Preset> CliProfile::findPreset(const QString &nameOrId, QString *error) const
 {
     const QUuid id = QUuid::fromString(nameOrId.trimmed());

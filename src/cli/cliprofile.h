@@ -11,6 +11,8 @@
 
 namespace Nomly {
 
+struct SecretStores;
+
 // The user's profile as one command sees it: the same central state the
 // desktop application builds at launch, over the database in the data folder
 // and the user defaults, set up the same way (migrations, demo templates,
@@ -38,6 +40,16 @@ public:
     Result<> saveSettings(const Settings &settings);
 
     const QList<Preset> &presets() const { return m_state.presets(); }
+
+    // Says that keys are kept in a file, when `stores` keep them there
+    // because no Secret Service answers: once per profile, or every time.
+    enum class FileFallbackNotice
+    {
+        OncePerProfile,
+        Always,
+    };
+    void tellWhereKeysAreKept(const SecretStores &stores,
+                              FileFallbackNotice notice = FileFallbackNotice::OncePerProfile);
 
     // A template by its name (any case) or id; none, with `error` set, when
     // there is no such template or the name is not unique.

@@ -10,6 +10,7 @@
 #include "cli/clioutput.h"
 #include "cli/configcommand.h"
 #include "cli/consentcommand.h"
+#include "cli/corelog.h"
 #include "cli/fieldscommand.h"
 #include "cli/folderscommand.h"
 #include "cli/historycommand.h"
@@ -64,9 +65,11 @@ int CommandLineApp::run(const QStringList &arguments)
     QCoreApplication::setApplicationVersion(QStringLiteral(NOMLY_VERSION));
     // Commands print what happened to each file themselves; the services'
     // info lines are for QT_LOGGING_RULES="com.nomly.app.*=true", which wins
-    // over this.
+    // over this, and their warnings about an item the command reports are
+    // held back.
     // The built-in backend runs inside the command; what it would log is
     // already in the command's own per-file lines.
+    CoreLog::install();
     QLoggingCategory::setFilterRules(QStringLiteral("com.nomly.app.*.info=false\n"
                                                     "com.nomly.backend.info=false\n"
                                                     "com.nomly.backend.warning=false"));

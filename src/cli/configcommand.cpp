@@ -4,9 +4,11 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include "ai/remoteconfigservice.h"
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
 #include "cli/commandparsing.h"
+#include "cli/settingvalue.h"
 #include "settings/settingsjson.h"
 
 namespace Nomly {
@@ -39,45 +41,27 @@ QString valueText(const QJsonValue &value)
     }
 }
 
-// The text the user typed as the JSON value a key holds: strings stay text,
-// so that a prefix of "2026" is not a number; everything else is read as
-// JSON, with "none" clearing an optional value.
-std::optional<QJsonValue> parsedValue(const QString &text, bool isString)
-{
-    if (text == u"none")
-        return QJsonValue(QJsonValue::Null);
-    if (isString)
-        return QJsonValue(text);
-    const QJsonDocument document = QJsonDocument::fromJson(QByteArray("[") + text.toUtf8() + ']');
-    if (!document.isArray() || document.array().size() != 1)
-        return std::nullopt;
-    return document.array().first();
-}
-
 ExitStatus setValue(CliProfile &profile, const QString &key, const QString &text)
 {
     QJsonObject json = toJson(profile.settings());
-    // An optional key that is not set has no value to take the type from;
-    // those hold text, except the lists and the shortcut, written as JSON.
-    const QJsonValue current = json.value(key);
-    const bool isString
-        = current.isString() || (current.isUndefined() && !text.startsWith(u'[') && !text.startsWith(u'{'));
-    const auto value = parsedValue(text, isString);
+    const RemoteConfig remote = RemoteConfigService::cachedConfig(profile.userDefaults());
+    const SettingRules rules { remote.promptMaxChars, remote.supportedExtensions() };
+    const Result<QJsonValue> value = settingValue(key, text, json.value(key), rules);
     if (!value) {
-        CliOutput::error(QStringLiteral("'%1' is not a valid value for %2; nothing was saved").arg(text, key));
+        CliOutput::error(value.error() + QStringLiteral("; nothing was saved"));
         return ExitStatus::UsageError;
     }
-    if (value->isNull())
+    if (value.value().isNull())
         json.remove(key);
     else
-        json.insert(key, *value);
+        json.insert(key, value.value());
 
     QString error;
     const std::optional<Settings> decoded = settingsFromJson(json, &error);
     // A value that decoding quietly replaced would be saved as something the
     // user did not ask for.
     const QJsonValue stored = decoded ? toJson(*decoded).value(key) : QJsonValue();
-    if (!decoded || (!value->isNull() && stored != *value)) {
+    if (!decoded || (!value.value().isNull() && stored != value.value())) {
         CliOutput::error(QStringLiteral("'%1' is not a valid value for %2%3; nothing was saved")
                              .arg(text, key, error.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(error)));
         return ExitStatus::UsageError;
@@ -102,7 +86,10 @@ ExitStatus runConfigCommand(const QStringList &arguments)
                        "  nomly config show [--json]\n"
                        "  nomly config get KEY\n"
                        "  nomly config set KEY VALUE    (VALUE 'none' clears an optional setting)\n\n"
-                       "A value that does not fit its key is refused, and nothing is saved."));
+                       "Separators take space, underscore, hyphen, dot or none; hotkeyShortcut takes keys such as "
+                       "Ctrl+Shift+R; monitorFileExtensions takes extensions separated by commas. A value that does "
+                       "not fit its key, or that the settings window would refuse (a prompt over the limit, an "
+                       "extension Monitor does not take), is refused, and nothing is saved."));
     const QCommandLineOption helpOption = parser.addHelpOption();
     const QCommandLineOption jsonOption(QStringLiteral("json"), QStringLiteral("With show: print the JSON record."));
     parser.addOption(jsonOption);

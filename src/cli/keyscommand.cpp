@@ -12,6 +12,7 @@
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
 #include "cli/commandparsing.h"
+#include "cli/corelog.h"
 #include "platform/logcategories.h"
 
 namespace Nomly {
@@ -83,9 +84,7 @@ ExitStatus runKeysCommand(const QStringList &arguments)
         return ExitStatus::UsageError;
     SecretStores stores = SecretStores::forSession();
     KeyCustody custody(*stores.primary, stores.legacy.get());
-    if (stores.usesFileFallback)
-        CliOutput::error(QStringLiteral("no Secret Service answers on this session; keys are kept in a file only you "
-                                        "can read"));
+    profile->tellWhereKeysAreKept(stores, CliProfile::FileFallbackNotice::Always);
 
     if (action == u"list") {
         for (const auto &[each, raw] : AIProviderRawValues) {
@@ -103,8 +102,10 @@ ExitStatus runKeysCommand(const QStringList &arguments)
             CliOutput::error(route.error());
             return ExitStatus::ItemFailed;
         }
+        CoreLog::Held held;
         const Result<> saved = QCoro::waitFor(profile->state().saveApiKey(route.value()->keySync(), *provider, key));
         if (!saved) {
+            held.failureReported();
             CliOutput::error(
                 QStringLiteral("the key for %1 was not stored: %2").arg(rawValue(*provider), saved.error()));
             return ExitStatus::ItemFailed;

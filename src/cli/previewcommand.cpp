@@ -25,7 +25,8 @@ ExitStatus runPreviewCommand(const QStringList &arguments)
     parser.setApplicationDescription(
         QStringLiteral("Print the name each file would get in its folder, one line per file. Nothing is renamed.\n"
                        "The template options override the global settings for this call; the analysis options stand in "
-                       "for what the AI would say about the file."));
+                       "for what the AI would say about the file. A file that is not there is reported as 'File not "
+                       "found', the others are still shown, and the exit status is 1."));
     const QCommandLineOption helpOption = parser.addHelpOption();
     const TemplateOptions templateOptions(parser, TemplateOptions::StoredTemplate::Offered);
     const AnalysisOptions analysisOptions(parser, AnalysisOptions::Use::Preview);
@@ -52,10 +53,8 @@ ExitStatus runPreviewCommand(const QStringList &arguments)
         return ExitStatus::UsageError;
     }
     for (const QString &file : files) {
-        const QFileInfo info(file);
-        if (!info.exists() || info.isDir()) {
-            CliOutput::error(info.isDir() ? QStringLiteral("'%1' is a folder, not a file").arg(file)
-                                          : QStringLiteral("no such file: '%1'").arg(file));
+        if (QFileInfo(file).isDir()) {
+            CliOutput::error(QStringLiteral("'%1' is a folder, not a file").arg(file));
             return ExitStatus::UsageError;
         }
     }
@@ -87,7 +86,15 @@ ExitStatus runPreviewCommand(const QStringList &arguments)
     PatternMetadataOptions factOptions;
     factOptions.dateFormat = effective.dateFormat;
     factOptions.imageExtensions = BuiltInExtensions::image();
+    bool anyFailed = false;
     for (const QString &file : files) {
+        // A missing file is one item that failed, as in the other commands;
+        // the rest are still shown.
+        if (!QFileInfo::exists(file)) {
+            CliOutput::error(QStringLiteral("%1: File not found").arg(file));
+            anyFailed = true;
+            continue;
+        }
         // The file's own facts, with the values given on the command line
         // merged over them as an analysis's are.
         PatternRenderInput forFile = input;
@@ -107,7 +114,7 @@ ExitStatus runPreviewCommand(const QStringList &arguments)
     }
     if (parser.isSet(jsonOption))
         CliOutput::json(QJsonDocument(results));
-    return ExitStatus::Success;
+    return anyFailed ? ExitStatus::ItemFailed : ExitStatus::Success;
 }
 
 } // namespace Nomly

@@ -9,6 +9,7 @@
 #include "cli/cliprofile.h"
 #include "cli/commandparsing.h"
 #include "cli/consentcommand.h"
+#include "cli/corelog.h"
 #include "platform/desktopnotifier.h"
 #include "platform/singleinstance.h"
 
@@ -55,6 +56,8 @@ ExitStatus runQuickCommand(const QStringList &arguments)
                     return nullptr;
                 }
                 route = std::move(opened).value();
+                if (const SecretStores *stores = route->secretStores())
+                    profile->tellWhereKeysAreKept(*stores);
             }
             return &route->service();
         },
@@ -65,7 +68,11 @@ ExitStatus runQuickCommand(const QStringList &arguments)
             CliOutput::error(consentMissingText());
         },
     });
+    // Each failure is told by the notification (or its line here).
+    CoreLog::Held held;
     const QuickRenameOutcome outcome = QCoro::waitFor(state.hotkey().processFinderServiceFiles(files));
+    if (consentMissing || outcome.failed > 0)
+        held.failureReported();
     if (consentMissing)
         return ExitStatus::UsageError;
     return outcome.failed == 0 && outcome.renamed > 0 ? ExitStatus::Success : ExitStatus::ItemFailed;

@@ -7,6 +7,7 @@
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
 #include "cli/commandparsing.h"
+#include "cli/corelog.h"
 #include "cli/templateoptions.h"
 #include "cli/writeoptions.h"
 #include "workflows/processanalyzedfileusecase.h"
@@ -81,11 +82,13 @@ ExitStatus runRenameCommand(const QStringList &arguments)
             anyFailed = true;
             continue;
         }
+        CoreLog::Held held;
         const FileProcessingResult processed = QCoro::waitFor(useCase.processAnalyzedFile(
             outcome.path, *outcome.analysis, std::nullopt, ProcessedFileSource::Batch, provider));
         if (processed.success) {
             CliOutput::line(QStringLiteral("%1 -> %2").arg(name, processed.newName.value_or(QString())));
         } else {
+            held.failureReported();
             CliOutput::error(QStringLiteral("%1: %2").arg(name, processed.error.value_or(QString())));
             anyFailed = true;
         }

@@ -5,6 +5,7 @@
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
 #include "cli/commandparsing.h"
+#include "cli/corelog.h"
 #include "cli/recordids.h"
 
 namespace Nomly {
@@ -41,12 +42,31 @@ bool report(const ProcessedFile &record, const UndoOutcome &outcome)
     return false;
 }
 
+enum class Chosen
+{
+    ById,
+    Last,
+    All,
+};
+
 std::optional<QList<ProcessedFile>> recordsToUndo(CliProfile &profile,
                                                   const QCommandLineParser &parser,
-                                                  bool last,
+                                                  Chosen chosen,
                                                   bool *anyFailed)
 {
-    if (last) {
+    // Read here rather than inside the activity's own undo-all, which could
+    // only log a database that refuses the read.
+    if (chosen == Chosen::All) {
+        auto records = profile.database().fetchProcessedFiles(false);
+        if (!records) {
+            CliOutput::error(records.error());
+            return std::nullopt;
+        }
+        if (records.value().isEmpty())
+            CliOutput::line(QStringLiteral("Nothing to undo"));
+        return std::move(records).value();
+    }
+    if (chosen == Chosen::Last) {
         const auto newest = profile.database().fetchActiveProcessedFiles(1, 0);
         if (!newest) {
             CliOutput::error(newest.error());
@@ -116,25 +136,20 @@ ExitStatus runUndoCommand(const QStringList &arguments)
         return ExitStatus::UsageError;
     ActivityViewModel &activity = profile->activity();
     bool anyFailed = false;
-
-    if (all) {
-        QObject::connect(&activity,
-                         &ActivityViewModel::undoFinished,
-                         &activity,
-                         [&anyFailed](const ProcessedFile &record, const UndoOutcome &outcome) {
-                             anyFailed = !report(record, outcome) || anyFailed;
-                         });
-        QCoro::waitFor(activity.undoAll());
-        if (activity.undoAllProgress().second == 0)
-            CliOutput::line(QStringLiteral("Nothing to undo"));
-        return anyFailed ? ExitStatus::ItemFailed : ExitStatus::Success;
-    }
-
-    const auto records = recordsToUndo(*profile, parser, last, &anyFailed);
+    const Chosen chosen = all ? Chosen::All : last ? Chosen::Last : Chosen::ById;
+    const auto records = recordsToUndo(*profile, parser, chosen, &anyFailed);
     if (!records)
         return ExitStatus::UsageError;
-    for (const ProcessedFile &record : *records)
-        anyFailed = !report(record, QCoro::waitFor(activity.undo(record))) || anyFailed;
+    for (const ProcessedFile &record : *records) {
+        // A record that could not be undone is told by its line; what the
+        // core logs of one that was (tags that could not be put back) is
+        // told after it.
+        CoreLog::Held held;
+        const UndoOutcome outcome = QCoro::waitFor(activity.undo(record));
+        if (!outcome.countsAsSuccess())
+            held.failureReported();
+        anyFailed = !report(record, outcome) || anyFailed;
+    }
     return anyFailed ? ExitStatus::ItemFailed : ExitStatus::Success;
 }
 

@@ -1,6 +1,7 @@
 #include "settings/keyboardshortcut.h"
 
 #include <QStringList>
+#include <algorithm>
 #include <array>
 
 namespace Nomly {
@@ -195,6 +196,37 @@ QString displayText(const KeyboardShortcut &shortcut)
     const std::optional<ShortcutKey> key = shortcutKey(shortcut.keyCode);
     parts << (key ? QString::fromLatin1(key->displayName) : QStringLiteral("Key %1").arg(shortcut.keyCode));
     return parts.join(u'+');
+}
+
+std::optional<KeyboardShortcut> keyboardShortcutFromText(QStringView text)
+{
+    const QList<QStringView> parts = text.split(u'+');
+    const auto named = [](QStringView part, const char *name) {
+        return part.compare(QLatin1StringView(name), Qt::CaseInsensitive) == 0;
+    };
+    quint32 modifiers = 0;
+    for (QStringView part : parts.first(parts.size() - 1)) {
+        const auto modifier = std::find_if(ModifierNames.cbegin(), ModifierNames.cend(), [&](const ModifierName &each) {
+            return named(part.trimmed(), each.name);
+        });
+        if (modifier == ModifierNames.cend())
+            return std::nullopt;
+        modifiers |= modifier->bit;
+    }
+    const QStringView last = parts.last().trimmed();
+    for (const ShortcutKey &key : Keys) {
+        if (named(last, key.displayName) || named(last, key.keysymName))
+            return KeyboardShortcut { key.keyCode, modifiers };
+    }
+    return std::nullopt;
+}
+
+bool isUsableHotkey(const KeyboardShortcut &shortcut)
+{
+    quint32 known = 0;
+    for (const ModifierName &modifier : ModifierNames)
+        known |= modifier.bit;
+    return shortcutKey(shortcut.keyCode) && (shortcut.modifiers & known) != 0 && (shortcut.modifiers & ~known) == 0;
 }
 
 } // namespace Nomly

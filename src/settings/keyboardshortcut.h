@@ -51,4 +51,13 @@ Qt::KeyboardModifiers qtModifiers(quint32 modifiers);
 // The shortcut as the desktop writes it, such as "Ctrl+Shift+R".
 QString displayText(const KeyboardShortcut &shortcut);
 
+// The shortcut that `text` names in the form displayText() writes, modifiers
+// and key in any case ("ctrl+shift+r"), the key also by its keysym name
+// ("Prior"); nothing when a part names no modifier or key, or there is no key.
+std::optional<KeyboardShortcut> keyboardShortcutFromText(QStringView text);
+
+// Whether the desktop can take the shortcut as the global hotkey: a key it
+// knows, held with at least one modifier it knows, and with no other bits.
+bool isUsableHotkey(const KeyboardShortcut &shortcut);
+
 } // namespace Nomly

@@ -129,7 +129,6 @@ void CommandLineTest::usageErrors_data()
     QTest::addColumn<QString>("message");
 
     const QString file = path(u"file.txt"_s);
-    QTest::newRow("missing-file") << QStringList { u"preview"_s, path(u"nope.txt"_s) } << u"no such file"_s;
     QTest::newRow("folder-not-file") << QStringList { u"preview"_s, m_dir.path() } << u"is a folder"_s;
     QTest::newRow("no-files") << QStringList { u"preview"_s } << u"no files given"_s;
     QTest::newRow("unknown-style") << QStringList { u"preview"_s, u"--style"_s, u"shouty"_s, file }

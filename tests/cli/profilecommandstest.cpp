@@ -28,6 +28,8 @@ private slots:
     void folders_data();
     void folders();
     void keysNeverShow();
+    void keyFileToldOnce_data();
+    void keyFileToldOnce();
 
 private:
     CliRun nomly(const QStringList &arguments, const QByteArray &input = {}) const
@@ -114,7 +116,10 @@ void ProfileCommandsTest::templateCreateAndUse()
     QCOMPARE(nomly({ u"preview"_s, u"--template"_s, u"Nope"_s, u"x.txt"_s }).exitCode, 2);
 }
 
-// A refused value exits 2 and leaves the stored value alone.
+// A refused value exits 2 and leaves the stored value alone. `stored` is
+// what `config get` prints afterwards; null when there is nothing to get.
+// Values are held to the settings window's rules and taken in the forms the
+// other commands take.
 void ProfileCommandsTest::configSet_data()
 {
     QTest::addColumn<QString>("key");
@@ -122,12 +127,43 @@ void ProfileCommandsTest::configSet_data()
     QTest::addColumn<int>("exitCode");
     QTest::addColumn<QString>("stored");
 
+    const QString unset = u"(not set)"_s;
+    const QString defaultHotkey = u"{\"keyCode\":15,\"modifiers\":768}"_s;
     QTest::newRow("case-style") << u"namingCaseStyle"_s << u"kebab"_s << 0 << u"kebab"_s;
     QTest::newRow("unknown-case-style") << u"namingCaseStyle"_s << u"nonsense"_s << 2 << u"title"_s;
     QTest::newRow("bool-spelled-out") << u"addFinderTags"_s << u"yes"_s << 2 << u"false"_s;
     QTest::newRow("list-as-json") << u"monitorFileExtensions"_s << u"[\"pdf\"]"_s << 0 << u"[\"pdf\"]"_s;
     QTest::newRow("processing-mode-would-fall-back") << u"aiProcessingMode"_s << u"sometimes"_s << 2 << u"cloud"_s;
-    QTest::newRow("unknown-key") << u"colour"_s << u"red"_s << 2 << u""_s;
+    QTest::newRow("unknown-key") << u"colour"_s << u"red"_s << 2 << QString();
+
+    QTest::newRow("separator-by-name") << u"namingBlockSeparator"_s << u"underscore"_s << 0 << u"_"_s;
+    QTest::newRow("separator-as-character") << u"namingWordSeparator"_s << u"-"_s << 0 << u"-"_s;
+    QTest::newRow("separator-none-is-no-separator") << u"namingWordSeparator"_s << u"none"_s << 0 << u""_s;
+    QTest::newRow("unknown-separator") << u"namingWordSeparator"_s << u"tilde"_s << 2 << u" "_s;
+
+    QTest::newRow("prompt-normalised") << u"renamePromptOverride"_s << u"  Name it\r\nby date \n"_s << 0
+                                       << u"Name it\nby date"_s;
+    QTest::newRow("prompt-at-the-limit") << u"renamePromptOverride"_s << QString(1000, u'x') << 0
+                                         << QString(1000, u'x');
+    QTest::newRow("prompt-over-the-limit") << u"renamePromptOverride"_s << QString(1001, u'x') << 2 << unset;
+    QTest::newRow("prompt-with-control-character") << u"tagPromptOverride"_s << u"Tags\u0007please"_s << 2 << unset;
+    QTest::newRow("blank-prompt-is-the-built-in-one") << u"tagPromptOverride"_s << u" \n "_s << 0 << unset;
+
+    QTest::newRow("extensions-normalised")
+        << u"monitorFileExtensions"_s << u".PDF, jpg ,pdf"_s << 0 << u"[\"pdf\",\"jpg\"]"_s;
+    QTest::newRow("extensions-as-json-normalised")
+        << u"monitorFileExtensions"_s << u"[\" .Png\", \"png\"]"_s << 0 << u"[\"png\"]"_s;
+    QTest::newRow("extension-monitor-does-not-take")
+        << u"monitorFileExtensions"_s << u"[\"pdf\", \"exe\"]"_s << 2 << unset;
+
+    QTest::newRow("hotkey-as-the-desktop-writes-it")
+        << u"hotkeyShortcut"_s << u"Ctrl+Alt+K"_s << 0 << u"{\"keyCode\":40,\"modifiers\":2304}"_s;
+    QTest::newRow("hotkey-as-json") << u"hotkeyShortcut"_s << u"{\"keyCode\":122,\"modifiers\":256}"_s << 0
+                                    << u"{\"keyCode\":122,\"modifiers\":256}"_s;
+    QTest::newRow("hotkey-without-modifier") << u"hotkeyShortcut"_s << u"F5"_s << 2 << defaultHotkey;
+    QTest::newRow("hotkey-json-without-modifier")
+        << u"hotkeyShortcut"_s << u"{\"keyCode\":15,\"modifiers\":0}"_s << 2 << defaultHotkey;
+    QTest::newRow("hotkey-unknown-key") << u"hotkeyShortcut"_s << u"Ctrl+VolumeUp"_s << 2 << defaultHotkey;
 }
 
 void ProfileCommandsTest::configSet()
@@ -141,8 +177,8 @@ void ProfileCommandsTest::configSet()
     QCOMPARE(set.exitCode, exitCode);
     if (exitCode != 0)
         QVERIFY(!set.err.isEmpty());
-    if (!stored.isEmpty())
-        QCOMPARE(nomly({ u"config"_s, u"get"_s, key }).out.trimmed(), stored);
+    if (!stored.isNull())
+        QCOMPARE(nomly({ u"config"_s, u"get"_s, key }).out, stored + u'\n');
 }
 
 void ProfileCommandsTest::storedSettingsDriveNames()
@@ -212,6 +248,43 @@ void ProfileCommandsTest::keysNeverShow()
 
     QCOMPARE(nomly({ u"keys"_s, u"remove"_s, u"openai"_s }).exitCode, 0);
     QVERIFY(nomly({ u"keys"_s, u"list"_s }).out.contains(u"openai    not set"_s));
+}
+
+// Without a Secret Service (as here) keys are kept in a file: the first
+// command that reaches the keys of a profile says so, later ones keep quiet,
+// and `nomly keys` always says it, once.
+void ProfileCommandsTest::keyFileToldOnce_data()
+{
+    QTest::addColumn<QStringList>("first");
+    QTest::addColumn<QStringList>("second");
+    QTest::addColumn<int>("toldFirst");
+    QTest::addColumn<int>("toldSecond");
+
+    const QStringList analyze { u"analyze"_s, u"--mode"_s, u"local"_s, u"gone.txt"_s };
+    const QStringList rename { u"rename"_s, u"--mode"_s, u"local"_s, u"gone.txt"_s };
+    const QStringList keys { u"keys"_s, u"list"_s };
+    QTest::newRow("analyze-tells-once") << analyze << analyze << 1 << 0;
+    QTest::newRow("rename-after-analyze-keeps-quiet") << analyze << rename << 1 << 0;
+    QTest::newRow("keys-tells-every-time") << keys << keys << 1 << 1;
+    QTest::newRow("keys-after-analyze-still-tells") << analyze << keys << 1 << 1;
+    QTest::newRow("analyze-after-keys-keeps-quiet") << keys << analyze << 1 << 0;
+    QTest::newRow("preview-has-no-keys-to-tell-of") << QStringList { u"preview"_s, u"x.txt"_s } << analyze << 0 << 1;
+}
+
+void ProfileCommandsTest::keyFileToldOnce()
+{
+    QFETCH(QStringList, first);
+    QFETCH(QStringList, second);
+    QFETCH(int, toldFirst);
+    QFETCH(int, toldSecond);
+
+    QCOMPARE(nomly({ u"consent"_s, u"--agree"_s }).exitCode, 0);
+    const auto told = [](const CliRun &run) {
+        return int(QString(run.out + run.err).count(u"Secret Service"_s, Qt::CaseInsensitive));
+    };
+    const CliRun firstRun = nomly(first);
+    QCOMPARE(told(firstRun), toldFirst);
+    QCOMPARE(told(nomly(second)), toldSecond);
 }
 
 QTEST_GUILESS_MAIN(ProfileCommandsTest)

@@ -10,8 +10,10 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <algorithm>
 #include <memory>
 
+#include <sys/stat.h>
 #include <sys/xattr.h>
 
 #include "cliprocess.h"
@@ -63,6 +65,10 @@ private slots:
     void undoById();
     void usageErrors_data();
     void usageErrors();
+    void missingFileIsOneFailedItem_data();
+    void missingFileIsOneFailedItem();
+    void failureSaidOnce_data();
+    void failureSaidOnce();
     void killedMidBatchLosesNoRecord_data();
     void killedMidBatchLosesNoRecord();
     void fullDataFolderMovesNothing();
@@ -330,6 +336,85 @@ void RenameCommandsTest::usageErrors()
     QVERIFY2(run.err.contains(message), qPrintable(run.err));
     QCOMPARE(contents(), before);
     QCOMPARE(history(), records);
+}
+
+// A file that is not there is an item that failed in every command: exit
+// status 1, "File not found" with its name, and the other files still done.
+void RenameCommandsTest::missingFileIsOneFailedItem_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("said"); // in the output or the errors
+    QTest::addColumn<QString>("done"); // what the command did with a.txt
+
+    QTest::newRow("preview") << QStringList { u"preview"_s, u"--title"_s, u"notes"_s, u"gone.txt"_s, u"a.txt"_s }
+                             << u"nomly: gone.txt: File not found\n"_s << u"Notes.txt\n"_s;
+    QTest::newRow("inspect") << QStringList { u"inspect"_s, u"gone.txt"_s, u"a.txt"_s }
+                             << u"gone.txt\n  failed: File not found\n"_s << u"a.txt\n  kind: text"_s;
+    QTest::newRow("apply") << QStringList { u"apply"_s, u"--title"_s, u"notes"_s, u"gone.txt"_s, u"a.txt"_s }
+                           << u"nomly: gone.txt: File not found\n"_s << u"a.txt -> Notes.txt\n"_s;
+    QTest::newRow("rename") << QStringList { u"rename"_s, u"--mode"_s, u"local"_s, u"gone.txt"_s }
+                            << u"nomly: gone.txt: File not found\n"_s << QString();
+    QTest::newRow("analyze") << QStringList { u"analyze"_s, u"--mode"_s, u"local"_s, u"gone.txt"_s }
+                             << u"gone.txt\n  error: File not found\n"_s << QString();
+}
+
+void RenameCommandsTest::missingFileIsOneFailedItem()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, said);
+    QFETCH(QString, done);
+
+    setContents({ u"a.txt=Budget review notes for the third quarter"_s });
+    QCOMPARE(runNomly({ u"consent"_s, u"--agree"_s }).exitCode, 0);
+    const Run run = runNomly(arguments);
+    QCOMPARE(run.exitCode, 1);
+    const QString everything = run.out + run.err;
+    QVERIFY2(everything.contains(said), qPrintable(everything));
+    QVERIFY2(run.out.contains(done), qPrintable(run.out));
+}
+
+// A failed item is one line: the core's own account of it is left to
+// QT_LOGGING_RULES, which shows it beside the command's line.
+void RenameCommandsTest::failureSaidOnce_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("rules"); // QT_LOGGING_RULES; none when empty
+    QTest::addColumn<QString>("failure");
+    QTest::addColumn<int>("lines"); // that tell the failure
+
+    const QStringList applyToPipe { u"apply"_s, u"--title"_s, u"notes"_s, u"pipe.txt"_s };
+    const QStringList undoReplaced { u"undo"_s, u"--last"_s };
+    const QString pipeFailure = u"is no longer a regular file"_s;
+    const QString undoFailure = u"is not the file Nomly renamed"_s;
+    QTest::newRow("apply-to-a-pipe") << applyToPipe << QString() << pipeFailure << 1;
+    QTest::newRow("apply-to-a-pipe-core-log-asked") << applyToPipe << u"com.nomly.app.*=true"_s << pipeFailure << 2;
+    QTest::newRow("undo-of-a-replaced-file") << undoReplaced << QString() << undoFailure << 1;
+    QTest::newRow("undo-of-a-replaced-file-core-log-asked")
+        << undoReplaced << u"com.nomly.app.*=true"_s << undoFailure << 2;
+}
+
+void RenameCommandsTest::failureSaidOnce()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, rules);
+    QFETCH(QString, failure);
+    QFETCH(int, lines);
+
+    // A rename whose file was replaced since, and a pipe where a file was.
+    setContents({ u"a.txt=mine"_s });
+    QCOMPARE(runNomly({ u"apply"_s, u"--title"_s, u"notes"_s, u"a.txt"_s }).exitCode, 0);
+    setContents({ u"Notes.txt=someone else's"_s });
+    QCOMPARE(::mkfifo(QFile::encodeName(filePath(u"pipe.txt"_s)).constData(), 0600), 0);
+
+    QProcessEnvironment environment = cliEnvironment(m_dir->path());
+    environment.remove(u"QT_LOGGING_RULES"_s);
+    if (!rules.isEmpty())
+        environment.insert(u"QT_LOGGING_RULES"_s, rules);
+    const CliRun run = runCliServing(QStringLiteral(NOMLY_BINARY), arguments, environment, m_dir->filePath(u"files"_s));
+    QCOMPARE(run.exitCode, 1);
+    const QStringList said = QString(run.out + run.err).split(u'\n');
+    const auto tells = [&](const QString &line) { return line.contains(failure); };
+    QCOMPARE(int(std::count_if(said.cbegin(), said.cend(), tells)), lines);
 }
 
 void RenameCommandsTest::killedMidBatchLosesNoRecord_data()

@@ -32,6 +32,10 @@ private slots:
     void displayText();
     void fromQt_data();
     void fromQt();
+    void fromText_data();
+    void fromText();
+    void usableHotkey_data();
+    void usableHotkey();
     void everyKeyRoundTrips();
     void keysymsMatchTheKeys();
 };
@@ -90,6 +94,60 @@ void KeyboardShortcutTest::fromQt()
     QFETCH(OptionalShortcut, expected);
 
     QCOMPARE(keyboardShortcutFromQt(qtKey, modifiers), expected);
+}
+
+void KeyboardShortcutTest::fromText_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<OptionalShortcut>("expected");
+
+    QTest::newRow("as-displayed") << u"Ctrl+Shift+R"_s << OptionalShortcut(KeyboardShortcut { 15, Command | Shift });
+    QTest::newRow("any-case-and-order") << u"shift+CTRL+r"_s
+                                        << OptionalShortcut(KeyboardShortcut { 15, Command | Shift });
+    QTest::newRow("super-is-control-bit")
+        << u"Super+Alt+K"_s << OptionalShortcut(KeyboardShortcut { 40, Control | Option });
+    QTest::newRow("spaces-around-parts") << u" Ctrl + F5 "_s << OptionalShortcut(KeyboardShortcut { 96, Command });
+    QTest::newRow("keysym-name") << u"Alt+Prior"_s << OptionalShortcut(KeyboardShortcut { 116, Option });
+    QTest::newRow("punctuation-key") << u"Ctrl+Alt+/"_s << OptionalShortcut(KeyboardShortcut { 44, Command | Option });
+    QTest::newRow("key-alone") << u"F1"_s << OptionalShortcut(KeyboardShortcut { 122, 0 });
+    QTest::newRow("unknown-modifier") << u"Hyper+R"_s << OptionalShortcut();
+    QTest::newRow("modifier-without-key") << u"Ctrl+Shift"_s << OptionalShortcut();
+    QTest::newRow("trailing-plus") << u"Ctrl+"_s << OptionalShortcut();
+    QTest::newRow("key-outside-table") << u"Ctrl+VolumeUp"_s << OptionalShortcut();
+    QTest::newRow("two-keys") << u"R+T"_s << OptionalShortcut();
+}
+
+void KeyboardShortcutTest::fromText()
+{
+    QFETCH(QString, text);
+    QFETCH(OptionalShortcut, expected);
+
+    const OptionalShortcut read = keyboardShortcutFromText(text);
+    QCOMPARE(read, expected);
+    if (read && read->modifiers != 0)
+        QCOMPARE(keyboardShortcutFromText(Nomly::displayText(*read)), read);
+}
+
+void KeyboardShortcutTest::usableHotkey_data()
+{
+    QTest::addColumn<quint32>("keyCode");
+    QTest::addColumn<quint32>("modifiers");
+    QTest::addColumn<bool>("usable");
+
+    QTest::newRow("default") << 15u << (Command | Shift) << true;
+    QTest::newRow("shift-alone-counts") << 15u << Shift << true;
+    QTest::newRow("no-modifier") << 15u << 0u << false;
+    QTest::newRow("unknown-key") << 200u << Command << false;
+    QTest::newRow("stray-bit") << 15u << (Command | 1u) << false;
+}
+
+void KeyboardShortcutTest::usableHotkey()
+{
+    QFETCH(quint32, keyCode);
+    QFETCH(quint32, modifiers);
+    QFETCH(bool, usable);
+
+    QCOMPARE(isUsableHotkey(KeyboardShortcut { keyCode, modifiers }), usable);
 }
 
 // A key recorded in Qt comes back as the code it was stored under, so no two
