@@ -1,8 +1,8 @@
 // The embedded-metadata readers that names are filled from: EXIF, PDF
 // attributes, and audio and video probing.
 
+#include "content/patternmetadatareader.h"
 #include "fuzzfile.h"
-#include "naming/patternmetadatareader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {

@@ -10,10 +10,10 @@
 #include "cli/clioutput.h"
 #include "cli/commandparsing.h"
 #include "content/fileextractionservice.h"
+#include "content/patternmetadatareader.h"
 #include "content/pdfpagerenderer.h"
 #include "content/textrecognizer.h"
 #include "history/filehashservice.h"
-#include "naming/patternmetadatareader.h"
 #include "platform/userdefaults.h"
 
 namespace Nomly {

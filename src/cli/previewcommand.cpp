@@ -10,10 +10,10 @@
 #include "cli/cliprofile.h"
 #include "cli/commandparsing.h"
 #include "cli/templateoptions.h"
+#include "content/patternmetadatareader.h"
 #include "naming/builtinextensions.h"
 #include "naming/detectedfields.h"
 #include "naming/filerenamer.h"
-#include "naming/patternmetadatareader.h"
 #include "settings/patternrendersettings.h"
 #include "settings/settings.h"
 

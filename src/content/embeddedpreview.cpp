@@ -4,7 +4,7 @@
 
 #include <exiv2/exiv2.hpp>
 
-#include "naming/exiffacts.h"
+#include "content/exiffacts.h"
 #include "platform/logcategories.h"
 
 namespace Nomly {

@@ -11,6 +11,7 @@
 #include "content/embeddedaudiometadata.h"
 #include "content/extensiontables.h"
 #include "content/extractionlimits.h"
+#include "content/mediafacts.h"
 #include "content/pdftext.h"
 #include "content/popplerdocument.h"
 #include "content/rtftext.h"
@@ -18,7 +19,6 @@
 #include "content/subtitlecues.h"
 #include "content/textfilereader.h"
 #include "naming/builtinextensions.h"
-#include "naming/mediafacts.h"
 #include "platform/fileidentity.h"
 
 namespace Nomly {

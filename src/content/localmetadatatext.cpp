@@ -10,10 +10,10 @@
 #include <algorithm>
 
 #include "content/contenttext.h"
+#include "content/exiffacts.h"
 #include "content/extensiontables.h"
 #include "content/extractionlimits.h"
 #include "content/textrecognizer.h"
-#include "naming/exiffacts.h"
 #include "platform/ziparchive.h"
 
 namespace Nomly {

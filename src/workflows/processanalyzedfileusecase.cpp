@@ -7,12 +7,12 @@
 #include <QtConcurrent/QtConcurrentRun>
 #include <qcoro/qcorofuture.h>
 
+#include "content/patternmetadatareader.h"
 #include "history/database.h"
 #include "history/metadataservice.h"
 #include "history/undoignoreservice.h"
 #include "naming/builtinextensions.h"
 #include "naming/filerenamer.h"
-#include "naming/patternmetadatareader.h"
 #include "platform/canonicalpath.h"
 #include "platform/fileidentity.h"
 #include "platform/filemover.h"

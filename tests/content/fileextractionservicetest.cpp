@@ -13,8 +13,8 @@
 #include <sys/stat.h>
 
 #include "content/fileextractionservice.h"
+#include "content/patternmetadatareader.h"
 #include "filesystemfixtures.h"
-#include "naming/patternmetadatareader.h"
 #include "samplepdfs.h"
 
 using namespace Qt::StringLiterals;

@@ -1,4 +1,4 @@
-#include "naming/exiffacts.h"
+#include "content/exiffacts.h"
 
 #include <QFile>
 #include <array>

@@ -9,12 +9,12 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include "content/exiffacts.h"
+#include "content/mediafacts.h"
+#include "content/patternmetadatareader.h"
 #include "filesystemfixtures.h"
 #include "naming/builtinextensions.h"
 #include "naming/detectedfields.h"
-#include "naming/exiffacts.h"
-#include "naming/mediafacts.h"
-#include "naming/patternmetadatareader.h"
 #include "naming/textfacts.h"
 #include "platform/extendedattributes.h"
 #include "samplepdfs.h"

@@ -1,4 +1,4 @@
-#include "naming/officefacts.h"
+#include "content/officefacts.h"
 
 #include <QStringList>
 #include <QXmlStreamReader>

@@ -1,4 +1,4 @@
-#include "naming/mediafacts.h"
+#include "content/mediafacts.h"
 
 #include <QDeadlineTimer>
 #include <QFile>

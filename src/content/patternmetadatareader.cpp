@@ -1,4 +1,4 @@
-#include "naming/patternmetadatareader.h"
+#include "content/patternmetadatareader.h"
 
 #include <QDir>
 #include <QFile>
@@ -11,14 +11,14 @@
 #include <poppler-qt6.h>
 #include <sys/stat.h>
 
+#include "content/exiffacts.h"
+#include "content/mediafacts.h"
+#include "content/officefacts.h"
 #include "naming/builtinextensions.h"
 #include "naming/dateformats.h"
 #include "naming/detectedfields.h"
-#include "naming/exiffacts.h"
 #include "naming/fieldcatalogue.h"
-#include "naming/mediafacts.h"
 #include "naming/namingpattern.h"
-#include "naming/officefacts.h"
 #include "naming/textfacts.h"
 #include "naming/valuevariants.h"
 #include "platform/extendedattributes.h"
