@@ -39,12 +39,13 @@ QStringList RemoteConfig::builtInDocumentExtensions()
 
 QStringList RemoteConfig::builtInVideoExtensions()
 {
-    return words(u"mp4 mov qt m4v mpeg mpg m2v 3gp 3gpp 3g2 3gp2 dv ts mts m2ts vob");
+    // The last, common on Linux, join the lists the service sends.
+    return words(u"mp4 mov qt m4v mpeg mpg m2v 3gp 3gpp 3g2 3gp2 dv ts mts m2ts vob mkv avi ogv");
 }
 
 QStringList RemoteConfig::builtInAudioExtensions()
 {
-    return words(u"mp3 m4a wav flac ogg webm mpga");
+    return words(u"mp3 m4a wav flac ogg webm mpga opus oga aac wma");
 }
 
 } // namespace Nomly

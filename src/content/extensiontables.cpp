@@ -13,15 +13,38 @@ QStringList words(const char16_t *text)
     return QString::fromUtf16(text).split(u' ', Qt::SkipEmptyParts);
 }
 
-constexpr std::array<std::pair<const char16_t *, const char16_t *>, 23> MediaMimeTypes { {
-    { u"mp4", u"video/mp4" },      { u"m4v", u"video/mp4" },    { u"mov", u"video/quicktime" },
-    { u"qt", u"video/quicktime" }, { u"3gp", u"video/3gpp" },   { u"3gpp", u"video/3gpp" },
-    { u"3g2", u"video/3gpp2" },    { u"3gp2", u"video/3gpp2" }, { u"mpeg", u"video/mpeg" },
-    { u"mpg", u"video/mpeg" },     { u"m2v", u"video/mpeg2" },  { u"dv", u"video/x-dv" },
-    { u"ts", u"video/mp2t" },      { u"mts", u"video/mp2t" },   { u"m2ts", u"video/mp2t" },
-    { u"vob", u"video/dvd" },      { u"mp3", u"audio/mpeg" },   { u"mpga", u"audio/mpeg" },
-    { u"m4a", u"audio/mp4" },      { u"wav", u"audio/wav" },    { u"flac", u"audio/flac" },
-    { u"ogg", u"audio/ogg" },      { u"webm", u"audio/webm" },
+constexpr std::array<std::pair<const char16_t *, const char16_t *>, 30> MediaMimeTypes { {
+    { u"mp4", u"video/mp4" },
+    { u"m4v", u"video/mp4" },
+    { u"mov", u"video/quicktime" },
+    { u"qt", u"video/quicktime" },
+    { u"3gp", u"video/3gpp" },
+    { u"3gpp", u"video/3gpp" },
+    { u"3g2", u"video/3gpp2" },
+    { u"3gp2", u"video/3gpp2" },
+    { u"mpeg", u"video/mpeg" },
+    { u"mpg", u"video/mpeg" },
+    { u"m2v", u"video/mpeg2" },
+    { u"dv", u"video/x-dv" },
+    { u"ts", u"video/mp2t" },
+    { u"mts", u"video/mp2t" },
+    { u"m2ts", u"video/mp2t" },
+    { u"vob", u"video/dvd" },
+    { u"mp3", u"audio/mpeg" },
+    { u"mpga", u"audio/mpeg" },
+    { u"m4a", u"audio/mp4" },
+    { u"wav", u"audio/wav" },
+    { u"flac", u"audio/flac" },
+    { u"ogg", u"audio/ogg" },
+    { u"webm", u"audio/webm" },
+    // Kinds common on Linux.
+    { u"mkv", u"video/x-matroska" },
+    { u"avi", u"video/x-msvideo" },
+    { u"ogv", u"video/ogg" },
+    { u"opus", u"audio/opus" },
+    { u"oga", u"audio/ogg" },
+    { u"aac", u"audio/aac" },
+    { u"wma", u"audio/x-ms-wma" },
 } };
 
 } // namespace
@@ -40,8 +63,8 @@ const QStringList &extensionsOf(ExtensionSet set)
         words(u"pptx pptm potx potm ppsx ppsm"),
         words(u"doc ppt xls"),
         words(u"pages numbers key"),
-        words(u"mp4 mov qt m4v 3gp 3gpp 3g2 3gp2 mpeg mpg m2v dv ts mts m2ts vob"),
-        words(u"mp3 m4a wav flac ogg webm mpga"),
+        words(u"mp4 mov qt m4v 3gp 3gpp 3g2 3gp2 mpeg mpg m2v dv ts mts m2ts vob mkv avi ogv"),
+        words(u"mp3 m4a wav flac ogg webm mpga opus oga aac wma"),
         words(u"bmp gif heic heif jpg jpeg png tif tiff webp"),
     };
     return Sets.at(static_cast<size_t>(set));

@@ -135,6 +135,10 @@ private slots:
         QTest::newRow("transport stream")
             << u"tv.ts"_s << FileExtractionResult::Kind::Input << int(AIAnalyzeInputKind::Video);
         QTest::newRow("audio") << u"song.flac"_s << FileExtractionResult::Kind::Input << int(AIAnalyzeInputKind::Audio);
+        QTest::newRow("matroska-video") << u"film.mkv"_s << FileExtractionResult::Kind::Input
+                                        << int(AIAnalyzeInputKind::Video);
+        QTest::newRow("opus-audio") << u"talk.opus"_s << FileExtractionResult::Kind::Input
+                                    << int(AIAnalyzeInputKind::Audio);
     }
 
     void kindsByExtension()
