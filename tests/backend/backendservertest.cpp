@@ -601,12 +601,12 @@ private slots:
 
         const QByteArray start = "POST /functions/v1/analyze HTTP/1.1\r\nHost: 127.0.0.1\r\n";
         const QByteArray token = "Authorization: Bearer " + Token.toUtf8() + "\r\n";
-        QTest::newRow("no-token-huge-body")
-            << start + "Content-Length: 1073741824\r\n\r\n" << QByteArray("HTTP/1.1 401");
+        QTest::newRow("no-token-huge-body") << start + "Content-Length: 1073741824\r\n\r\n"
+                                            << QByteArray("HTTP/1.1 401");
         QTest::newRow("wrong-token") << start + "Authorization: Bearer guessed\r\nContent-Length: 10\r\n\r\n"
                                      << QByteArray("HTTP/1.1 401");
-        QTest::newRow("declared-body-over-limit")
-            << start + token + "Content-Length: 4097\r\n\r\n" << QByteArray("HTTP/1.1 413");
+        QTest::newRow("declared-body-over-limit") << start + token + "Content-Length: 4097\r\n\r\n"
+                                                  << QByteArray("HTTP/1.1 413");
         QTest::newRow("chunked-body") << start + token + "Transfer-Encoding: chunked\r\n\r\n"
                                       << QByteArray("HTTP/1.1 411");
     }

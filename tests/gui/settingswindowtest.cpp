@@ -31,8 +31,8 @@
 
 using namespace Qt::StringLiterals;
 using namespace Nomly;
-using Nomly::Test::ProviderPeer;
 using Nomly::Test::ProfileServices;
+using Nomly::Test::ProviderPeer;
 
 namespace {
 

@@ -41,7 +41,8 @@ private slots:
         settings.hasGeminiApiKey = geminiKeySaved;
         settings.byokOpenaiModel = u"gpt-4.1-mini"_s;
 
-        const AnalyzeBatchOptions options = batchOptionsFor(settings, resolveEffectiveAnalysisSettings(settings, {}, {}));
+        const AnalyzeBatchOptions options
+            = batchOptionsFor(settings, resolveEffectiveAnalysisSettings(settings, {}, {}));
         QCOMPARE(options.aiProvider.has_value(), providerSent);
         QCOMPARE(options.byokModel.has_value(), providerSent);
         if (providerSent)
