@@ -283,7 +283,7 @@ QCoro::Task<Result<BatchAnalyzeResponse, AIServiceError>> AICloudAnalyzeClient::
         co_return AIServiceError::invalidUrl();
     }
     QNetworkRequest request = prepared.value();
-    qCInfo(lcNetwork).noquote() << QStringLiteral("Sending batch to: ") + request.url().toString();
+    qCInfo(lcNetwork).noquote() << QStringLiteral("Sending batch to: ") + request.url().toString(QUrl::RemoveUserInfo);
 
     request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
     request.setRawHeader("Cache-Control", "no-store");

@@ -82,7 +82,8 @@ Result<QUrl> HostedBackend::baseUrl() const
     const QUrl url(text, QUrl::StrictMode);
     const bool web = url.scheme() == u"http" || url.scheme() == u"https";
     if (!url.isValid() || !web || url.host().isEmpty() || url.hasQuery() || url.hasFragment()) {
-        return Failure { QStringLiteral("The backend base URL is not an http(s) URL: ") + text };
+        return Failure { QStringLiteral("The backend base URL is not an http(s) URL: ")
+                         + QUrl(text).toString(QUrl::RemoveUserInfo) };
     }
     // Keys, previews and extracted text travel in the bodies: in the clear
     // they may only go to a backend on this machine.

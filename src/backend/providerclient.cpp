@@ -171,9 +171,7 @@ QCoro::Task<Result<>> ProviderClient::verifyKey(ProviderCall call)
     auto finishing = outcomeOf(reply.get(), QDeadlineTimer(m_timeout));
     const ProviderFailure outcome = co_await finishing;
     logOutcome(QStringLiteral("Key check"), providerName(call.provider), call.provider, outcome, 0, clock.elapsed());
-    const bool refused
-        = outcome.kind == ProviderFailure::Kind::Status && (outcome.status == 401 || outcome.status == 403);
-    if (refused)
+    if (refusesKey(outcome))
         co_return Failure { providerFailureText(call.provider, outcome), outcome.status };
     co_return Result<>();
 }

@@ -151,6 +151,15 @@ QString providerFailureText(BackendProvider provider, const ProviderFailure &fai
     return statusTemplate(status).arg(name);
 }
 
+bool refusesKey(const ProviderFailure &failure)
+{
+    if (failure.kind != ProviderFailure::Kind::Status)
+        return false;
+    if (failure.status == 401 || failure.status == 403)
+        return true;
+    return failure.status == 400 && isInvalidKey(codeWordsOf(QJsonDocument::fromJson(failure.body).object()));
+}
+
 QString providerFailureSummary(BackendProvider provider, const ProviderFailure &failure)
 {
     QStringList items { QStringLiteral("provider=") + providerName(provider) };

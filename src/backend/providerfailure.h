@@ -31,6 +31,10 @@ struct ProviderFailure
 // for it. A spent quota or credit balance reads apart from a rate limit.
 QString providerFailureText(BackendProvider provider, const ProviderFailure &failure);
 
+// Whether the provider refused the key itself: 401, 403, or Google's 400
+// with the reason of an invalid key.
+bool refusesKey(const ProviderFailure &failure);
+
 // A log line without content: the status and the provider's code words.
 QString providerFailureSummary(BackendProvider provider, const ProviderFailure &failure);
 

@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMutexLocker>
@@ -275,22 +276,27 @@ Result<qint64> insertRow(sqlite3 *connection, const ProcessedFile &record, const
     return qint64(sqlite3_last_insert_rowid(connection));
 }
 
-// Makes a pending row a done one and counts it for statistics. A row that is
-// no longer pending (withdrawn by a reconciliation) fails: its file must not
-// stay renamed on the strength of a record that is gone.
+// Makes a pending row a done one and counts it for statistics. A row that
+// another process confirmed already is done; a row that is gone (withdrawn
+// by a reconciliation) fails: its file must not stay renamed on the
+// strength of a record that is gone.
 Result<> confirmRow(sqlite3 *connection, qint64 id)
 {
     SqliteStatement select(connection,
-                           "SELECT processed_at, source, new_path FROM processed_files WHERE id = ? AND pending = 1");
+                           "SELECT processed_at, source, new_path, pending FROM processed_files WHERE id = ?");
     select.bind(id);
     std::optional<std::array<QString, 3>> row;
+    bool pending = false;
     if (Result<> read = select.forEachRow([&] {
             row = std::array<QString, 3> { select.text(0), select.text(1), select.text(2) };
+            pending = select.integer(3) == 1;
         });
         !read)
         return read;
     if (!row)
         return Failure { QStringLiteral("The pending record %1 no longer exists").arg(id) };
+    if (!pending)
+        return {};
     SqliteStatement update(connection, "UPDATE processed_files SET pending = 0, pending_owner = NULL WHERE id = ?");
     update.bind(id);
     if (Result<> updated = update.execute(); !updated)
@@ -323,7 +329,19 @@ Result<int> reconcilePending(sqlite3 *connection)
     if (!read)
         return read.failure();
     for (const PendingRow &row : rows) {
-        const bool moved = row.identity && FileIdentity::of(row.newPath) == row.identity;
+        // The same file object at the new name, and nothing left at the old
+        // one: the move happened, even if the file was edited since.
+        const std::optional<FileIdentity> atNew = FileIdentity::of(row.newPath);
+        const bool moved = row.identity && atNew && atNew->device == row.identity->device
+            && atNew->inode == row.identity->inode
+            && (row.originalPath == row.newPath || !FileIdentity::of(row.originalPath));
+        // A folder that cannot be reached now (an unmounted disk) says
+        // nothing; the row waits for an open that can see it.
+        if (!moved && !QFileInfo::exists(QFileInfo(row.newPath).absolutePath())) {
+            qCInfo(lcDatabase).noquote() << "Left an interrupted rename pending; its folder is not reachable:"
+                                         << QFileInfo(row.newPath).absolutePath();
+            continue;
+        }
         if (moved) {
             if (Result<> confirmed = confirmRow(connection, row.id); !confirmed)
                 return confirmed.failure();
@@ -485,13 +503,14 @@ Result<> Database::markUndone(qint64 id)
 Result<> Database::deleteProcessedFile(qint64 id)
 {
     QMutexLocker locker(&m_mutex);
-    return executeWrite(m_connection, "DELETE FROM processed_files WHERE id = ?", id);
+    return executeWrite(m_connection, "DELETE FROM processed_files WHERE id = ? AND pending = 0", id);
 }
 
 Result<> Database::deleteAllProcessedFiles()
 {
     QMutexLocker locker(&m_mutex);
-    return executeWrite(m_connection, "DELETE FROM processed_files");
+    // Renames in flight in another process keep their pending records.
+    return executeWrite(m_connection, "DELETE FROM processed_files WHERE pending = 0");
 }
 
 Result<bool> Database::isPathProcessed(const QString &path)

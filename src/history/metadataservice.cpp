@@ -98,7 +98,8 @@ Result<ProcessedFileMetadataSnapshot> MetadataService::snapshot(const QString &p
         return comment.failure();
     if (const auto &bytes = comment.value()) {
         snapshot.spotlightComment = decodeUtf8(*bytes);
-        if (!snapshot.spotlightComment)
+        // Bytes the text would not give back (not UTF-8, a byte-order mark).
+        if (!snapshot.spotlightComment || snapshot.spotlightComment->toUtf8() != *bytes)
             snapshot.spotlightCommentBytes = *bytes;
     }
 
@@ -107,7 +108,7 @@ Result<ProcessedFileMetadataSnapshot> MetadataService::snapshot(const QString &p
         return title.failure();
     if (const auto &bytes = title.value()) {
         snapshot.nomlyTitle = decodeUtf8(*bytes);
-        if (!snapshot.nomlyTitle)
+        if (!snapshot.nomlyTitle || snapshot.nomlyTitle->toUtf8() != *bytes)
             snapshot.nomlyTitleBytes = *bytes;
     }
     return snapshot;

@@ -55,7 +55,11 @@ bool ProcessMark::isRunning(const QString &mark)
     const qint64 pid = parts.at(1).toLongLong(&numeric);
     if (!numeric || pid <= 0)
         return false;
+    // A mark made without a readable start time cannot be told apart from a
+    // later process with the same id; it counts as running while the id does.
     const QString started = startTime(pid);
+    if (parts.at(2).isEmpty())
+        return QFile::exists(QStringLiteral("/proc/%1").arg(pid));
     return !started.isEmpty() && started == parts.at(2);
 }
 

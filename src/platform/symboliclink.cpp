@@ -43,10 +43,21 @@ Result<> SymbolicLink::retarget(const QString &link, const QString &target)
     if (!current)
         return linkFailure(errno, link);
     const QFileInfo info(link);
-    const QString text = current->startsWith('/') ? target : info.absoluteDir().relativeFilePath(target);
+    const QDir folder = info.absoluteDir();
+    QString text = target;
+    if (!current->startsWith('/')) {
+        // A rename keeps the file in its folder, so the link's own words
+        // with the new name still lead there, however the link's folder is
+        // reached; a link by another way is made relative to the real folder.
+        const QString written = QFile::decodeName(*current);
+        const QString renamed = written.left(written.lastIndexOf(u'/') + 1) + QFileInfo(target).fileName();
+        text = QFileInfo(folder.filePath(renamed)).canonicalFilePath() == target
+            ? renamed
+            : QDir(folder.canonicalPath()).relativeFilePath(target);
+    }
 
-    const QByteArray temporary = QFile::encodeName(info.absoluteDir().filePath(
-        QStringLiteral(".%1.%2").arg(info.fileName(), QUuid::createUuid().toString(QUuid::Id128).left(8))));
+    const QByteArray temporary = QFile::encodeName(
+        folder.filePath(QStringLiteral(".nomly-link-%1").arg(QUuid::createUuid().toString(QUuid::Id128).left(8))));
     if (::symlink(QFile::encodeName(text).constData(), temporary.constData()) != 0)
         return linkFailure(errno, link);
     if (std::rename(temporary.constData(), linkPath.constData()) != 0) {

@@ -576,6 +576,59 @@ private slots:
                  u"Missing saved OpenAI BYOK key. Please save your API key again."_s);
     }
 
+    // A new key is tried with its provider first; one it refuses is kept
+    // nowhere, and one it takes, or cannot judge, is kept.
+    void keyTriedWithTheProvider_data()
+    {
+        QTest::addColumn<QString>("provider");
+        QTest::addColumn<int>("status"); // 0: the provider drops the call
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QString>("refusal"); // empty: the key is kept
+
+        QTest::newRow("openai-refuses") << u"openai"_s << 401 << QByteArray(R"({"error":{"code":"invalid_api_key"}})")
+                                        << u"Invalid OpenAI API key. Please double-check and try again."_s;
+        QTest::newRow("gemini-refuses-with-400")
+            << u"gemini"_s << 400
+            << QByteArray(R"({"error":{"code":400,"message":"API key not valid.","status":"INVALID_ARGUMENT",)"
+                          R"("details":[{"reason":"API_KEY_INVALID"}]}})")
+            << u"Invalid Google AI API key. Please double-check and try again."_s;
+        QTest::newRow("gemini-other-400-proves-nothing")
+            << u"gemini"_s << 400 << QByteArray(R"({"error":{"status":"FAILED_PRECONDITION"}})") << QString();
+        QTest::newRow("provider-takes-it") << u"claude"_s << 200 << QByteArray() << QString();
+        QTest::newRow("provider-unreachable") << u"groq"_s << 0 << QByteArray() << QString();
+    }
+
+    void keyTriedWithTheProvider()
+    {
+        QFETCH(QString, provider);
+        QFETCH(int, status);
+        QFETCH(QByteArray, body);
+        QFETCH(QString, refusal);
+
+        Rig rig(provider);
+        if (status == 0)
+            rig.peer.dropConnection();
+        else if (status == 200)
+            rig.peer.answer(Answer);
+        else
+            rig.peer.fail(status, body);
+        BYOKSyncRequest save = keySync(u"typed-key"_s, true);
+        save.provider = provider;
+        const HttpReply reply = rig.saveKey(save);
+        QCOMPARE(reply.status, 200);
+        const BYOKSyncResponse answered = byokSyncResponseFromJson(QJsonDocument::fromJson(reply.body).object());
+        QCOMPARE(answered.success, refusal.isEmpty());
+        QCOMPARE(answered.error.value_or(QString()), refusal);
+        const QByteArray keyHeader = provider == u"gemini" ? "x-goog-api-key"
+            : provider == u"claude"                        ? "x-api-key"
+                                                           : "authorization";
+        QVERIFY(rig.peer.received.first().header(keyHeader).contains("typed-key"));
+        // A later call without a key finds the stored one, or none.
+        rig.peer.answer(Answer);
+        const QString title = rig.analyzeOne(ownKeyRequest(provider, QString()));
+        QCOMPARE(title == u"Coffee Receipt"_s, refusal.isEmpty());
+    }
+
     void modeSync()
     {
         Rig rig(u"openai"_s);

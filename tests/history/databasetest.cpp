@@ -178,7 +178,9 @@ private slots:
     // until then it is neither listed nor counted.
     void pendingRecordsSettleAtOpen_data()
     {
-        QTest::addColumn<QString>("fileAt"); // new, old, none, replaced (another file at the new name)
+        // new, old, none, replaced (another file at the new name), edited
+        // (the moved file changed since), unreachable (its folder is gone)
+        QTest::addColumn<QString>("fileAt");
         QTest::addColumn<bool>("ownerRunning");
         QTest::addColumn<QString>("expected"); // confirmed, withdrawn, pending
 
@@ -187,6 +189,8 @@ private slots:
         QTest::newRow("file-nowhere-withdraws") << u"none"_s << false << u"withdrawn"_s;
         QTest::newRow("other-file-at-new-name-withdraws") << u"replaced"_s << false << u"withdrawn"_s;
         QTest::newRow("running-owner-keeps-it") << u"new"_s << true << u"pending"_s;
+        QTest::newRow("moved-then-edited-confirms") << u"edited"_s << false << u"confirmed"_s;
+        QTest::newRow("unreachable-folder-keeps-it") << u"unreachable"_s << false << u"pending"_s;
     }
 
     void pendingRecordsSettleAtOpen()
@@ -195,8 +199,9 @@ private slots:
         QFETCH(bool, ownerRunning);
         QFETCH(QString, expected);
 
-        const QString oldPath = m_dir->filePath(u"scan.txt"_s);
-        const QString newPath = m_dir->filePath(u"Report.txt"_s);
+        QVERIFY(QDir(m_dir->path()).mkdir(u"disk"_s));
+        const QString oldPath = m_dir->filePath(u"disk/scan.txt"_s);
+        const QString newPath = m_dir->filePath(u"disk/Report.txt"_s);
         const auto write = [](const QString &path, const QByteArray &bytes) {
             QFile file(path);
             return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
@@ -206,12 +211,18 @@ private slots:
         pending.originalPath = oldPath;
         pending.fileIdentity = FileIdentity::of(oldPath);
         QVERIFY(m_db->insertPendingProcessedFile(pending));
-        if (fileAt == u"new" || fileAt == u"replaced")
+        if (fileAt != u"old" && fileAt != u"none")
             QVERIFY(QFile::rename(oldPath, newPath));
+        if (fileAt == u"edited") {
+            QFile edited(newPath);
+            QVERIFY(edited.open(QIODevice::Append) && edited.write(" and more") > 0);
+        }
+        if (fileAt == u"unreachable")
+            QVERIFY(QDir(m_dir->path()).rename(u"disk"_s, u"unmounted"_s));
         if (fileAt == u"none")
             QVERIFY(QFile::remove(oldPath));
         if (fileAt == u"replaced") {
-            QVERIFY(QFile::rename(newPath, m_dir->filePath(u"elsewhere.txt"_s)));
+            QVERIFY(QFile::rename(newPath, m_dir->filePath(u"disk/elsewhere.txt"_s)));
             QVERIFY(write(newPath, "another"));
         }
         if (!ownerRunning)
@@ -228,18 +239,29 @@ private slots:
         QCOMPARE(stats().total, confirmed ? 1 : 0);
         QCOMPARE(rawQuery(filePath(), u"SELECT pending FROM processed_files"_s),
                  expected == u"withdrawn" ? QStringList() : QStringList { confirmed ? u"0"_s : u"1"_s });
-        if (confirmed)
+        if (confirmed && fileAt == u"new")
             QCOMPARE(m_db->fetchActiveProcessedFiles(1, 0).value().first().fileIdentity, FileIdentity::of(newPath));
     }
 
-    // A record withdrawn (or settled by another process) cannot be confirmed:
-    // its file must not stay renamed on the strength of a record that is gone.
-    void confirmingAWithdrawnRecordFails()
+    // A record another process confirmed is done, and counted once; one that
+    // was withdrawn cannot be confirmed: its file must not stay renamed on
+    // the strength of a record that is gone.
+    void confirmationAgreesWithOtherProcesses()
     {
-        const qint64 id = m_db->insertPendingProcessedFile(record(u"/d/a.txt"_s, u"2024-01-01T00:00:00Z"_s)).value();
-        QVERIFY(m_db->withdrawPendingProcessedFile(id));
-        QVERIFY(!m_db->confirmProcessedFile(id));
-        QCOMPARE(stats().total, 0);
+        const qint64 kept = m_db->insertPendingProcessedFile(record(u"/d/a.txt"_s, u"2024-01-01T00:00:00Z"_s)).value();
+        QVERIFY(m_db->confirmProcessedFile(kept));
+        QVERIFY(m_db->confirmProcessedFile(kept));
+        QCOMPARE(stats().total, 1);
+
+        const qint64 gone = m_db->insertPendingProcessedFile(record(u"/d/b.txt"_s, u"2024-01-01T00:00:00Z"_s)).value();
+        QVERIFY(m_db->withdrawPendingProcessedFile(gone));
+        QVERIFY(!m_db->confirmProcessedFile(gone));
+        QCOMPARE(stats().total, 1);
+        // Clearing the history leaves another process's rename in flight.
+        const qint64 inFlight
+            = m_db->insertPendingProcessedFile(record(u"/d/c.txt"_s, u"2024-01-01T00:00:00Z"_s)).value();
+        QVERIFY(m_db->deleteAllProcessedFiles());
+        QVERIFY(m_db->confirmProcessedFile(inFlight));
     }
 
     // The events table refuses, so the activity row written just before must
