@@ -7,6 +7,7 @@
 #include "ai/aiservice.h"
 #include "ai/analyzeinputpreparationservice.h"
 #include "app/hotkeyservice.h"
+#include "content/extensiontables.h"
 #include "platform/canonicalpath.h"
 #include "platform/logcategories.h"
 #include "platform/symboliclink.h"
@@ -92,7 +93,7 @@ QCoro::Task<QuickRenameOutcome> HotkeyViewModel::processFiles(QStringList paths,
         const QString file = canonicalPath(entry.absoluteFilePath());
         if (entry.isSymLink())
             linksTo[file].append(entry.absoluteFilePath());
-        if (!files.contains(file) && supported.contains(QFileInfo(file).suffix().toLower()))
+        if (!files.contains(file) && supported.contains(contentExtension(file)))
             files.append(file);
     }
     if (files.isEmpty()) {

@@ -1,8 +1,12 @@
 #include "content/extensiontables.h"
 
 #include <QFileInfo>
+#include <QMimeDatabase>
+#include <QMimeType>
 #include <array>
 #include <utility>
+
+#include "platform/fileidentity.h"
 
 namespace Nomly {
 
@@ -98,6 +102,34 @@ QString dispatchExtension(const QString &path)
         name.chop(1);
     const qsizetype dot = name.lastIndexOf(u'.');
     return dot <= 0 ? QString() : normalizedExtension(name.mid(dot + 1));
+}
+
+QString contentExtension(const QString &path)
+{
+    if (QString extension = dispatchExtension(path); !extension.isEmpty())
+        return extension;
+    // Only a regular file is opened to look at its first bytes.
+    if (!leadsToRegularFile(path))
+        return {};
+    const QMimeType type = QMimeDatabase().mimeTypeForFile(path, QMimeDatabase::MatchContent);
+    if (type.inherits(QStringLiteral("application/pdf")))
+        return QStringLiteral("pdf");
+    if (type.inherits(QStringLiteral("message/rfc822")))
+        return QStringLiteral("eml");
+    const QString name = type.name();
+    if (name.startsWith(u"image/") || name.startsWith(u"audio/") || name.startsWith(u"video/")) {
+        // The first of the type's own suffixes that a reader here knows.
+        for (const QString &suffix : type.suffixes()) {
+            const QString candidate = normalizedExtension(suffix);
+            if (isIn(ExtensionSet::Video, candidate) || isIn(ExtensionSet::Audio, candidate)
+                || isIn(ExtensionSet::EmbeddedImage, candidate))
+                return candidate;
+        }
+        return {};
+    }
+    if (type.inherits(QStringLiteral("text/plain")))
+        return QStringLiteral("txt");
+    return {};
 }
 
 } // namespace Nomly

@@ -41,6 +41,12 @@ QString mediaMimeType(const QString &extension);
 // dots, in lower case.
 QString dispatchExtension(const QString &path);
 
+// The extension that stands for what a file holds: its own, or for a file
+// without one, the usual extension of the kind its content shows (a PDF, a
+// picture, sound, video, mail or plain text), so that it is read as that
+// kind. Empty when neither tells. Never written into a name.
+QString contentExtension(const QString &path);
+
 // A list entry in the same form ("  .PNG " is "png").
 QString normalizedExtension(QString extension);
 

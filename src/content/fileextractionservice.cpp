@@ -183,7 +183,8 @@ FileExtractionResult FileExtractionService::extract(const QString &path, const E
     // A FIFO or a device named like a document would block the read forever.
     if (!leadsToRegularFile(path))
         return FileExtractionResult::failed(QStringLiteral("Not a regular file"));
-    const QString extension = dispatchExtension(path);
+    // A file without an extension is read as the kind its content shows.
+    const QString extension = contentExtension(path);
 
     // iWork documents need their own reader, which is not here yet.
     if (isIn(ExtensionSet::IWork, extension))

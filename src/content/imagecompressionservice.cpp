@@ -215,7 +215,7 @@ std::optional<QByteArray> ImageCompressionService::loadImage(const QString &path
 {
     if (target < 1)
         return std::nullopt;
-    const QString extension = dispatchExtension(path);
+    const QString extension = contentExtension(path);
     if (extension == u"svg")
         return svgRender(path, target, quality);
     if (extension == u"pdf")

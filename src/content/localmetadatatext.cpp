@@ -67,7 +67,7 @@ std::optional<QString> localMetadataText(const QString &path)
 
 std::optional<QString> embeddedImagesText(const QString &path)
 {
-    const QString extension = dispatchExtension(path);
+    const QString extension = contentExtension(path);
     QString folder;
     if (isIn(ExtensionSet::Word, extension))
         folder = QStringLiteral("word/media/");

@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QImage>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QStringEncoder>
@@ -242,6 +243,44 @@ private slots:
             check(input->get<FileVideoAnalysisPayload>());
         else
             check(input->get<FileAudioAnalysisPayload>());
+    }
+
+    // A file without an extension is read as the kind its content shows;
+    // nothing about its name changes.
+    void kindsByContentWithoutExtension_data()
+    {
+        QTest::addColumn<QString>("content"); // pdf, png, text, unknown
+        QTest::addColumn<int>("inputKind"); // -1: unsupported
+
+        QTest::newRow("pdf") << u"pdf"_s << int(AIAnalyzeInputKind::Document);
+        QTest::newRow("picture") << u"png"_s << int(AIAnalyzeInputKind::Image);
+        QTest::newRow("plain-text") << u"text"_s << int(AIAnalyzeInputKind::Text);
+        QTest::newRow("unknown-bytes") << u"unknown"_s << -1;
+    }
+
+    void kindsByContentWithoutExtension()
+    {
+        QFETCH(QString, content);
+        QFETCH(int, inputKind);
+        const QString path = m_dir->filePath(u"scan"_s);
+        if (content == u"pdf") {
+            QVERIFY(writeTextPdf(path, { u"Quarterly budget review for the northern region"_s }));
+        } else if (content == u"png") {
+            QImage picture(64, 48, QImage::Format_RGB32);
+            picture.fill(Qt::darkBlue);
+            QVERIFY(picture.save(path, "PNG"));
+        } else if (content == u"text") {
+            QVERIFY(writeFile(path, "Minutes of the planning meeting with the product team about the roadmap."));
+        } else {
+            QVERIFY(writeFile(path, QByteArray("\x00\x01\x02\xfe\xff binary", 13)));
+        }
+        const FileExtractionResult result = FileExtractionService::extract(path, options());
+        if (inputKind < 0) {
+            QCOMPARE(result.kind(), FileExtractionResult::Kind::Unsupported);
+            return;
+        }
+        QVERIFY2(result.analyzeInput(), qPrintable(result.failureReason()));
+        QCOMPARE(int(result.analyzeInput()->kind()), inputKind);
     }
 
     // Only a regular file's content is read: a FIFO named like a document
