@@ -1,6 +1,7 @@
 #include "backend/backendserver.h"
 
 #include <QElapsedTimer>
+#include <QHash>
 #include <QHttpServer>
 #include <QHttpServerRequest>
 #include <QHttpServerResponder>
@@ -75,6 +76,8 @@ struct BackendServer::Parts
 
     BackendConfig config;
     BackendKeyStore keys;
+    // The number of the latest key sync of each device's provider.
+    QHash<QString, quint64> keySyncSerials;
     ProviderClient providers;
     BackendAnalyzer analyzer;
     QHttpServer http;
@@ -133,6 +136,10 @@ QCoro::Task<> BackendServer::Parts::answerKeySync(QHttpServerResponder responder
         const std::optional<BackendProvider> provider = providerFromName(byok->provider);
         const bool newKey = !byok->apiKey.trimmed().isEmpty() && !byok->toggleOnly.value_or(false)
             && !byok->modelOnly.value_or(false);
+        // The latest sync of a device's provider wins: one that arrives while
+        // an older key is being tried makes that older key stale.
+        const QString syncKey = byok->deviceId + u'/' + byok->provider.trimmed().toLower();
+        const quint64 serial = ++keySyncSerials[syncKey];
         if (provider && *provider != BackendProvider::Ollama && newKey) {
             ProviderCall check;
             check.provider = *provider;
@@ -142,6 +149,15 @@ QCoro::Task<> BackendServer::Parts::answerKeySync(QHttpServerResponder responder
             const Result<> verified = co_await verifying;
             if (!socket || socket->state() != QAbstractSocket::ConnectedState)
                 co_return;
+            if (keySyncSerials.value(syncKey) != serial) {
+                qCInfo(lcBackend) << "Key sync skipped: a later sync for the same provider came first";
+                answer(responder,
+                       QJsonObject { { QLatin1StringView("success"), false },
+                                     { QLatin1StringView("error"),
+                                       QStringLiteral("A newer key sync for this provider replaced this one.") } },
+                       Status::Ok);
+                co_return;
+            }
             if (!verified) {
                 qCInfo(lcBackend) << "Key sync refused: the provider refused the key";
                 answer(responder,

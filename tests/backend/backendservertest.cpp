@@ -629,6 +629,39 @@ private slots:
         QCOMPARE(title == u"Coffee Receipt"_s, refusal.isEmpty());
     }
 
+    // Two keys saved one after the other while the first is still being
+    // tried: the later one is kept, never the older one that finished last.
+    void laterKeyWins()
+    {
+        Rig rig(u"openai"_s);
+        rig.peer.answer(Answer);
+        const auto send = [&](const QString &key, QByteArray *reply) {
+            QNetworkRequest request { QUrl(rig.url + u"/functions/v1/save-api-key"_s) };
+            request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
+            request.setRawHeader("Authorization", "Bearer " + Token.toUtf8());
+            QNetworkReply *sent
+                = rig.network.post(request, QJsonDocument(toJson(keySync(key, true))).toJson(QJsonDocument::Compact));
+            connect(sent, &QNetworkReply::finished, this, [sent, reply] {
+                *reply = sent->readAll();
+                sent->deleteLater();
+            });
+        };
+        QByteArray first;
+        QByteArray second;
+        rig.peer.setDelay(std::chrono::milliseconds(800));
+        send(u"older-key"_s, &first);
+        QTRY_COMPARE(rig.peer.received.size(), 1);
+        rig.peer.setDelay(std::chrono::milliseconds(0));
+        send(u"newer-key"_s, &second);
+        QTRY_VERIFY(!second.isEmpty() && !first.isEmpty());
+
+        QCOMPARE(byokSyncResponseFromJson(QJsonDocument::fromJson(second).object()).success, true);
+        QCOMPARE(byokSyncResponseFromJson(QJsonDocument::fromJson(first).object()).success, false);
+        rig.peer.received.clear();
+        QCOMPARE(rig.analyzeOne(ownKeyRequest(u"openai"_s, QString())), u"Coffee Receipt"_s);
+        QCOMPARE(rig.peer.received.last().header("authorization"), QByteArray("Bearer newer-key"));
+    }
+
     void modeSync()
     {
         Rig rig(u"openai"_s);
