@@ -303,22 +303,6 @@ void SettingsViewModel::setBatchPresetId(const QUuid &id)
     emit batchPresetIdChanged();
 }
 
-void SettingsViewModel::setSelectedTab(SettingsTab tab)
-{
-    if (m_selectedTab == tab)
-        return;
-    m_selectedTab = tab;
-    emit selectedTabChanged();
-}
-
-void SettingsViewModel::setShowForbiddenFolderAlert(bool show)
-{
-    if (m_showForbiddenFolderAlert == show)
-        return;
-    m_showForbiddenFolderAlert = show;
-    emit showForbiddenFolderAlertChanged();
-}
-
 void SettingsViewModel::setShowUnsupportedFilesAlert(bool show)
 {
     if (m_showUnsupportedFilesAlert == show)
@@ -579,23 +563,19 @@ QCoro::Task<bool> SettingsViewModel::addWatchedFolder(QString path)
     co_return co_await saving;
 }
 
-QCoro::Task<bool> SettingsViewModel::addFolder(QString path)
+QCoro::Task<SettingsViewModel::FolderAddition> SettingsViewModel::addFolder(QString path)
 {
-    if (classifyFolder(path) == FolderClassification::Forbidden) {
-        setShowForbiddenFolderAlert(true);
-        co_return false;
-    }
+    if (classifyFolder(path) == FolderClassification::Forbidden)
+        co_return FolderAddition::Forbidden;
     const QString resolved = canonicalPath(path);
     const QPointer<SettingsViewModel> self(this);
     auto adding = addWatchedFolder(resolved);
     const bool added = co_await adding;
-    if (!self)
-        co_return false;
-    if (added) {
-        m_bookmarks.saveBookmark(resolved);
-        emit watcherReconfigurationRequested();
-    }
-    co_return added;
+    if (!self || !added)
+        co_return FolderAddition::NotSaved;
+    m_bookmarks.saveBookmark(resolved);
+    emit watcherReconfigurationRequested();
+    co_return FolderAddition::Added;
 }
 
 void SettingsViewModel::setQuickRenameServices(QuickRenameServices services)

@@ -48,11 +48,8 @@ class SettingsViewModel final : public QObject
     Q_PROPERTY(QList<Nomly::Preset> presets READ presets NOTIFY presetsChanged)
     Q_PROPERTY(FolderConfigs folderConfigs READ folderConfigs NOTIFY folderConfigsChanged)
     Q_PROPERTY(QUuid batchPresetId READ batchPresetId WRITE setBatchPresetId NOTIFY batchPresetIdChanged)
-    Q_PROPERTY(Nomly::SettingsTab selectedTab READ selectedTab WRITE setSelectedTab NOTIFY selectedTabChanged)
     Q_PROPERTY(bool isOnboardingComplete READ isOnboardingComplete NOTIFY isOnboardingCompleteChanged)
     Q_PROPERTY(bool aiDataConsentGranted READ aiDataConsentGranted NOTIFY aiDataConsentGrantedChanged)
-    Q_PROPERTY(bool showForbiddenFolderAlert READ showForbiddenFolderAlert WRITE setShowForbiddenFolderAlert NOTIFY
-                   showForbiddenFolderAlertChanged)
     Q_PROPERTY(bool showUnsupportedFilesAlert READ showUnsupportedFilesAlert WRITE setShowUnsupportedFilesAlert NOTIFY
                    showUnsupportedFilesAlertChanged)
     Q_PROPERTY(QString unsupportedFilesAlertMessage READ unsupportedFilesAlertMessage NOTIFY
@@ -110,17 +107,9 @@ public:
 
     void setBatchPresetId(const QUuid &id);
 
-    SettingsTab selectedTab() const { return m_selectedTab; }
-
-    void setSelectedTab(SettingsTab tab);
-
     bool isOnboardingComplete() const { return m_isOnboardingComplete; }
 
     bool aiDataConsentGranted() const { return m_aiDataConsentGranted; }
-
-    bool showForbiddenFolderAlert() const { return m_showForbiddenFolderAlert; }
-
-    void setShowForbiddenFolderAlert(bool show);
 
     bool showUnsupportedFilesAlert() const { return m_showUnsupportedFilesAlert; }
 
@@ -187,10 +176,15 @@ public:
     // Both compare folders resolved, and save the settings.
     QCoro::Task<bool> addWatchedFolder(QString path);
     QCoro::Task<bool> removeWatchedFolder(QString path);
-    // A folder the user picked to watch. A refused one raises the "Folder
-    // Not Allowed" alert and changes nothing; an allowed one keeps its
-    // access, is added once, and the Monitor is asked to follow it.
-    QCoro::Task<bool> addFolder(QString path);
+    // How adding a watched folder ended; the face tells the user.
+    enum class FolderAddition
+    {
+        Added,
+        Forbidden, // a system folder, the home folder itself or a hidden one
+        NotSaved,
+    };
+    // Adds a folder the user picked, after the folder rules.
+    QCoro::Task<FolderAddition> addFolder(QString path);
 
     // Keeps the user's key for a provider in custody and marks the settings
     // as holding one; false, with nothing marked, when custody refused it.
@@ -219,10 +213,8 @@ Q_SIGNALS:
     void presetsChanged();
     void folderConfigsChanged();
     void batchPresetIdChanged();
-    void selectedTabChanged();
     void isOnboardingCompleteChanged();
     void aiDataConsentGrantedChanged();
-    void showForbiddenFolderAlertChanged();
     void showUnsupportedFilesAlertChanged();
     void unsupportedFilesAlertMessageChanged();
     void showAISetupProviderNudgeChanged();
@@ -262,11 +254,9 @@ private:
     QList<Preset> m_presets;
     FolderConfigs m_folderConfigs;
     QUuid m_batchPresetId;
-    SettingsTab m_selectedTab = SettingsTab::AIRename;
     bool m_isFirstLaunch = false;
     bool m_isOnboardingComplete = false;
     bool m_aiDataConsentGranted = false;
-    bool m_showForbiddenFolderAlert = false;
     bool m_showUnsupportedFilesAlert = false;
     QString m_unsupportedFilesAlertMessage;
     bool m_showAISetupProviderNudge = false;

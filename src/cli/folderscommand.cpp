@@ -59,11 +59,13 @@ ExitStatus add(CliProfile &profile, const QString &path, const QString &template
     const bool known = std::any_of(profile.settings().watchedFolders.cbegin(),
                                    profile.settings().watchedFolders.cend(),
                                    [&](const QString &folder) { return canonicalPath(folder) == resolved; });
-    if (!QCoro::waitFor(profile.state().addFolder(path))) {
-        if (profile.state().showForbiddenFolderAlert()) {
-            CliOutput::error(QStringLiteral("%1: %2").arg(forbiddenFolderAlertTitle(), forbiddenFolderAlertMessage()));
-            return ExitStatus::UsageError;
-        }
+    switch (QCoro::waitFor(profile.state().addFolder(path))) {
+    case SettingsViewModel::FolderAddition::Added:
+        break;
+    case SettingsViewModel::FolderAddition::Forbidden:
+        CliOutput::error(QStringLiteral("%1: %2").arg(forbiddenFolderAlertTitle(), forbiddenFolderAlertMessage()));
+        return ExitStatus::UsageError;
+    case SettingsViewModel::FolderAddition::NotSaved:
         CliOutput::error(QStringLiteral("the folder could not be saved"));
         return ExitStatus::ItemFailed;
     }

@@ -6,6 +6,7 @@
 #include <QSystemTrayIcon>
 #include <QTimer>
 #include <chrono>
+#include <utility>
 
 #include <unistd.h>
 
@@ -123,6 +124,8 @@ void GuiApplication::showPrimary()
             m_hotkeys.get());
         connect(m_window.get(), &SettingsWindow::consentReviewRequested, this, &GuiApplication::presentConsent);
     }
+    if (m_requestedTab)
+        m_window->selectTab(*std::exchange(m_requestedTab, std::nullopt));
     m_window->present();
     qCInfo(lcGeneral).noquote() << "Settings window shown";
 }
@@ -204,7 +207,7 @@ void GuiApplication::buildTray()
     m_tray->setSetupRequired(!m_launcher->viewModel()->isOnboardingComplete());
     connect(m_tray.get(), &TrayIcon::openRequested, this, &GuiApplication::showPrimary);
     connect(m_tray.get(), &TrayIcon::aboutRequested, this, [this] {
-        m_launcher->viewModel()->setSelectedTab(SettingsTab::About);
+        m_requestedTab = SettingsTab::About;
         showPrimary();
     });
     connect(m_tray.get(), &TrayIcon::quitRequested, qApp, &QCoreApplication::quit);
@@ -282,7 +285,7 @@ void GuiApplication::askForConsent()
     SettingsViewModel *model = m_launcher->viewModel();
     if (!model)
         return;
-    model->setSelectedTab(SettingsTab::Monitor);
+    m_requestedTab = SettingsTab::Monitor;
     showPrimary();
     const QString review = tr("Review Consent");
     QCoro::connect(showAlert(m_window.get(), ConsentTexts::missingTitle(), ConsentTexts::missingMessage(), { review }),

@@ -3,10 +3,12 @@
 #include <QObject>
 #include <QStringList>
 #include <memory>
+#include <optional>
 
 #include <qcoro/qcorotask.h>
 
 #include "app/appservices.h"
+#include "app/settingstab.h"
 
 namespace Nomly {
 
@@ -80,6 +82,8 @@ private:
     std::unique_ptr<AppLauncher> m_launcher;
     std::unique_ptr<WelcomeWindow> m_welcome;
     std::unique_ptr<SettingsWindow> m_window;
+    // The tab the next showing of the settings window opens on.
+    std::optional<SettingsTab> m_requestedTab;
     std::unique_ptr<TrayIcon> m_tray;
     // Built when quick rename first needs it: the backend it may run inside
     // this process is not started for a session that never renames.

@@ -61,10 +61,6 @@ MonitorTab::MonitorTab(SettingsViewModel &model, QWidget *parent)
     connect(&m_model, &SettingsViewModel::settingsChanged, this, &MonitorTab::rebuild);
     connect(&m_model, &SettingsViewModel::presetsChanged, this, &MonitorTab::rebuild);
     connect(&m_model, &SettingsViewModel::folderConfigsChanged, this, &MonitorTab::rebuild);
-    connect(&m_model, &SettingsViewModel::showForbiddenFolderAlertChanged, this, [this] {
-        if (m_model.showForbiddenFolderAlert())
-            launch(presentForbiddenFolderAlert());
-    });
 
     auto *buttons = new QHBoxLayout;
     buttons->addWidget(add);
@@ -105,8 +101,13 @@ QCoro::Task<> MonitorTab::addFolder()
     const QString folder = m_pickFolder(this);
     if (folder.isEmpty())
         co_return;
+    QPointer<MonitorTab> self(this);
     auto adding = m_model.addFolder(folder);
-    co_await adding;
+    const SettingsViewModel::FolderAddition added = co_await adding;
+    if (!self || added != SettingsViewModel::FolderAddition::Forbidden)
+        co_return;
+    auto telling = m_presentAlert(forbiddenFolderAlertTitle(), forbiddenFolderAlertMessage(), {});
+    co_await telling;
 }
 
 QCoro::Task<> MonitorTab::removeSelected()
@@ -125,15 +126,6 @@ QCoro::Task<> MonitorTab::chooseTemplate(QString folder, QUuid presetId)
     config.presetId = presetId.isNull() ? std::nullopt : std::make_optional(presetId);
     auto saving = m_model.saveFolderConfig(config);
     co_await saving;
-}
-
-QCoro::Task<> MonitorTab::presentForbiddenFolderAlert()
-{
-    QPointer<MonitorTab> self(this);
-    auto telling = m_presentAlert(forbiddenFolderAlertTitle(), forbiddenFolderAlertMessage(), {});
-    co_await telling;
-    if (self)
-        m_model.setShowForbiddenFolderAlert(false);
 }
 
 } // namespace Nomly

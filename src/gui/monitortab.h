@@ -41,7 +41,6 @@ public:
 
 private:
     void rebuild();
-    QCoro::Task<> presentForbiddenFolderAlert();
 
     SettingsViewModel &m_model;
     FolderPicker m_pickFolder;

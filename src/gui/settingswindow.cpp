@@ -47,12 +47,6 @@ SettingsWindow::SettingsWindow(SettingsViewModel &model,
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(m_tabs);
 
-    followSelectedTab();
-    connect(&model, &SettingsViewModel::selectedTabChanged, this, &SettingsWindow::followSelectedTab);
-    connect(m_tabs, &QTabWidget::currentChanged, this, [this](int index) {
-        if (index >= 0 && index < m_tabOrder.size())
-            m_model.setSelectedTab(m_tabOrder.at(index));
-    });
     connect(&model, &SettingsViewModel::noticeRequested, this, [this](const QString &text) {
         auto *box = new QMessageBox(QMessageBox::Information, QStringLiteral("Nomly"), text, QMessageBox::Ok, this);
         box->setAttribute(Qt::WA_DeleteOnClose);
@@ -71,11 +65,16 @@ void SettingsWindow::addTab(QWidget *page, SettingsTab tab, const QString &title
     m_tabOrder.append(tab);
 }
 
-void SettingsWindow::followSelectedTab()
+void SettingsWindow::selectTab(SettingsTab tab)
 {
-    // A tab that is not shown (its work arrives later) leaves the first one.
-    const auto index = m_tabOrder.indexOf(m_model.selectedTab());
+    const auto index = m_tabOrder.indexOf(tab);
     m_tabs->setCurrentIndex(index < 0 ? 0 : static_cast<int>(index));
+}
+
+SettingsTab SettingsWindow::selectedTab() const
+{
+    const int index = m_tabs->currentIndex();
+    return index >= 0 && index < m_tabOrder.size() ? m_tabOrder.at(index) : m_tabOrder.value(0);
 }
 
 void SettingsWindow::changeEvent(QEvent *event)

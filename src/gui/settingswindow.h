@@ -56,6 +56,11 @@ public:
     // Shows the window, restored and in front.
     void present();
 
+    // The window's own tab, screen state that no other face has. A tab
+    // that is not shown (its work arrives later) leaves the first one.
+    void selectTab(SettingsTab tab);
+    SettingsTab selectedTab() const;
+
 Q_SIGNALS:
     // The user wants to read what AI processing sends, and perhaps agree.
     void consentReviewRequested();
@@ -65,7 +70,6 @@ protected:
 
 private:
     void addTab(QWidget *page, SettingsTab tab, const QString &title);
-    void followSelectedTab();
 
     SettingsViewModel &m_model;
     QTabWidget *m_tabs = nullptr;

@@ -126,9 +126,9 @@ private slots:
     {
         storeMany(1);
         openWindow(1);
-        m_launcher->viewModel()->setSelectedTab(SettingsTab::About);
+        m_window->selectTab(SettingsTab::About);
         storeMany(2, 2);
-        m_launcher->viewModel()->setSelectedTab(SettingsTab::Activity);
+        m_window->selectTab(SettingsTab::Activity);
         QTRY_COMPARE(tab().rows().size(), 3);
     }
 
@@ -158,7 +158,7 @@ private:
     void openWindow(int expectedRows)
     {
         m_window->show();
-        m_launcher->viewModel()->setSelectedTab(SettingsTab::Activity);
+        m_window->selectTab(SettingsTab::Activity);
         QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
         QTRY_COMPARE(tab().rows().size(), expectedRows);
         QTRY_VERIFY(!m_activity->isLoadingActivity());

@@ -107,11 +107,11 @@ private slots:
                                        SettingsTab::Templates,
                                        SettingsTab::AISetup,
                                        SettingsTab::About }));
-        model().setSelectedTab(SettingsTab::Templates);
+        m_window->selectTab(SettingsTab::Templates);
         QCOMPARE(m_window->tabs()->currentWidget(), m_window->templatesTab());
         m_window->tabs()->setCurrentWidget(m_window->aiSetupTab());
-        QCOMPARE(model().selectedTab(), SettingsTab::AISetup);
-        model().setSelectedTab(SettingsTab::Statistics);
+        QCOMPARE(m_window->selectedTab(), SettingsTab::AISetup);
+        m_window->selectTab(SettingsTab::Statistics);
         QCOMPARE(m_window->tabs()->currentIndex(), 0);
         QVERIFY(m_window->close());
         QVERIFY(!m_window->isVisible());
@@ -221,7 +221,7 @@ private slots:
         QTRY_COMPARE(m_alerts.size(), added ? 0 : 1);
         if (!added) {
             QCOMPARE(m_alerts.first().title, u"Folder Not Allowed"_s);
-            QTRY_VERIFY(!model().showForbiddenFolderAlert());
+            QVERIFY(model().settings().watchedFolders.isEmpty());
             return;
         }
         // A template chosen on the row becomes the folder's configuration.
