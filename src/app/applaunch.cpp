@@ -8,6 +8,7 @@
 
 #include "ai/keycustody.h"
 #include "ai/remoteconfigservice.h"
+#include "app/appworkflows.h"
 #include "app/bookmarkservice.h"
 #include "app/networkservice.h"
 #include "app/settingsviewmodel.h"
@@ -123,7 +124,6 @@ QCoro::Task<bool> AppLauncher::start()
     std::shared_ptr<Database> database = std::move(opened).value();
     auto viewModel = std::make_unique<SettingsViewModel>(*database,
                                                          m_services.userDefaultsProvider(),
-                                                         m_services.undoIgnoreProvider(),
                                                          m_services.networkProvider(),
                                                          m_services.bookmarksProvider(),
                                                          hasApiKeyFor(keys),
@@ -132,6 +132,8 @@ QCoro::Task<bool> AppLauncher::start()
     auto settingUp = viewModel->setUp();
     co_await settingUp;
 
+    m_workflows = std::make_unique<AppWorkflows>(
+        *viewModel, *database, m_services.undoIgnoreProvider(), m_services.userDefaultsProvider());
     m_database = std::move(database);
     m_viewModel = std::move(viewModel);
     m_stage = Stage::Running;

@@ -11,11 +11,13 @@
 
 namespace Nomly {
 
+class AppWorkflows;
 class Database;
 class SettingsViewModel;
 
 // Brings the application up, without any window: opens the profile's
-// database off the main thread, then builds and sets up the central state.
+// database off the main thread, then builds and sets up the central state and
+// the workflows over it.
 // Files the desktop hands over before that ends (opened with the program, or
 // sent to quick rename) are kept and passed on once the state exists, so an
 // early request is never lost and never reaches a half-built application.
@@ -55,6 +57,9 @@ public:
     // Null until setup has succeeded.
     SettingsViewModel *viewModel() const { return m_viewModel.get(); }
 
+    // Null until setup has succeeded.
+    AppWorkflows *workflows() const { return m_workflows.get(); }
+
     Database *database() const { return m_database.get(); }
 
     // Why setup failed; empty otherwise.
@@ -86,6 +91,8 @@ private:
     std::shared_ptr<Database> m_database;
     // Declared after the database it uses, so destroyed before it.
     std::unique_ptr<SettingsViewModel> m_viewModel;
+    // Declared after the state it reads, so destroyed before it.
+    std::unique_ptr<AppWorkflows> m_workflows;
     QStringList m_pendingOpenFiles;
     QStringList m_pendingQuickRenameFiles;
     QString m_failureDescription;

@@ -94,7 +94,7 @@ std::optional<AnalyzeFilesResult> runAnalysis(CliProfile &profile,
                                               const AnalyzeBatchOptions &options,
                                               ExitStatus *status)
 {
-    if (!profile.state().aiDataConsentGranted()) {
+    if (!profile.state().consent().aiDataConsentGranted()) {
         CliOutput::error(consentMissingText());
         *status = ExitStatus::UsageError;
         return std::nullopt;

@@ -27,7 +27,8 @@ Result<> saveApiKey(AIProvider provider, const QString &key)
 CliProfile::CliProfile(std::unique_ptr<Database> database)
     : m_database(std::move(database))
     , m_bookmarks(m_userDefaults)
-    , m_state(*m_database, m_userDefaults, m_undoIgnore, m_network, m_bookmarks, {}, &saveApiKey)
+    , m_state(*m_database, m_userDefaults, m_network, m_bookmarks, {}, &saveApiKey)
+    , m_workflows(m_state, *m_database, m_undoIgnore, m_userDefaults)
 {}
 
 std::unique_ptr<CliProfile> CliProfile::open()

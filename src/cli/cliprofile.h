@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "app/appworkflows.h"
 #include "app/bookmarkservice.h"
 #include "app/networkservice.h"
 #include "app/settingsviewmodel.h"
@@ -33,13 +34,15 @@ public:
 
     UndoIgnoreService &undoIgnore() { return m_undoIgnore; }
 
-    ActivityViewModel &activity() { return m_state.activity(); }
+    AppWorkflows &workflows() { return m_workflows; }
+
+    ActivityViewModel &activity() { return m_workflows.activity(); }
 
     const Settings &settings() const { return m_state.settings(); }
 
     Result<> saveSettings(const Settings &settings);
 
-    const QList<Preset> &presets() const { return m_state.presets(); }
+    const QList<Preset> &presets() const { return m_state.templates().presets(); }
 
     // Says that keys are kept in a file, when `stores` keep them there
     // because no Secret Service answers: once per profile, or every time.
@@ -64,6 +67,7 @@ private:
     NetworkService m_network;
     BookmarkService m_bookmarks;
     SettingsViewModel m_state;
+    AppWorkflows m_workflows;
 };
 
 } // namespace Nomly

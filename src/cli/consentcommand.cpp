@@ -50,9 +50,9 @@ ExitStatus runConsentCommand(const QStringList &arguments)
     const auto profile = CliProfile::open();
     if (!profile)
         return ExitStatus::UsageError;
-    SettingsViewModel &state = profile->state();
+    ConsentState &consent = profile->state().consent();
     if (parser.isSet(agreeOption)) {
-        if (const Result<> granted = state.grantAIDataConsent(); !granted) {
+        if (const Result<> granted = consent.grantAIDataConsent(); !granted) {
             CliOutput::error(QStringLiteral("your agreement could not be stored, so AI processing stays off: ")
                              + granted.error());
             return ExitStatus::ItemFailed;
@@ -61,7 +61,7 @@ ExitStatus runConsentCommand(const QStringList &arguments)
         return ExitStatus::Success;
     }
     if (parser.isSet(withdrawOption)) {
-        if (const Result<> withdrawn = state.withdrawAIDataConsent(); !withdrawn) {
+        if (const Result<> withdrawn = consent.withdrawAIDataConsent(); !withdrawn) {
             CliOutput::error(QStringLiteral("the withdrawal could not be stored, so AI processing is still allowed: ")
                              + withdrawn.error());
             return ExitStatus::ItemFailed;
@@ -75,7 +75,7 @@ ExitStatus runConsentCommand(const QStringList &arguments)
     for (const QString &section : ConsentTexts::sections())
         CliOutput::line(u"- " + section);
     CliOutput::line(u'\n' + ConsentTexts::privacyPolicyLink() + QStringLiteral(": nomly consent --policy"));
-    CliOutput::line(state.aiDataConsentGranted()
+    CliOutput::line(consent.aiDataConsentGranted()
                         ? QStringLiteral("\nYou have agreed. Withdraw with 'nomly consent --withdraw'.")
                         : QStringLiteral("\nYou have not agreed yet. Agree with 'nomly consent --agree'."));
     return ExitStatus::Success;

@@ -22,7 +22,7 @@ ExitStatus list(CliProfile &profile)
         CliOutput::line(QStringLiteral("No watched folders; 'nomly folders add PATH' adds one"));
         return ExitStatus::Success;
     }
-    const auto &configs = profile.state().folderConfigs();
+    const auto &configs = profile.state().folders().folderConfigs();
     const QList<Preset> &presets = profile.presets();
     for (const QString &folder : folders) {
         QString templateName = QStringLiteral("(global settings)");
@@ -59,21 +59,21 @@ ExitStatus add(CliProfile &profile, const QString &path, const QString &template
     const bool known = std::any_of(profile.settings().watchedFolders.cbegin(),
                                    profile.settings().watchedFolders.cend(),
                                    [&](const QString &folder) { return canonicalPath(folder) == resolved; });
-    switch (QCoro::waitFor(profile.state().addFolder(path))) {
-    case SettingsViewModel::FolderAddition::Added:
+    switch (QCoro::waitFor(profile.state().folders().addFolder(path))) {
+    case WatchedFolders::FolderAddition::Added:
         break;
-    case SettingsViewModel::FolderAddition::Forbidden:
+    case WatchedFolders::FolderAddition::Forbidden:
         CliOutput::error(QStringLiteral("%1: %2").arg(forbiddenFolderAlertTitle(), forbiddenFolderAlertMessage()));
         return ExitStatus::UsageError;
-    case SettingsViewModel::FolderAddition::NotSaved:
+    case WatchedFolders::FolderAddition::NotSaved:
         CliOutput::error(QStringLiteral("the folder could not be saved"));
         return ExitStatus::ItemFailed;
     }
     if (preset) {
-        WatchedFolderConfig config = profile.state().folderConfigs().value(resolved);
+        WatchedFolderConfig config = profile.state().folders().folderConfigs().value(resolved);
         config.path = resolved;
         config.presetId = preset->id;
-        if (!QCoro::waitFor(profile.state().saveFolderConfig(config))) {
+        if (!QCoro::waitFor(profile.state().folders().saveFolderConfig(config))) {
             CliOutput::error(QStringLiteral("the folder's template could not be saved"));
             return ExitStatus::ItemFailed;
         }
@@ -97,7 +97,7 @@ ExitStatus remove(CliProfile &profile, const QString &path)
         return ExitStatus::UsageError;
     }
     // Its bookmark and its configuration go with it.
-    if (!QCoro::waitFor(profile.state().removeWatchedFolder(path))) {
+    if (!QCoro::waitFor(profile.state().folders().removeWatchedFolder(path))) {
         CliOutput::error(QStringLiteral("the folder could not be removed"));
         return ExitStatus::ItemFailed;
     }

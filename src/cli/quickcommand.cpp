@@ -43,10 +43,10 @@ ExitStatus runQuickCommand(const QStringList &arguments)
     const auto profile = CliProfile::open();
     if (!profile)
         return ExitStatus::UsageError;
-    SettingsViewModel &state = profile->state();
+    AppWorkflows &workflows = profile->workflows();
     std::unique_ptr<AIRoute> route;
     bool consentMissing = false;
-    state.setQuickRenameServices({
+    workflows.setQuickRenameServices({
         [&route, &profile](QString *error) -> AIService * {
             if (!route) {
                 const bool hosted = profile->settings().aiProcessingMode != AIProcessingMode::Local;
@@ -70,7 +70,7 @@ ExitStatus runQuickCommand(const QStringList &arguments)
     });
     // Each failure is told by the notification (or its line here).
     CoreLog::Held held;
-    const QuickRenameOutcome outcome = QCoro::waitFor(state.hotkey().processFinderServiceFiles(files));
+    const QuickRenameOutcome outcome = QCoro::waitFor(workflows.hotkey().processFinderServiceFiles(files));
     if (consentMissing || outcome.failed > 0)
         held.failureReported();
     if (consentMissing)

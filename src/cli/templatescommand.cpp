@@ -114,7 +114,7 @@ ExitStatus create(CliProfile &profile,
         }
         preset.color = *color;
     }
-    if (!QCoro::waitFor(profile.state().createPreset(preset))) {
+    if (!QCoro::waitFor(profile.state().templates().createPreset(preset))) {
         CliOutput::error(QStringLiteral("the template could not be saved"));
         return ExitStatus::ItemFailed;
     }
@@ -131,7 +131,7 @@ ExitStatus remove(CliProfile &profile, const QString &nameOrId)
         CliOutput::error(error);
         return ExitStatus::UsageError;
     }
-    if (!QCoro::waitFor(profile.state().deletePreset(preset->id))) {
+    if (!QCoro::waitFor(profile.state().templates().deletePreset(preset->id))) {
         CliOutput::error(QStringLiteral("the template could not be deleted"));
         return ExitStatus::ItemFailed;
     }
@@ -147,7 +147,7 @@ ExitStatus restore(CliProfile &profile)
         CliOutput::line(QStringLiteral("Demo templates are already present"));
         return ExitStatus::Success;
     }
-    const int restored = QCoro::waitFor(profile.state().restoreBundledPresets());
+    const int restored = QCoro::waitFor(profile.state().templates().restoreBundledPresets());
     for (const Preset &preset : missing)
         CliOutput::line(QStringLiteral("Restored %1").arg(preset.name));
     if (restored < missing.size()) {

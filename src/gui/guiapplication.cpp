@@ -14,6 +14,7 @@
 
 #include "app/airoute.h"
 #include "app/applaunch.h"
+#include "app/appworkflows.h"
 #include "app/consenttexts.h"
 #include "app/hotkeyservice.h"
 #include "app/settingsviewmodel.h"
@@ -103,7 +104,7 @@ void GuiApplication::showPrimary()
     SettingsViewModel *model = m_launcher->viewModel();
     if (!model)
         return;
-    if (!model->isOnboardingComplete()) {
+    if (!model->consent().isOnboardingComplete()) {
         if (!m_welcome) {
             m_welcome = std::make_unique<WelcomeWindow>();
             connect(m_welcome.get(), &WelcomeWindow::completed, this, &GuiApplication::completeOnboarding);
@@ -116,6 +117,7 @@ void GuiApplication::showPrimary()
         KeyCustody *custody = m_services.keysProvider ? m_services.keysProvider() : nullptr;
         m_window = std::make_unique<SettingsWindow>(
             *model,
+            *m_launcher->workflows(),
             custody,
             [this](QString *error) -> KeySync * {
                 AIRoute *route = aiRoute(error);
@@ -133,12 +135,13 @@ void GuiApplication::showPrimary()
 void GuiApplication::completeOnboarding()
 {
     SettingsViewModel *model = m_launcher->viewModel();
+    AppWorkflows *workflows = m_launcher->workflows();
     if (!model)
         return;
-    model->completeOnboarding();
+    model->consent().completeOnboarding();
     if (m_tray)
         m_tray->setSetupRequired(false);
-    model->hotkey().registerHotkey();
+    workflows->hotkey().registerHotkey();
     // Hidden only once the settings window is up, so that a desktop without
     // a tray never sees its last window close in between.
     showPrimary();
@@ -170,14 +173,14 @@ int GuiApplication::run(const QStringList &files)
     termination->setParent(this);
     if (termination->install()) {
         connect(termination, &TerminationSignals::terminationRequested, this, [this] {
-            SettingsViewModel *model = m_launcher->viewModel();
-            if (!model || !model->hotkey().isHotkeyProcessing()) {
+            AppWorkflows *workflows = m_launcher->workflows();
+            if (!workflows || !workflows->hotkey().isHotkeyProcessing()) {
                 QCoreApplication::quit();
                 return;
             }
             qCInfo(lcGeneral) << "Ending once the quick rename in progress has finished";
-            connect(&model->hotkey(), &HotkeyViewModel::isHotkeyProcessingChanged, this, [model] {
-                if (!model->hotkey().isHotkeyProcessing())
+            connect(&workflows->hotkey(), &HotkeyViewModel::isHotkeyProcessingChanged, this, [workflows] {
+                if (!workflows->hotkey().isHotkeyProcessing())
                     QCoreApplication::quit();
             });
         });
@@ -204,7 +207,7 @@ void GuiApplication::buildTray()
     if (m_tray || !QSystemTrayIcon::isSystemTrayAvailable())
         return;
     m_tray = std::make_unique<TrayIcon>();
-    m_tray->setSetupRequired(!m_launcher->viewModel()->isOnboardingComplete());
+    m_tray->setSetupRequired(!m_launcher->viewModel()->consent().isOnboardingComplete());
     connect(m_tray.get(), &TrayIcon::openRequested, this, &GuiApplication::showPrimary);
     connect(m_tray.get(), &TrayIcon::aboutRequested, this, [this] {
         m_requestedTab = SettingsTab::About;
@@ -226,16 +229,17 @@ void GuiApplication::receiveFiles(const QStringList &paths)
 void GuiApplication::quickRename(const QStringList &paths)
 {
     SettingsViewModel *model = m_launcher->viewModel();
+    AppWorkflows *workflows = m_launcher->workflows();
     if (!model)
         return;
     // Quick rename has nowhere to go before the welcome window is through;
     // the files are dropped, as a window would have nothing to show them in.
-    if (!model->isOnboardingComplete()) {
+    if (!model->consent().isOnboardingComplete()) {
         showPrimary();
         return;
     }
     connectQuickRename();
-    QCoro::connect(model->hotkey().processFinderServiceFiles(paths), this, [](const QuickRenameOutcome &) {});
+    QCoro::connect(workflows->hotkey().processFinderServiceFiles(paths), this, [](const QuickRenameOutcome &) {});
 }
 
 AIRoute *GuiApplication::aiRoute(QString *error)
@@ -259,13 +263,14 @@ AIRoute *GuiApplication::aiRoute(QString *error)
 void GuiApplication::connectQuickRename()
 {
     SettingsViewModel *model = m_launcher->viewModel();
+    AppWorkflows *workflows = m_launcher->workflows();
     if (!model || m_quickRenameConnected)
         return;
     m_quickRenameConnected = true;
     // Offscreen runs (tests, headless sessions) have no desktop to ask.
     if (QGuiApplication::platformName() != u"offscreen")
         m_hotkeys = std::make_unique<DesktopHotkeyService>();
-    model->setQuickRenameServices({
+    workflows->setQuickRenameServices({
         [this](QString *error) -> AIService * {
             AIRoute *route = aiRoute(error);
             return route ? &route->service() : nullptr;
@@ -274,8 +279,8 @@ void GuiApplication::connectQuickRename()
         [](const QString &title, const QString &body) { DesktopNotifier::post(title, body); },
         [this](HotkeyViewModel::Trigger) { askForConsent(); },
     });
-    if (model->isOnboardingComplete())
-        model->hotkey().registerHotkey();
+    if (model->consent().isOnboardingComplete())
+        workflows->hotkey().registerHotkey();
 }
 
 // The settings window comes forward with the reason, and the user may go on
@@ -302,14 +307,15 @@ void GuiApplication::presentConsent()
         m_consent = std::make_unique<ConsentWindow>();
         connect(m_consent.get(), &ConsentWindow::agreed, this, [this] {
             SettingsViewModel *model = m_launcher->viewModel();
+            AppWorkflows *workflows = m_launcher->workflows();
             if (!model)
                 return;
-            if (const Result<> granted = model->grantAIDataConsent(); !granted) {
+            if (const Result<> granted = model->consent().grantAIDataConsent(); !granted) {
                 QCoro::connect(
                     showAlert(nullptr, tr("Consent Not Stored"), granted.error(), {}), this, [](const QString &) {});
                 return;
             }
-            model->hotkey().registerHotkey();
+            workflows->hotkey().registerHotkey();
             showPrimary();
         });
     }

@@ -8,6 +8,7 @@
 #include <QSignalBlocker>
 
 #include "app/hotkeyservice.h"
+#include "app/hotkeyviewmodel.h"
 #include "app/settingsviewmodel.h"
 
 namespace Nomly {
@@ -26,9 +27,13 @@ QKeySequence sequenceOf(const std::optional<KeyboardShortcut> &shortcut)
 
 } // namespace
 
-HotkeySettingsBox::HotkeySettingsBox(SettingsViewModel &model, HotkeyService *service, QWidget *parent)
+HotkeySettingsBox::HotkeySettingsBox(SettingsViewModel &model,
+                                     HotkeyViewModel &hotkey,
+                                     HotkeyService *service,
+                                     QWidget *parent)
     : QGroupBox(tr("Quick rename"), parent)
     , m_model(model)
+    , m_hotkey(hotkey)
     , m_service(service)
 {
     m_enabled = new QCheckBox(tr("Rename the files copied in the file manager with a shortcut"), this);
@@ -99,7 +104,7 @@ QCoro::Task<> HotkeySettingsBox::store(bool enabled, std::optional<KeyboardShort
     co_await saving;
     if (!self)
         co_return;
-    m_model.hotkey().registerHotkey();
+    m_hotkey.registerHotkey();
 }
 
 } // namespace Nomly

@@ -14,6 +14,7 @@ class QLabel;
 namespace Nomly {
 
 class HotkeyService;
+class HotkeyViewModel;
 class SettingsViewModel;
 
 // The quick rename shortcut: on or off, which keys, and whether this desktop
@@ -25,13 +26,17 @@ class HotkeySettingsBox final : public QGroupBox
 
 public:
     // Without a service the box says that no shortcut can be registered.
-    HotkeySettingsBox(SettingsViewModel &model, HotkeyService *service, QWidget *parent = nullptr);
+    HotkeySettingsBox(SettingsViewModel &model,
+                      HotkeyViewModel &hotkey,
+                      HotkeyService *service,
+                      QWidget *parent = nullptr);
 
 private:
     void refresh();
     QCoro::Task<> store(bool enabled, std::optional<KeyboardShortcut> shortcut);
 
     SettingsViewModel &m_model;
+    HotkeyViewModel &m_hotkey;
     HotkeyService *m_service = nullptr;
     QCheckBox *m_enabled = nullptr;
     QKeySequenceEdit *m_keys = nullptr;

@@ -59,8 +59,8 @@ MonitorTab::MonitorTab(SettingsViewModel &model, QWidget *parent)
     });
 
     connect(&m_model, &SettingsViewModel::settingsChanged, this, &MonitorTab::rebuild);
-    connect(&m_model, &SettingsViewModel::presetsChanged, this, &MonitorTab::rebuild);
-    connect(&m_model, &SettingsViewModel::folderConfigsChanged, this, &MonitorTab::rebuild);
+    connect(&m_model.templates(), &TemplateLibrary::presetsChanged, this, &MonitorTab::rebuild);
+    connect(&m_model.folders(), &WatchedFolders::folderConfigsChanged, this, &MonitorTab::rebuild);
 
     auto *buttons = new QHBoxLayout;
     buttons->addWidget(add);
@@ -82,9 +82,9 @@ void MonitorTab::rebuild()
         item->setToolTip(FolderColumn, folder);
         auto *choice = new QComboBox(m_folders);
         choice->addItem(GlobalSettingsChoice, QUuid());
-        for (const Preset &preset : m_model.presets())
+        for (const Preset &preset : m_model.templates().presets())
             choice->addItem(preset.name, preset.id);
-        const auto presetId = m_model.folderConfigs().value(folder).presetId;
+        const auto presetId = m_model.folders().folderConfigs().value(folder).presetId;
         choice->setCurrentIndex(std::max(0, presetId ? choice->findData(*presetId) : 0));
         connect(choice, &QComboBox::activated, this, [this, folder, choice] {
             launch(chooseTemplate(folder, choice->currentData().toUuid()));
@@ -102,9 +102,9 @@ QCoro::Task<> MonitorTab::addFolder()
     if (folder.isEmpty())
         co_return;
     QPointer<MonitorTab> self(this);
-    auto adding = m_model.addFolder(folder);
-    const SettingsViewModel::FolderAddition added = co_await adding;
-    if (!self || added != SettingsViewModel::FolderAddition::Forbidden)
+    auto adding = m_model.folders().addFolder(folder);
+    const WatchedFolders::FolderAddition added = co_await adding;
+    if (!self || added != WatchedFolders::FolderAddition::Forbidden)
         co_return;
     auto telling = m_presentAlert(forbiddenFolderAlertTitle(), forbiddenFolderAlertMessage(), {});
     co_await telling;
@@ -115,16 +115,16 @@ QCoro::Task<> MonitorTab::removeSelected()
     const QTreeWidgetItem *item = m_folders->currentItem();
     if (!item)
         co_return;
-    auto removing = m_model.removeWatchedFolder(item->text(FolderColumn));
+    auto removing = m_model.folders().removeWatchedFolder(item->text(FolderColumn));
     co_await removing;
 }
 
 QCoro::Task<> MonitorTab::chooseTemplate(QString folder, QUuid presetId)
 {
-    WatchedFolderConfig config = m_model.folderConfigs().value(folder);
+    WatchedFolderConfig config = m_model.folders().folderConfigs().value(folder);
     config.path = folder;
     config.presetId = presetId.isNull() ? std::nullopt : std::make_optional(presetId);
-    auto saving = m_model.saveFolderConfig(config);
+    auto saving = m_model.folders().saveFolderConfig(config);
     co_await saving;
 }
 

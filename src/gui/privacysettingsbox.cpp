@@ -4,14 +4,14 @@
 #include <QLabel>
 #include <QPushButton>
 
-#include "app/settingsviewmodel.h"
+#include "app/consentstate.h"
 #include "gui/alertbox.h"
 
 namespace Nomly {
 
-PrivacySettingsBox::PrivacySettingsBox(SettingsViewModel &model, QWidget *parent)
+PrivacySettingsBox::PrivacySettingsBox(ConsentState &consent, QWidget *parent)
     : QGroupBox(tr("Data && Privacy"), parent)
-    , m_model(model)
+    , m_consent(consent)
 {
     m_state = new QLabel(this);
     m_state->setObjectName(QStringLiteral("consentState"));
@@ -23,18 +23,18 @@ PrivacySettingsBox::PrivacySettingsBox(SettingsViewModel &model, QWidget *parent
     row->addWidget(m_action);
 
     connect(m_action, &QPushButton::clicked, this, [this] {
-        if (m_model.aiDataConsentGranted())
+        if (m_consent.aiDataConsentGranted())
             withdraw();
         else
             emit reviewRequested();
     });
-    connect(&m_model, &SettingsViewModel::aiDataConsentGrantedChanged, this, &PrivacySettingsBox::refresh);
+    connect(&m_consent, &ConsentState::aiDataConsentGrantedChanged, this, &PrivacySettingsBox::refresh);
     refresh();
 }
 
 void PrivacySettingsBox::refresh()
 {
-    const bool agreed = m_model.aiDataConsentGranted();
+    const bool agreed = m_consent.aiDataConsentGranted();
     m_state->setText(agreed ? tr("You have agreed to AI data processing.")
                             : tr("AI processing is disabled until you review and accept data processing."));
     m_action->setText(agreed ? tr("Withdraw Consent...") : tr("Review Consent..."));
@@ -51,7 +51,7 @@ void PrivacySettingsBox::withdraw()
                    [this, confirm](const QString &chosen) {
                        if (chosen != confirm)
                            return;
-                       if (const Result<> withdrawn = m_model.withdrawAIDataConsent(); !withdrawn)
+                       if (const Result<> withdrawn = m_consent.withdrawAIDataConsent(); !withdrawn)
                            QCoro::connect(showAlert(this, tr("Consent Not Withdrawn"), withdrawn.error(), {}),
                                           this,
                                           [](const QString &) {});

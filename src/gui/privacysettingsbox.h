@@ -7,7 +7,7 @@ class QPushButton;
 
 namespace Nomly {
 
-class SettingsViewModel;
+class ConsentState;
 
 // Data & Privacy: whether the user has agreed to AI data processing, the way
 // to read what is sent and agree, and the way to withdraw.
@@ -16,7 +16,7 @@ class PrivacySettingsBox final : public QGroupBox
     Q_OBJECT
 
 public:
-    explicit PrivacySettingsBox(SettingsViewModel &model, QWidget *parent = nullptr);
+    explicit PrivacySettingsBox(ConsentState &consent, QWidget *parent = nullptr);
 
 Q_SIGNALS:
     // The user wants to read what is sent, and perhaps agree.
@@ -26,7 +26,7 @@ private:
     void refresh();
     void withdraw();
 
-    SettingsViewModel &m_model;
+    ConsentState &m_consent;
     QLabel *m_state = nullptr;
     QPushButton *m_action = nullptr;
 };

@@ -5,6 +5,7 @@
 #include <QTabWidget>
 #include <QVBoxLayout>
 
+#include "app/appworkflows.h"
 #include "app/settingsviewmodel.h"
 #include "gui/abouttab.h"
 #include "gui/activitytab.h"
@@ -18,6 +19,7 @@
 namespace Nomly {
 
 SettingsWindow::SettingsWindow(SettingsViewModel &model,
+                               AppWorkflows &workflows,
                                KeyCustody *custody,
                                AISetupTab::KeySyncSource keySync,
                                HotkeyService *hotkeys,
@@ -30,11 +32,11 @@ SettingsWindow::SettingsWindow(SettingsViewModel &model,
 
     m_tabs = new QTabWidget(this);
     m_monitorTab = new MonitorTab(model, this);
-    m_activityTab = new ActivityTab(model.activity(), this);
+    m_activityTab = new ActivityTab(workflows.activity(), this);
     m_templatesTab = new TemplatesTab(model, this);
     m_aiSetupTab = new AISetupTab(model, custody, std::move(keySync), this);
-    m_aiSetupTab->addSection(new HotkeySettingsBox(model, hotkeys, m_aiSetupTab));
-    auto *privacy = new PrivacySettingsBox(model, m_aiSetupTab);
+    m_aiSetupTab->addSection(new HotkeySettingsBox(model, workflows.hotkey(), hotkeys, m_aiSetupTab));
+    auto *privacy = new PrivacySettingsBox(model.consent(), m_aiSetupTab);
     connect(privacy, &PrivacySettingsBox::reviewRequested, this, &SettingsWindow::consentReviewRequested);
     m_aiSetupTab->addSection(privacy);
     m_aboutTab = new AboutTab(this);
@@ -47,7 +49,7 @@ SettingsWindow::SettingsWindow(SettingsViewModel &model,
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(m_tabs);
 
-    connect(&model, &SettingsViewModel::noticeRequested, this, [this](const QString &text) {
+    connect(&model.templates(), &TemplateLibrary::noticeRequested, this, [this](const QString &text) {
         auto *box = new QMessageBox(QMessageBox::Information, QStringLiteral("Nomly"), text, QMessageBox::Ok, this);
         box->setAttribute(Qt::WA_DeleteOnClose);
         box->open();

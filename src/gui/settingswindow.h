@@ -11,6 +11,7 @@ class QTabWidget;
 namespace Nomly {
 
 class AboutTab;
+class AppWorkflows;
 class ActivityTab;
 class AISetupTab;
 class HotkeyService;
@@ -32,6 +33,7 @@ public:
     // `custody` may be null where the desktop has no secret store.
     // `hotkeys` is null where no global shortcut can be had.
     SettingsWindow(SettingsViewModel &model,
+                   AppWorkflows &workflows,
                    KeyCustody *custody,
                    AISetupTab::KeySyncSource keySync = {},
                    HotkeyService *hotkeys = nullptr,

@@ -49,7 +49,7 @@ TemplatesTab::TemplatesTab(SettingsViewModel &model, QWidget *parent)
             launch(save(m_editor->editedPreset()));
         showSelected();
     });
-    connect(&m_model, &SettingsViewModel::presetsChanged, this, &TemplatesTab::rebuildList);
+    connect(&m_model.templates(), &TemplateLibrary::presetsChanged, this, &TemplatesTab::rebuildList);
 
     auto *listButtons = new QHBoxLayout;
     listButtons->addWidget(create);
@@ -93,7 +93,7 @@ void TemplatesTab::rebuildList()
     const QUuid selected = selectedId();
     QSignalBlocker blocker(m_list);
     m_list->clear();
-    QList<Preset> presets = m_model.presets();
+    QList<Preset> presets = m_model.templates().presets();
     std::sort(presets.begin(), presets.end(), [](const Preset &a, const Preset &b) {
         return a.name.localeAwareCompare(b.name) < 0;
     });
@@ -112,10 +112,10 @@ void TemplatesTab::rebuildList()
 void TemplatesTab::showSelected()
 {
     const QUuid id = selectedId();
-    const auto preset = std::find_if(m_model.presets().cbegin(),
-                                     m_model.presets().cend(),
+    const auto preset = std::find_if(m_model.templates().presets().cbegin(),
+                                     m_model.templates().presets().cend(),
                                      [&id](const Preset &candidate) { return candidate.id == id; });
-    const bool found = preset != m_model.presets().cend();
+    const bool found = preset != m_model.templates().presets().cend();
     m_editor->setEnabled(found);
     m_delete->setEnabled(found);
     // The same template is shown again only once its edits are stored, so
@@ -131,7 +131,7 @@ QCoro::Task<> TemplatesTab::createTemplate()
     preset.id = QUuid::createUuid();
     preset.name = QStringLiteral("New Template");
     preset.createdAt = QDateTime::currentDateTimeUtc();
-    auto creating = m_model.createPreset(preset);
+    auto creating = m_model.templates().createPreset(preset);
     if (co_await creating && self)
         select(preset.id);
 }
@@ -147,7 +147,7 @@ QCoro::Task<> TemplatesTab::save(Preset edited)
     QPointer<TemplatesTab> self(this);
     if (edited.id.isNull() || edited.name.isEmpty())
         co_return;
-    auto saving = m_model.updatePreset(edited);
+    auto saving = m_model.templates().updatePreset(edited);
     if (!co_await saving && self) {
         auto telling = m_presentAlert(QStringLiteral("Could Not Save Template"),
                                       QStringLiteral("The template \"%1\" could not be saved.").arg(edited.name),
@@ -169,13 +169,13 @@ QCoro::Task<> TemplatesTab::deleteSelected()
     const QString answer = co_await asking;
     if (!self || answer != DeleteButton)
         co_return;
-    auto deleting = m_model.deletePreset(id);
+    auto deleting = m_model.templates().deletePreset(id);
     co_await deleting;
 }
 
 QCoro::Task<> TemplatesTab::restoreDemoTemplates()
 {
-    auto restoring = m_model.restoreBundledPresets();
+    auto restoring = m_model.templates().restoreBundledPresets();
     co_await restoring;
 }
 

@@ -137,7 +137,7 @@ void AppLaunchTest::corruptDatabaseFails()
     QCOMPARE(launcher.stage(), AppLauncher::Stage::Failed);
     QVERIFY(!launcher.viewModel());
     // Nothing of the profile was touched.
-    QVERIFY(!m_profile->defaults.contains(SettingsViewModel::HasLaunchedBeforeKey));
+    QVERIFY(!m_profile->defaults.contains(ConsentState::HasLaunchedBeforeKey));
     // Files neither buffered for later nor passed to a face with no state.
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Setup failed; dropped"_s));
     launcher.quickRename({ u"/late"_s });
@@ -152,17 +152,17 @@ void AppLaunchTest::freshProfileSeedsTemplatesOnce()
     {
         AppLauncher launcher(m_profile->services());
         QVERIFY(started(launcher));
-        QVERIFY(launcher.viewModel()->isFirstLaunch());
+        QVERIFY(launcher.viewModel()->consent().isFirstLaunch());
         QCOMPARE(launcher.database()->loadPresets().value().size(), 11);
-        deleted = launcher.viewModel()->presets().first().id;
-        auto deleting = launcher.viewModel()->deletePreset(deleted);
+        deleted = launcher.viewModel()->templates().presets().first().id;
+        auto deleting = launcher.viewModel()->templates().deletePreset(deleted);
         QVERIFY(QCoro::waitFor(std::move(deleting)));
     }
 
     AppLauncher relaunched(m_profile->services());
     QVERIFY(started(relaunched));
-    QVERIFY(!relaunched.viewModel()->isFirstLaunch());
-    const QList<Preset> presets = relaunched.viewModel()->presets();
+    QVERIFY(!relaunched.viewModel()->consent().isFirstLaunch());
+    const QList<Preset> presets = relaunched.viewModel()->templates().presets();
     QCOMPARE(presets.size(), 10);
     for (const Preset &preset : presets)
         QVERIFY(preset.id != deleted);

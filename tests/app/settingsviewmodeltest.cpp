@@ -12,6 +12,7 @@
 
 #include <qcoro/qcorotask.h>
 
+#include "app/appworkflows.h"
 #include "app/bookmarkservice.h"
 #include "app/networkservice.h"
 #include "app/settingsviewmodel.h"
@@ -65,7 +66,7 @@ class SettingsViewModelTest : public QObject
     void createViewModel(SettingsViewModel::HasApiKey hasApiKey = {})
     {
         m_viewModel = std::make_unique<SettingsViewModel>(
-            *m_database, *m_defaults, *m_undoIgnore, *m_network, *m_bookmarks, std::move(hasApiKey));
+            *m_database, *m_defaults, *m_network, *m_bookmarks, std::move(hasApiKey));
         QCoro::waitFor(m_viewModel->setUp());
     }
 
@@ -83,11 +84,11 @@ class SettingsViewModelTest : public QObject
     {
         watch({ u"a"_s, u"a/b"_s });
         const Preset preset = makePreset(style);
-        [&] { QVERIFY(QCoro::waitFor(m_viewModel->createPreset(preset))); }();
+        [&] { QVERIFY(QCoro::waitFor(m_viewModel->templates().createPreset(preset))); }();
         WatchedFolderConfig config;
         config.path = path(folder);
         config.presetId = preset.id;
-        [&] { QVERIFY(QCoro::waitFor(m_viewModel->saveFolderConfig(config))); }();
+        [&] { QVERIFY(QCoro::waitFor(m_viewModel->folders().saveFolderConfig(config))); }();
         return preset;
     }
 
@@ -147,9 +148,9 @@ private slots:
 
         createViewModel([](AIProvider provider) -> QCoro::Task<bool> { co_return provider == AIProvider::Groq; });
 
-        QVERIFY(!m_viewModel->isFirstLaunch());
+        QVERIFY(!m_viewModel->consent().isFirstLaunch());
         QCOMPARE(m_database->loadPresets().value().size(), 11);
-        QVERIFY(m_viewModel->isOnboardingComplete());
+        QVERIFY(m_viewModel->consent().isOnboardingComplete());
         const Settings reloaded = m_database->loadSettings().value().value();
         QCOMPARE(reloaded.watchedFolders, QStringList { path(u"a/b"_s) });
         QVERIFY(!reloaded.hasGeminiApiKey);
@@ -169,13 +170,13 @@ private slots:
         m_defaults->remove(u"hasSeededBundledPresets"_s);
 
         createViewModel();
-        QCOMPARE(m_viewModel->presets().size(), 10);
+        QCOMPARE(m_viewModel->templates().presets().size(), 10);
         QVERIFY(m_defaults->boolValue(u"hasSeededBundledPresets"_s));
 
         m_viewModel.reset();
         QVERIFY(execute(m_database->filePath(), "DROP TRIGGER refuse_music;"));
         createViewModel();
-        QCOMPARE(m_viewModel->presets().size(), 10);
+        QCOMPARE(m_viewModel->templates().presets().size(), 10);
     }
 
     void watchedFolderFor_data()
@@ -203,7 +204,7 @@ private slots:
         QFETCH(QString, expected);
 
         watch(folders);
-        QCOMPARE(m_viewModel->watchedFolder(path(file)).value_or(QString()), path(expected));
+        QCOMPARE(m_viewModel->folders().watchedFolder(path(file)).value_or(QString()), path(expected));
     }
 
     void deletePresetInUse()
@@ -211,13 +212,13 @@ private slots:
         configureFolder(u"a/bc"_s, NamingCaseStyle::Upper);
         const Preset doomed = configureFolder(u"a/b"_s, NamingCaseStyle::Kebab);
         watch({ u"a"_s, u"a/b"_s, u"a/bc"_s });
-        m_viewModel->setBatchPresetId(doomed.id);
+        m_viewModel->templates().setBatchPresetId(doomed.id);
 
-        QVERIFY(QCoro::waitFor(m_viewModel->deletePreset(doomed.id)));
+        QVERIFY(QCoro::waitFor(m_viewModel->templates().deletePreset(doomed.id)));
 
-        QCOMPARE(m_viewModel->folderConfigs().keys(), QStringList { path(u"a/bc"_s) });
+        QCOMPARE(m_viewModel->folders().folderConfigs().keys(), QStringList { path(u"a/bc"_s) });
         QCOMPARE(m_database->loadFolderConfigs().value().keys(), QStringList { path(u"a/bc"_s) });
-        QCOMPARE(m_viewModel->batchPresetId(), QUuid());
+        QCOMPARE(m_viewModel->templates().batchPresetId(), QUuid());
         QCOMPARE(m_viewModel->effectiveAnalysisForFile(path(u"a/b/c/x.txt"_s)), m_viewModel->effectiveAnalysisGlobal());
         QCOMPARE(m_viewModel->effectiveAnalysisForFile(path(u"a/bc/x.txt"_s)).namingCaseStyle, NamingCaseStyle::Upper);
     }
@@ -253,33 +254,34 @@ private slots:
         QFETCH(ProcessedFileSource, source);
         QFETCH(QString, expectedName);
 
-        m_viewModel->setBatchPresetId(configureFolder(u"other"_s, NamingCaseStyle::Upper).id);
+        m_viewModel->templates().setBatchPresetId(configureFolder(u"other"_s, NamingCaseStyle::Upper).id);
         configureFolder(u"a/b"_s, NamingCaseStyle::Kebab);
         ImageAnalysis analysis;
         analysis.title = u"Quarterly Report"_s;
+        AppWorkflows workflows(*m_viewModel, *m_database, *m_undoIgnore, *m_defaults);
         const FileProcessingResult result = QCoro::waitFor(
-            m_viewModel->processAnalyzedFile(path(u"a/b/c/x.txt"_s), analysis, std::nullopt, source, u"gemini"_s));
+            workflows.processAnalyzedFile(path(u"a/b/c/x.txt"_s), analysis, std::nullopt, source, u"gemini"_s));
 
         QVERIFY2(result.success, qPrintable(result.error.value_or(QString())));
         QCOMPARE(result.newName.value_or(QString()), expectedName);
         QVERIFY(QFile::exists(path(u"a/b/c/"_s + expectedName)));
-        QCOMPARE(m_viewModel->activity().activityFiles().size(), 1);
+        QCOMPARE(workflows.activity().activityFiles().size(), 1);
     }
 
     void watchedFolderAddAndRemove()
     {
-        QVERIFY(QCoro::waitFor(m_viewModel->addWatchedFolder(path(u"a/b"_s))));
-        QVERIFY(QCoro::waitFor(m_viewModel->addWatchedFolder(path(u"alias"_s))));
+        QVERIFY(QCoro::waitFor(m_viewModel->folders().addWatchedFolder(path(u"a/b"_s))));
+        QVERIFY(QCoro::waitFor(m_viewModel->folders().addWatchedFolder(path(u"alias"_s))));
         QCOMPARE(m_database->loadSettings().value().value().watchedFolders, QStringList { path(u"a/b"_s) });
 
         QVERIFY(m_bookmarks->saveBookmark(path(u"a/b"_s)));
         WatchedFolderConfig config;
         config.path = path(u"a/b"_s);
         config.legacySettings.outputLanguage = u"de"_s;
-        QVERIFY(QCoro::waitFor(m_viewModel->saveFolderConfig(config)));
+        QVERIFY(QCoro::waitFor(m_viewModel->folders().saveFolderConfig(config)));
         QSignalSpy reconfigured(m_viewModel.get(), &SettingsViewModel::watcherReconfigurationRequested);
 
-        QVERIFY(QCoro::waitFor(m_viewModel->removeWatchedFolder(path(u"alias"_s))));
+        QVERIFY(QCoro::waitFor(m_viewModel->folders().removeWatchedFolder(path(u"alias"_s))));
 
         QVERIFY(m_viewModel->settings().watchedFolders.isEmpty());
         QVERIFY(m_database->loadSettings().value().value().watchedFolders.isEmpty());

@@ -12,6 +12,7 @@
 #include <qcoro/qcorotask.h>
 
 #include "app/applaunch.h"
+#include "app/appworkflows.h"
 #include "app/settingsviewmodel.h"
 #include "filesystemfixtures.h"
 #include "gui/activityrow.h"
@@ -41,8 +42,8 @@ private slots:
         auto starting = m_launcher->start();
         QVERIFY(QCoro::waitFor(std::move(starting)));
         m_database = m_launcher->database();
-        m_activity = &m_launcher->viewModel()->activity();
-        m_window = std::make_unique<SettingsWindow>(*m_launcher->viewModel(), nullptr);
+        m_activity = &m_launcher->workflows()->activity();
+        m_window = std::make_unique<SettingsWindow>(*m_launcher->viewModel(), *m_launcher->workflows(), nullptr);
         m_asked.clear();
         tab().setAlertPresenter([this](const UndoAlertState &state) -> QCoro::Task<QString> {
             m_asked.append(state);

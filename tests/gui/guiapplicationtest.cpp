@@ -62,7 +62,7 @@ private slots:
             QVERIFY(!gui.settingsWindow());
 
             gui.welcomeWindow()->findChild<QPushButton *>(u"getStarted"_s)->click();
-            QVERIFY(gui.launcher().viewModel()->isOnboardingComplete());
+            QVERIFY(gui.launcher().viewModel()->consent().isOnboardingComplete());
             QVERIFY(gui.settingsWindow() && gui.settingsWindow()->isVisible());
             QVERIFY(!gui.welcomeWindow()->isVisible());
             QVERIFY(m_profile->defaults.boolValue(SettingsStore::HasCompletedOnboardingKey));
@@ -83,7 +83,7 @@ private slots:
         GuiApplication gui(m_profile->services());
         QVERIFY(started(gui));
         SettingsViewModel *model = gui.launcher().viewModel();
-        QVERIFY(!model->aiDataConsentGranted());
+        QVERIFY(!model->consent().aiDataConsentGranted());
         auto *action = gui.settingsWindow()->findChild<QPushButton *>(u"consentAction"_s);
         QVERIFY(action);
         QCOMPARE(action->text(), u"Review Consent..."_s);
@@ -104,9 +104,9 @@ private slots:
         QVERIFY(policy && policy->isVisible());
         QVERIFY(policy->toPlainText().contains(u"Nomly Privacy Policy"_s));
         gui.consentWindow()->findChild<QPushButton *>(u"agree"_s)->click();
-        QVERIFY(model->aiDataConsentGranted());
+        QVERIFY(model->consent().aiDataConsentGranted());
         QVERIFY(!gui.consentWindow()->isVisible());
-        QVERIFY(m_profile->defaults.boolValue(SettingsViewModel::HasAgreedToAIDataProcessingKey));
+        QVERIFY(m_profile->defaults.boolValue(ConsentState::HasAgreedToAIDataProcessingKey));
         QCOMPARE(action->text(), u"Withdraw Consent..."_s);
     }
 

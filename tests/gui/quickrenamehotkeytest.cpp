@@ -18,6 +18,7 @@
 #include <qcoro/qcorotask.h>
 
 #include "app/applaunch.h"
+#include "app/appworkflows.h"
 #include "app/hotkeyservice.h"
 #include "app/settingsstore.h"
 #include "app/settingsviewmodel.h"
@@ -52,7 +53,7 @@ private slots:
         QVERIFY(dir.isValid());
         ProfileServices profile(dir.path(), ProfileServices::Keys::InFile);
         profile.defaults.setValue(SettingsStore::HasCompletedOnboardingKey, true);
-        profile.defaults.setValue(SettingsViewModel::HasAgreedToAIDataProcessingKey, true);
+        profile.defaults.setValue(ConsentState::HasAgreedToAIDataProcessingKey, true);
         OllamaPeer ollama;
         ollama.answerAlways(OllamaPeer::reply(u"{\"title\":\"Harbour Survey\"}"_s));
 
@@ -75,7 +76,7 @@ private slots:
         model->setSettings(settings);
         QVERIFY(QCoro::waitFor(model->saveSettings()));
         QSignalSpy registered(gui.hotkeys(), SIGNAL(setupFinished(bool)));
-        model->hotkey().registerHotkey();
+        gui.launcher().workflows()->hotkey().registerHotkey();
         QTRY_VERIFY_WITH_TIMEOUT(!registered.isEmpty(), 10000);
         QVERIFY(registered.last().first().toBool());
 
@@ -87,8 +88,8 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(dir.filePath(u"files/Harbour Survey.txt"_s)), 60000);
         QVERIFY(!QFile::exists(original));
         QCOMPARE(ollama.chatRequests().size(), 1);
-        QTRY_COMPARE(model->activity().activityFiles().size(), qsizetype(1));
-        QCOMPARE(model->activity().activityFiles().first().source, ProcessedFileSource::Hotkey);
+        QTRY_COMPARE(gui.launcher().workflows()->activity().activityFiles().size(), qsizetype(1));
+        QCOMPARE(gui.launcher().workflows()->activity().activityFiles().first().source, ProcessedFileSource::Hotkey);
     }
 };
 

@@ -18,6 +18,7 @@
 
 #include "app/airoute.h"
 #include "app/applaunch.h"
+#include "app/appworkflows.h"
 #include "app/settingsviewmodel.h"
 #include "gui/aisetuptab.h"
 #include "gui/monitortab.h"
@@ -73,8 +74,10 @@ private slots:
         auto route = AIRoute::open(m_profile->defaults, *m_profile->device, *m_profile->custody, true);
         QVERIFY2(route.ok(), qPrintable(route.error()));
         m_route = std::move(route).value();
-        m_window = std::make_unique<SettingsWindow>(
-            model(), m_profile->custody.get(), [this](QString *) { return &m_route->keySync(); });
+        m_window = std::make_unique<SettingsWindow>(model(),
+                                                    *m_launcher->workflows(),
+                                                    m_profile->custody.get(),
+                                                    [this](QString *) { return &m_route->keySync(); });
         m_alerts.clear();
         const auto record
             = [this](const QString &title, const QString &message, const QStringList &buttons) -> QCoro::Task<QString> {
@@ -184,7 +187,7 @@ private slots:
         QFETCH(QString, answer);
         QFETCH(bool, deleted);
         TemplatesTab &tab = *m_window->templatesTab();
-        const qsizetype before = model().presets().size();
+        const qsizetype before = model().templates().presets().size();
         QVERIFY(before > 0);
         tab.list()->setCurrentRow(0);
         const QUuid id = tab.selectedId();
@@ -192,10 +195,10 @@ private slots:
         m_window->findChild<QPushButton *>(u"deleteTemplate"_s)->click();
         QTRY_COMPARE(m_alerts.size(), 1);
         QCOMPARE(m_alerts.first().buttons, QStringList { TemplatesTab::DeleteButton });
-        QTRY_COMPARE(model().presets().size(), deleted ? before - 1 : before);
-        QCOMPARE(tab.list()->count(), model().presets().size());
+        QTRY_COMPARE(model().templates().presets().size(), deleted ? before - 1 : before);
+        QCOMPARE(tab.list()->count(), model().templates().presets().size());
         m_window->findChild<QPushButton *>(u"restoreTemplates"_s)->click();
-        QTRY_COMPARE(model().presets().size(), before);
+        QTRY_COMPARE(model().templates().presets().size(), before);
         QVERIFY(!presetPattern(id).isNull() || deleted);
     }
 
@@ -231,7 +234,7 @@ private slots:
         choice->setCurrentIndex(1);
         emit choice->activated(1);
         const QString watched = model().settings().watchedFolders.value(0);
-        QTRY_COMPARE(model().folderConfigs().value(watched).presetId.value_or(QUuid()), chosen);
+        QTRY_COMPARE(model().folders().folderConfigs().value(watched).presetId.value_or(QUuid()), chosen);
     }
 
     // A key goes into the secret file and only its flag into the settings;
@@ -260,7 +263,7 @@ private:
 
     QString presetName(const QUuid &id)
     {
-        for (const Preset &preset : model().presets())
+        for (const Preset &preset : model().templates().presets())
             if (preset.id == id)
                 return preset.name;
         return {};
@@ -268,7 +271,7 @@ private:
 
     QString presetPattern(const QUuid &id)
     {
-        for (const Preset &preset : model().presets())
+        for (const Preset &preset : model().templates().presets())
             if (preset.id == id)
                 return preset.settings.namingPattern.value_or(u""_s);
         return {};

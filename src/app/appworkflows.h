@@ -1,0 +1,70 @@
+#pragma once
+
+#include <QString>
+#include <functional>
+#include <optional>
+
+#include <qcoro/qcorotask.h>
+
+#include "ai/imageanalysis.h"
+#include "app/hotkeyviewmodel.h"
+#include "history/activityviewmodel.h"
+#include "history/processedfile.h"
+#include "workflows/fileprocessingresult.h"
+#include "workflows/processanalyzedfileusecase.h"
+
+namespace Nomly {
+
+class Database;
+class SettingsViewModel;
+class UndoIgnoreService;
+class UserDefaults;
+
+// The workflows of one run of the program and the activity they record,
+// built by the face over the central state and its services. Each workflow
+// reads the settings, the consent and the templates through the central
+// state, and records through the one rename step, so all of them name and
+// journal a file the same way. Lives on the main thread; destroy it before
+// the central state and the database.
+class AppWorkflows final
+{
+public:
+    AppWorkflows(SettingsViewModel &state, Database &database, UndoIgnoreService &undoIgnore, UserDefaults &defaults);
+    AppWorkflows(const AppWorkflows &) = delete;
+    AppWorkflows &operator=(const AppWorkflows &) = delete;
+
+    ActivityViewModel &activity() { return m_activity; }
+
+    HotkeyViewModel &hotkey() { return m_hotkey; }
+
+    // Renames a file the AI has analysed, with the settings its source calls
+    // for: a watched file its folder's, a batch its template's, the rest the
+    // global ones.
+    QCoro::Task<FileProcessingResult> processAnalyzedFile(QString path,
+                                                          ImageAnalysis analysis,
+                                                          std::optional<QString> contentHash,
+                                                          ProcessedFileSource source,
+                                                          QString aiProvider);
+
+    // What quick rename needs from the face that runs it: the analysis
+    // service, the hotkey (null where the face has none), how a result is
+    // told and what happens when consent is missing.
+    struct QuickRenameServices
+    {
+        std::function<AIService *(QString *error)> aiService;
+        std::function<HotkeyService *()> hotkeyService;
+        std::function<void(const QString &title, const QString &body)> notify;
+        std::function<void(HotkeyViewModel::Trigger)> requestConsentReview;
+    };
+
+    void setQuickRenameServices(QuickRenameServices services);
+
+private:
+    SettingsViewModel &m_state;
+    UserDefaults &m_defaults;
+    ActivityViewModel m_activity;
+    ProcessAnalyzedFileUseCase m_processAnalyzedFile;
+    HotkeyViewModel m_hotkey;
+};
+
+} // namespace Nomly
