@@ -29,6 +29,8 @@ struct AnalyzeBatchOptions
     std::optional<QString> tagPromptOverride;
 
     bool usesLocalAI() const { return aiProcessingMode == AIProcessingMode::Local; }
+
+    bool operator==(const AnalyzeBatchOptions &) const = default;
 };
 
 } // namespace Nomly

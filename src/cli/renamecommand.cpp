@@ -2,33 +2,217 @@
 
 #include <QCommandLineParser>
 #include <QFileInfo>
+#include <QJsonObject>
+#include <QSet>
+#include <climits>
+#include <cstdio>
 
+#include <unistd.h>
+
+#include <qcoro/qcorosignal.h>
+
+#include "ai/remoteconfigservice.h"
+#include "app/airoute.h"
+#include "app/appworkflows.h"
 #include "cli/aicommandrun.h"
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
 #include "cli/commandparsing.h"
+#include "cli/consentcommand.h"
 #include "cli/corelog.h"
 #include "cli/templateoptions.h"
 #include "cli/writeoptions.h"
-#include "workflows/processanalyzedfileusecase.h"
+#include "platform/terminationsignals.h"
+#include "workflows/batchdropsummary.h"
+#include "workflows/batchrenameviewmodel.h"
 
 namespace Nomly {
+
+namespace {
+
+// What the command tells as the batch goes: one line per item as soon as it
+// is done, and on a terminal a progress line that the next line replaces.
+class RenameReporter final
+{
+public:
+    RenameReporter(bool dryRun, bool json)
+        : m_dryRun(dryRun)
+        , m_json(json)
+        , m_progress(!json && ::isatty(STDOUT_FILENO) == 1)
+    {}
+
+    void progress(const QString &text)
+    {
+        if (!m_progress)
+            return;
+        m_progressText = text;
+        draw();
+    }
+
+    // Items not taken into any batch, such as a path that does not exist.
+    void missing(const QString &path)
+    {
+        ++m_total;
+        ++m_failed;
+        itemLine(path, QFileInfo(path).fileName(), {}, QStringLiteral("File not found"));
+    }
+
+    void addTotal(int count) { m_total += count; }
+
+    // Tells an item once it has reached its end here.
+    void item(const BatchRenameItem &item)
+    {
+        if (m_told.contains(item.id))
+            return;
+        switch (item.status) {
+        case BatchRenameStatus::Completed:
+            ++m_done;
+            itemLine(item.originalPath, item.fileName, item.newName.value_or(QString()), {}, item);
+            break;
+        case BatchRenameStatus::Failed:
+            ++m_failed;
+            itemLine(item.originalPath, item.fileName, {}, item.error.value_or(QStringLiteral("Rename failed")), item);
+            break;
+        case BatchRenameStatus::Analyzed:
+            if (!m_dryRun)
+                return;
+            ++m_done;
+            itemLine(item.originalPath, item.fileName, *item.nameToUse() + fileExtension(item.originalPath), {}, item);
+            break;
+        default:
+            return;
+        }
+        m_told.insert(item.id);
+    }
+
+    int failed() const { return m_failed; }
+
+    int done() const { return m_done; }
+
+    void summary(bool interrupted)
+    {
+        clearProgress();
+        if (m_json)
+            return;
+        QString text = m_dryRun ? QStringLiteral("Proposed names for %1 of %2 files").arg(m_done).arg(m_total)
+                                : QStringLiteral("Renamed %1 of %2 files").arg(m_done).arg(m_total);
+        if (m_failed > 0)
+            text += QStringLiteral("; %1 failed").arg(m_failed);
+        if (const int untouched = m_total - m_done - m_failed; interrupted && untouched > 0)
+            text = QStringLiteral("Interrupted. ") + text + QStringLiteral("; %1 not reached").arg(untouched);
+        CliOutput::line(text + (m_dryRun ? QStringLiteral("; nothing was moved.") : QStringLiteral(".")));
+    }
+
+private:
+    static QString fileExtension(const QString &path)
+    {
+        const QString extension = QFileInfo(path).completeBaseName().isEmpty() ? QString() : QFileInfo(path).suffix();
+        return extension.isEmpty() ? QString() : u'.' + extension;
+    }
+
+    void itemLine(const QString &path,
+                  const QString &name,
+                  const QString &newName,
+                  const QString &error,
+                  const std::optional<BatchRenameItem> &item = std::nullopt)
+    {
+        clearProgress();
+        if (m_json) {
+            QJsonObject object { { QStringLiteral("file"), path } };
+            if (error.isEmpty()) {
+                object.insert(QStringLiteral("status"),
+                              m_dryRun ? QStringLiteral("proposed") : QStringLiteral("renamed"));
+                object.insert(QStringLiteral("newName"), newName);
+                if (item && item->finalPath)
+                    object.insert(QStringLiteral("newPath"), *item->finalPath);
+            } else {
+                object.insert(QStringLiteral("status"), QStringLiteral("failed"));
+                object.insert(QStringLiteral("error"), error);
+            }
+            if (item && item->aiProvider)
+                object.insert(QStringLiteral("provider"), *item->aiProvider);
+            CliOutput::line(QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)));
+        } else if (error.isEmpty()) {
+            CliOutput::line(QStringLiteral("%1 -> %2").arg(name, newName));
+        } else {
+            CliOutput::error(QStringLiteral("%1: %2").arg(name, error));
+        }
+        draw();
+    }
+
+    void draw()
+    {
+        if (!m_progress || m_progressText.isEmpty())
+            return;
+        const QByteArray bytes = "\r\033[K" + m_progressText.toUtf8();
+        std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+        std::fflush(stdout);
+    }
+
+    void clearProgress()
+    {
+        if (!m_progress || m_progressText.isEmpty())
+            return;
+        std::fputs("\r\033[K", stdout);
+        std::fflush(stdout);
+    }
+
+    bool m_dryRun;
+    bool m_json;
+    bool m_progress;
+    QString m_progressText;
+    QSet<QUuid> m_told;
+    int m_total = 0;
+    int m_done = 0;
+    int m_failed = 0;
+};
+
+// The files the arguments name, folders walked the way AI Rename takes a
+// drop; paths that do not exist come back apart.
+QStringList collectFiles(const QStringList &arguments, const RemoteConfig &remote, QStringList *missing)
+{
+    QStringList existing;
+    for (const QString &argument : arguments) {
+        const QFileInfo info(argument);
+        if (info.exists() || info.isSymLink())
+            existing.append(info.absoluteFilePath());
+        else
+            missing->append(argument);
+    }
+    const QStringList supported = remote.supportedExtensions();
+    return BatchDropSummary::collect(existing, QSet<QString>(supported.cbegin(), supported.cend()), {}, INT_MAX)
+        .pathsToAdd;
+}
+
+} // namespace
 
 ExitStatus runRenameCommand(const QStringList &arguments)
 {
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Ask the AI about files and rename each under the name your template builds from the "
-                       "answer; tags and the description are written as metadata when the settings (or "
-                       "--write-tags, --write-comment) say so. Every rename is recorded: 'nomly undo --last' takes "
-                       "it back. A file already at the new name is never replaced.\n"
-                       "Needs your agreement to AI data processing first ('nomly consent --agree'). Prints "
-                       "'old -> new' per file; a file whose analysis failed is reported and left as it was."));
+    parser.setApplicationDescription(QStringLiteral(
+        "Ask the AI about files, and the files in folders and their subfolders (hidden files skipped), and rename "
+        "each under the name your template builds from the answer. Files go in chunks; each file's line "
+        "('old -> new', or 'old: reason') is printed as soon as it is renamed, and on a terminal a progress line "
+        "shows how far the run is. Two files given the same name in one folder become 'Name' and 'Name_1'. A file "
+        "already at the new name is never replaced. Tags and the description are written as metadata when the "
+        "settings (or --write-tags, --write-comment) say so.\n"
+        "Every rename is recorded with its run: 'nomly undo --last-run' takes the whole run back. Ctrl-C stops "
+        "after the files in flight; what was renamed stays renamed and recorded (exit status 130).\n"
+        "Needs your agreement to AI data processing first ('nomly consent --agree'). A template that needs no AI "
+        "(only dates, the original name, file facts) names files without asking it."));
     const QCommandLineOption helpOption = parser.addHelpOption();
+    const QCommandLineOption dryRunOption(QStringLiteral("dry-run"),
+                                          QStringLiteral("Analyse and print each proposal ('old -> proposed'); "
+                                                         "move nothing."));
+    const QCommandLineOption jsonOption(QStringLiteral("json"),
+                                        QStringLiteral("One JSON object per line for each file: file, status "
+                                                       "(renamed, proposed or failed), newName, newPath, error."));
+    parser.addOptions({ dryRunOption, jsonOption });
     const TemplateOptions templateOptions(parser, TemplateOptions::StoredTemplate::Offered);
     const RouteOptions routeOptions(parser);
     const WriteOptions writeOptions(parser);
-    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Files to rename."), QStringLiteral("FILE..."));
+    parser.addPositionalArgument(
+        QStringLiteral("PATH"), QStringLiteral("Files, and folders whose files to rename."), QStringLiteral("PATH..."));
 
     if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
         return *answered;
@@ -38,16 +222,9 @@ ExitStatus runRenameCommand(const QStringList &arguments)
         CliOutput::error(error);
         return ExitStatus::UsageError;
     }
-    const QStringList files = parser.positionalArguments();
-    if (files.isEmpty()) {
+    if (parser.positionalArguments().isEmpty()) {
         CliOutput::error(QStringLiteral("no files given; run 'nomly rename --help'"));
         return ExitStatus::UsageError;
-    }
-    for (const QString &file : files) {
-        if (QFileInfo(file).isDir()) {
-            CliOutput::error(QStringLiteral("%1: is a folder, not a file").arg(file));
-            return ExitStatus::UsageError;
-        }
     }
 
     const auto profile = CliProfile::open();
@@ -58,42 +235,114 @@ ExitStatus runRenameCommand(const QStringList &arguments)
         CliOutput::error(error);
         return ExitStatus::UsageError;
     }
-    const EffectiveAnalysisSettings settings = writeOptions.applied(parser, std::move(*resolved));
-    auto options = routeOptions.read(parser, profile->settings(), settings, &error);
+    const EffectiveAnalysisSettings effective = writeOptions.applied(parser, std::move(*resolved));
+    const auto options = routeOptions.read(parser, profile->settings(), effective, &error);
     if (!options) {
         CliOutput::error(error);
         return ExitStatus::UsageError;
     }
-
-    ExitStatus status = ExitStatus::Success;
-    const auto result = runAnalysis(*profile, files, *options, &status);
-    if (!result)
-        return status;
-
-    ProcessAnalyzedFileUseCase useCase(profile->database(), profile->undoIgnore());
-    WriteOptions::bind(useCase, settings);
-    const QString provider = result->effectiveProvider.value_or(options->usesLocalAI() ? QStringLiteral("ollama")
-                                                                                       : QStringLiteral("hosted"));
-    bool anyFailed = false;
-    for (const FileAnalysisOutcome &outcome : result->files) {
-        const QString name = QFileInfo(outcome.path).fileName();
-        if (!outcome.succeeded()) {
-            CliOutput::error(QStringLiteral("%1: %2").arg(name, outcome.error));
-            anyFailed = true;
-            continue;
-        }
-        CoreLog::Held held;
-        const FileProcessingResult processed = QCoro::waitFor(useCase.processAnalyzedFile(
-            outcome.path, *outcome.analysis, std::nullopt, ProcessedFileSource::Batch, provider));
-        if (processed.success) {
-            CliOutput::line(QStringLiteral("%1 -> %2").arg(name, processed.newName.value_or(QString())));
-        } else {
-            held.failureReported();
-            CliOutput::error(QStringLiteral("%1: %2").arg(name, processed.error.value_or(QString())));
-            anyFailed = true;
-        }
+    if (!profile->state().consent().aiDataConsentGranted()) {
+        CliOutput::error(consentMissingText());
+        return ExitStatus::UsageError;
     }
-    return anyFailed ? ExitStatus::ItemFailed : ExitStatus::Success;
+
+    const RemoteConfig remote = RemoteConfigService::cachedConfig(profile->userDefaults());
+    QStringList missing;
+    const QStringList files = collectFiles(parser.positionalArguments(), remote, &missing);
+    const bool dryRun = parser.isSet(dryRunOption);
+    RenameReporter reporter(dryRun, parser.isSet(jsonOption));
+    for (const QString &path : std::as_const(missing))
+        reporter.missing(path);
+
+    std::unique_ptr<AIRoute> route;
+    BatchRenameViewModel batch(profile->database(), profile->undoIgnore());
+    BatchRenameViewModel::Dependencies dependencies;
+    dependencies.settingsProvider = [&profile] { return profile->settings(); };
+    dependencies.effectiveAnalysisForBatch = [&effective] { return effective; };
+    dependencies.batchOptions = [&options](const EffectiveAnalysisSettings &) { return *options; };
+    dependencies.hasAIDataConsent = [] { return true; };
+    dependencies.remoteConfig = [&remote] { return remote; };
+    dependencies.extractionOptions = [&remote, &profile] {
+        ExtractionOptions extraction;
+        extraction.pdfTextExtractionEnabled = remote.pdfTextExtractionEnabled;
+        extraction.iWorkOnlinePreviewsEnabled = profile->settings().iWorkOnlinePreviewsEnabled;
+        extraction.imageExtensions = remote.imageExtensions;
+        extraction.designExtensions = remote.designExtensions;
+        return extraction;
+    };
+    dependencies.aiService = [&route, &profile, &options](QString *why) -> AIService * {
+        if (!route) {
+            Result<std::unique_ptr<AIRoute>> opened = AIRoute::open(profile->userDefaults(), !options->usesLocalAI());
+            if (!opened) {
+                *why = opened.error();
+                return nullptr;
+            }
+            route = std::move(opened).value();
+            if (const SecretStores *stores = route->secretStores())
+                profile->tellWhereKeysAreKept(*stores);
+        }
+        return &route->service();
+    };
+    dependencies.addActivityFile
+        = [&profile](const ProcessedFile &record) { profile->activity().addActivityFile(record); };
+    batch.setDependencies(std::move(dependencies));
+
+    const int limit = std::max(1, remote.batchAnalysisLimit);
+    const QString runId = batch.runId();
+    int earlierSlices = 0; // files of the batches before this one
+    QObject::connect(&batch, &BatchRenameViewModel::itemChanged, &batch, [&](int row) {
+        reporter.item(batch.items().at(row));
+        const int total = int(files.size());
+        if (batch.isConfirmingRenames())
+            reporter.progress(QStringLiteral("renaming %1/%2").arg(reporter.done()).arg(total));
+        else
+            reporter.progress(QStringLiteral("analysing %1/%2").arg(earlierSlices + batch.processedCount()).arg(total));
+    });
+    bool interrupted = false;
+    TerminationSignals termination;
+    if (termination.install()) {
+        QObject::connect(&termination, &TerminationSignals::terminationRequested, &batch, [&] {
+            interrupted = true;
+            batch.stopAnalysis();
+        });
+    }
+    // Each chunk is renamed as soon as it lands, so a long run has renamed
+    // most of its files by the time it ends, and an interruption keeps them.
+    if (!dryRun) {
+        QObject::connect(&batch, &BatchRenameViewModel::chunkAnalyzed, &batch, [&] {
+            if (!interrupted && !batch.isConfirmingRenames())
+                batch.renameAll();
+        });
+    }
+
+    CoreLog::Held held;
+    const auto run = [&]() -> QCoro::Task<> {
+        for (qsizetype start = 0; start < files.size() && !interrupted; start += limit) {
+            batch.clearBatch();
+            batch.setRunId(runId);
+            const QStringList slice = files.mid(start, limit);
+            reporter.addTotal(int(slice.size()));
+            batch.addFiles(slice, BatchRenameViewModel::DropSource::Picker);
+            auto idle = batch.untilIdle();
+            co_await idle;
+            while (batch.isConfirmingRenames())
+                co_await qCoro(&batch, &BatchRenameViewModel::renameAllFinished);
+            if (!dryRun && !interrupted) {
+                auto renaming = batch.renameAll();
+                co_await renaming;
+            }
+            for (const BatchRenameItem &item : batch.items())
+                reporter.item(item);
+            earlierSlices += int(slice.size());
+        }
+    };
+    QCoro::waitFor(run());
+    if (reporter.failed() > 0)
+        held.failureReported();
+    reporter.summary(interrupted);
+    if (interrupted)
+        return ExitStatus::Interrupted;
+    return reporter.failed() > 0 ? ExitStatus::ItemFailed : ExitStatus::Success;
 }
 
 } // namespace Nomly

@@ -15,6 +15,8 @@ struct ExtractionOptions
     bool iWorkOnlinePreviewsEnabled = false;
     QStringList imageExtensions;
     QStringList designExtensions;
+
+    bool operator==(const ExtractionOptions &) const = default;
 };
 
 // Turns one path into what the AI is sent: text read on this machine, a

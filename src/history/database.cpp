@@ -436,6 +436,49 @@ Result<> Database::withdrawPendingProcessedFile(qint64 id)
     return executeWrite(m_connection, "DELETE FROM processed_files WHERE id = ? AND pending = 1", id);
 }
 
+Result<QList<qint64>> Database::insertPendingProcessedFiles(const QList<ProcessedFile> &records)
+{
+    QMutexLocker locker(&m_mutex);
+    const auto owner = ProcessMark::current();
+    return inWriteTransaction(m_connection, [&]() -> Result<QList<qint64>> {
+        QList<qint64> ids;
+        ids.reserve(records.size());
+        for (const ProcessedFile &record : records) {
+            const Result<qint64> id = insertRow(m_connection, record, owner);
+            if (!id)
+                return id.failure();
+            ids.append(id.value());
+        }
+        return ids;
+    });
+}
+
+Result<> Database::confirmProcessedFiles(const QList<qint64> &ids)
+{
+    QMutexLocker locker(&m_mutex);
+    return inWriteTransaction(m_connection, [&]() -> Result<> {
+        for (const qint64 id : ids) {
+            if (Result<> confirmed = confirmRow(m_connection, id); !confirmed)
+                return confirmed;
+        }
+        return {};
+    });
+}
+
+Result<> Database::withdrawPendingProcessedFiles(const QList<qint64> &ids)
+{
+    QMutexLocker locker(&m_mutex);
+    return inWriteTransaction(m_connection, [&]() -> Result<> {
+        for (const qint64 id : ids) {
+            if (Result<> withdrawn
+                = executeWrite(m_connection, "DELETE FROM processed_files WHERE id = ? AND pending = 1", id);
+                !withdrawn)
+                return withdrawn;
+        }
+        return {};
+    });
+}
+
 Result<int> Database::reconcilePendingProcessedFiles()
 {
     QMutexLocker locker(&m_mutex);

@@ -67,6 +67,11 @@ public:
     Result<qint64> insertPendingProcessedFile(const ProcessedFile &record);
     Result<> confirmProcessedFile(qint64 id);
     Result<> withdrawPendingProcessedFile(qint64 id);
+    // The same for a group of files, each step one transaction for the whole
+    // group: all pending records or none, all confirmations or none.
+    Result<QList<qint64>> insertPendingProcessedFiles(const QList<ProcessedFile> &records);
+    Result<> confirmProcessedFiles(const QList<qint64> &ids);
+    Result<> withdrawPendingProcessedFiles(const QList<qint64> &ids);
     // How many were settled.
     Result<int> reconcilePendingProcessedFiles();
     Result<QList<ProcessedFile>> fetchActiveProcessedFiles(int limit,

@@ -80,28 +80,44 @@ QString FileRenamer::applyPattern(const PatternRenderInput &input)
     return name;
 }
 
+QString FileRenamer::extensionOf(const QString &path)
+{
+    const QFileInfo file(path);
+    // A dot file such as ".bashrc" is all name and no extension.
+    return file.completeBaseName().isEmpty() ? QString() : file.suffix();
+}
+
 QString FileRenamer::destination(const QString &sourcePath, PatternRenderInput input)
 {
     const QFileInfo source(sourcePath);
-    // A dot file such as ".bashrc" is all name and no extension.
-    const QString extension = source.completeBaseName().isEmpty() ? QString() : source.suffix();
+    const QString extension = extensionOf(sourcePath);
     input.originalName = extension.isEmpty() ? source.fileName() : source.completeBaseName();
     input.metadata.fileExtensionOriginal = extension;
     input.metadata.fileExtension = extension.toLower();
     input.kind = BuiltInExtensions::kindForFile(input.metadata);
+    return freeDestination(source.absolutePath(), applyPattern(input), extension, source.absoluteFilePath());
+}
 
-    const QString base = applyPattern(input);
-    const QDir folder = source.absoluteDir();
-    const QString sourceAbsolute = source.absoluteFilePath();
-
+QString FileRenamer::freeDestination(const QString &folderPath,
+                                     const QString &base,
+                                     const QString &extension,
+                                     const QString &ownPath,
+                                     const std::function<bool(const QString &candidate)> &isReserved)
+{
+    const QDir folder(folderPath);
     const qsizetype maxBytes = maxNameBytes(folder);
+    const auto isFree = [&](const QString &candidate) {
+        if (isReserved && isReserved(candidate))
+            return false;
+        return candidate == ownPath || !isOccupied(candidate);
+    };
 
     const QString candidate = folder.filePath(fileName(base, {}, extension, maxBytes));
-    if (candidate == sourceAbsolute || !isOccupied(candidate))
+    if (isFree(candidate))
         return candidate;
     for (int n = 1; n <= MaxNumberedSuffix; ++n) {
         const QString numbered = folder.filePath(fileName(base, u'_' + QString::number(n), extension, maxBytes));
-        if (numbered == sourceAbsolute || !isOccupied(numbered))
+        if (isFree(numbered))
             return numbered;
     }
     const QString random = QUuid::createUuid().toString(QUuid::WithoutBraces).left(8).toUpper();

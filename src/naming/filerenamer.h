@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <functional>
 
 #include "naming/patternrenderinput.h"
 
@@ -25,6 +26,21 @@ public:
     // `input.originalName`, `kind` and the extension fields are filled from the
     // source path.
     static QString destination(const QString &sourcePath, PatternRenderInput input);
+
+    // A free path in `folder` for `base` and `extension` (none when empty),
+    // by the same rules: the plain name, "_1" to "_1000", then eight random
+    // characters; the base shortened to what the file system allows. The
+    // file's own path counts as free; a candidate `isReserved` claims does
+    // not, for files of one run that must not take each other's names.
+    static QString freeDestination(const QString &folder,
+                                   const QString &base,
+                                   const QString &extension,
+                                   const QString &ownPath,
+                                   const std::function<bool(const QString &candidate)> &isReserved = {});
+
+    // The extension a file keeps on renaming: none for a dot file such as
+    // ".bashrc".
+    static QString extensionOf(const QString &path);
 };
 
 } // namespace Nomly

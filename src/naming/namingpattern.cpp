@@ -2,6 +2,7 @@
 
 #include <QRegularExpression>
 #include <QSet>
+#include <algorithm>
 
 #include "naming/fieldcatalogue.h"
 
@@ -235,6 +236,15 @@ bool isLocallyResolvable(const NamingPatternField &field)
         return isLocallyReadFieldName(name);
     }
     return false;
+}
+
+bool isMetadataOnlyPattern(const QString &pattern)
+{
+    const QList<PatternToken> tokens = scanPatternTokens(pattern);
+    return std::all_of(tokens.cbegin(), tokens.cend(), [](const PatternToken &token) {
+        const NamingPatternField *field = fieldForToken(token.text);
+        return field && isLocallyResolvable(*field);
+    });
 }
 
 } // namespace Nomly

@@ -68,4 +68,9 @@ bool isLocallyReadFieldName(const QString &normalizedName);
 
 bool isLocallyResolvable(const NamingPatternField &field);
 
+// Whether every token of the pattern is filled without the AI: the clock, the
+// file's own facts and what the local readers find. A title, a field the AI
+// has to fill or a token the catalogue does not know makes it false.
+bool isMetadataOnlyPattern(const QString &pattern);
+
 } // namespace Nomly

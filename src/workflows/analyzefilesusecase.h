@@ -3,27 +3,18 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <optional>
 
 #include <qcoro/qcorotask.h>
 
 #include "ai/analyzebatchoptions.h"
-#include "ai/imageanalysis.h"
 #include "content/fileextractionservice.h"
+#include "workflows/chunkanalyzer.h"
 
 namespace Nomly {
 
 class AIService;
-
-// One file's outcome: its analysis, or the text that says why there is none.
-struct FileAnalysisOutcome
-{
-    QString path;
-    std::optional<ImageAnalysis> analysis; // present and not failed on success
-    QString error;
-
-    bool succeeded() const { return analysis && !analysis->isFailed(); }
-};
 
 struct AnalyzeFilesResult
 {
@@ -33,20 +24,29 @@ struct AnalyzeFilesResult
     std::optional<QString> effectiveProvider;
 };
 
-// From paths to analyses: extraction at a bounded width, then the AI in
-// chunks (so a thousand files never sit in memory as previews at once), then
-// the naming fields the local rules find in the file's text where the AI left
-// them out. Every failure stays with its file; nothing is renamed here.
+// From a list of paths to analyses, chunk after chunk (so a thousand files
+// never sit in memory as previews at once), the next chunk prepared while
+// one is out. Every failure stays with its file; nothing is renamed here.
 class AnalyzeFilesUseCase final
 {
 public:
     static constexpr int DefaultChunkSize = 10;
+    // The local route takes a few files per call: one model handles them in
+    // turn.
+    static constexpr int LocalChunkSize = 5;
+
+    // Called with each chunk's outcomes as soon as they land.
+    using ChunkDone = std::function<void(const ChunkAnalysis &chunk)>;
 
     AnalyzeFilesUseCase(AIService &service, ExtractionOptions extraction);
 
+    // Floored at 1; the local route never takes more than LocalChunkSize.
     void setChunkSize(int size) { m_chunkSize = size; }
 
-    QCoro::Task<AnalyzeFilesResult> analyze(QStringList paths, AnalyzeBatchOptions options);
+    QCoro::Task<AnalyzeFilesResult> analyze(QStringList paths, AnalyzeBatchOptions options, ChunkDone chunkDone = {});
+
+    // The chunk size a route takes, from the configured one.
+    static int chunkSizeFor(int configured, bool local);
 
 private:
     AIService &m_service;

@@ -18,6 +18,7 @@
 #include "platform/filemover.h"
 #include "platform/logcategories.h"
 #include "workflows/analysisrenderinput.h"
+#include "workflows/journaledrename.h"
 
 namespace Nomly {
 
@@ -25,19 +26,6 @@ namespace {
 
 // Names taken by other programs between choosing and moving, in a row.
 constexpr int MaxNameAttempts = 8;
-
-// Each write stands alone and none may stop the rename: a file system
-// without attributes refuses them all, and the record is stored regardless.
-void writeMetadata(const QString &path, const ImageAnalysis &analysis, const EffectiveAnalysisSettings &settings)
-{
-    if (settings.addFinderTags && !analysis.tags.isEmpty())
-        (void)MetadataService::writeTags(path, analysis.tags);
-    if (settings.addSpotlightMetadata) {
-        if (!analysis.description.isEmpty())
-            (void)MetadataService::writeComment(path, analysis.description);
-        (void)MetadataService::writeAttribute(path, QStringLiteral("title"), analysis.title.value_or(QString()));
-    }
-}
 
 } // namespace
 
@@ -159,7 +147,7 @@ Result<ProcessedFile> ProcessAnalyzedFileUseCase::execute(const QString &path,
             return unrecordedMove(record, moves, confirmed.failure());
 
         m_undoIgnore.ignorePath(destination, true);
-        writeMetadata(destination, analysis, settings);
+        writeAnalysisMetadata(destination, analysis, settings.addFinderTags, settings.addSpotlightMetadata);
         return record;
     }
     return Failure {

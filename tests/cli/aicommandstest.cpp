@@ -8,9 +8,11 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
+#include <csignal>
 #include <memory>
 
 #include "cliprocess.h"
@@ -185,7 +187,7 @@ private slots:
         QCOMPARE(nomly({ u"consent"_s, u"--agree"_s }).exitCode, 0);
         const CliRun run = nomly({ u"rename"_s, u"invoice.pdf"_s });
         QVERIFY2(run.exitCode == 0, qPrintable(run.err + run.out));
-        QCOMPARE(run.out.trimmed(), u"invoice.pdf -> Acme Invoice 2041.pdf"_s);
+        QCOMPARE(run.out.trimmed(), u"invoice.pdf -> Acme Invoice 2041.pdf\nRenamed 1 of 1 files."_s);
         QCOMPARE(fileNames(m_dir->filePath(u"files"_s)), QStringList { u"Acme Invoice 2041.pdf"_s });
 
         QCOMPARE(openai.received.size(), 1);
@@ -201,6 +203,111 @@ private slots:
         QVERIFY(history.out.contains(u"Acme Invoice 2041.pdf"_s));
         QCOMPARE(nomly({ u"undo"_s, u"--last"_s }).exitCode, 0);
         QCOMPARE(fileNames(m_dir->filePath(u"files"_s)), QStringList { u"invoice.pdf"_s });
+    }
+
+    void renameTakesFolders_data()
+    {
+        QTest::addColumn<bool>("dryRun");
+        QTest::addColumn<QStringList>("folder");
+        QTest::addColumn<QStringList>("subfolder");
+
+        QTest::newRow("renames")
+            << false << QStringList { u".hidden.txt"_s, u"Field Notes.txt"_s, u"Field Notes_1.txt"_s, u"d.xyz"_s }
+            << QStringList { u"Field Notes.txt"_s };
+        QTest::newRow("dry-run-moves-nothing")
+            << true << QStringList { u".hidden.txt"_s, u"a.txt"_s, u"b.txt"_s, u"d.xyz"_s }
+            << QStringList { u"c.txt"_s };
+    }
+
+    // A folder's supported files, its subfolders' too, hidden ones left out;
+    // two files given one name in one folder get it and its first suffix.
+    void renameTakesFolders()
+    {
+        QFETCH(bool, dryRun);
+        QFETCH(QStringList, folder);
+        QFETCH(QStringList, subfolder);
+
+        OllamaPeer ollama;
+        ollama.answerAlways(OllamaPeer::reply(answerJson(u"Field Notes"_s)));
+        QVERIFY(nomly({ u"config"_s, u"set"_s, u"localAIEndpoint"_s, ollama.endpoint() }).exitCode == 0);
+        QCOMPARE(nomly({ u"consent"_s, u"--agree"_s }).exitCode, 0);
+        QVERIFY(QDir(m_dir->filePath(u"files"_s)).mkpath(u"batch/sub"_s));
+        for (const QString &name : { u"batch/a.txt"_s, u"batch/b.txt"_s, u"batch/sub/c.txt"_s, u"batch/.hidden.txt"_s })
+            writeFile(name, "Notes from the field trip to the northern coast, day " + name.toUtf8());
+        writeFile(u"batch/d.xyz"_s, "not a kind anything reads");
+
+        QStringList arguments { u"rename"_s, u"--mode"_s, u"local"_s, u"batch"_s };
+        if (dryRun)
+            arguments.insert(1, u"--dry-run"_s);
+        const CliRun run = nomly(arguments);
+        QVERIFY2(run.exitCode == 0, qPrintable(run.err + run.out));
+        QVERIFY2(run.out.contains(u"a.txt -> Field Notes.txt"_s), qPrintable(run.out));
+        QVERIFY2(run.out.contains(dryRun ? u"Proposed names for 3 of 3 files; nothing was moved."_s
+                                         : u"Renamed 3 of 3 files."_s),
+                 qPrintable(run.out));
+        QCOMPARE(ollama.received.size(), 3);
+        const QDir batch(m_dir->filePath(u"files/batch"_s));
+        QCOMPARE(batch.entryList(QDir::Files | QDir::Hidden, QDir::Name), folder);
+        QCOMPARE(QDir(batch.filePath(u"sub"_s)).entryList(QDir::Files, QDir::Name), subfolder);
+        const QJsonArray history = QJsonDocument::fromJson(nomly({ u"history"_s, u"--json"_s }).out.toUtf8()).array();
+        QCOMPARE(history.size(), dryRun ? 0 : 3);
+    }
+
+    // A pattern of the file's own facts names files with no AI call.
+    void metadataOnlyPatternAsksNoAI()
+    {
+        OllamaPeer ollama;
+        ollama.answerAlways(OllamaPeer::reply(answerJson(u"Never Asked"_s)));
+        QVERIFY(nomly({ u"config"_s, u"set"_s, u"localAIEndpoint"_s, ollama.endpoint() }).exitCode == 0);
+        QCOMPARE(nomly({ u"consent"_s, u"--agree"_s }).exitCode, 0);
+        writeFile(u"minutes.txt"_s, "Minutes of the planning meeting.");
+
+        const CliRun run
+            = nomly({ u"rename"_s, u"--mode"_s, u"local"_s, u"--pattern"_s, u"{original} copy"_s, u"minutes.txt"_s });
+        QVERIFY2(run.exitCode == 0, qPrintable(run.err + run.out));
+        QVERIFY(ollama.received.isEmpty());
+        QCOMPARE(fileNames(m_dir->filePath(u"files"_s)), QStringList { u"minutes copy.txt"_s });
+        const QJsonArray history = QJsonDocument::fromJson(nomly({ u"history"_s, u"--json"_s }).out.toUtf8()).array();
+        QCOMPARE(history.size(), 1);
+        QCOMPARE(history.first()[u"aiProvider"_s].toString(), u"file-metadata"_s);
+    }
+
+    // Ctrl-C lets the files in flight finish and asks nothing more: what was
+    // renamed stays renamed and recorded, and undo brings every name back.
+    void interruptKeepsWhatWasRenamed()
+    {
+        OllamaPeer ollama;
+        ollama.answerAlways(OllamaPeer::reply(answerJson(u"Harbour Survey"_s), std::chrono::milliseconds(300)));
+        QVERIFY(nomly({ u"config"_s, u"set"_s, u"localAIEndpoint"_s, ollama.endpoint() }).exitCode == 0);
+        QCOMPARE(nomly({ u"consent"_s, u"--agree"_s }).exitCode, 0);
+        QStringList names;
+        for (int i = 0; i < 20; ++i) {
+            names.append(u"survey%1.txt"_s.arg(i, 2, 10, QLatin1Char('0')));
+            writeFile(names.last(), "Survey of the harbour walls, section " + QByteArray::number(i));
+        }
+
+        QProcess rename;
+        rename.setProcessEnvironment(m_environment);
+        rename.setWorkingDirectory(m_dir->filePath(u"files"_s));
+        rename.start(QStringLiteral(NOMLY_BINARY), QStringList { u"rename"_s, u"--mode"_s, u"local"_s } + names);
+        QVERIFY(rename.waitForStarted());
+        QByteArray out;
+        QTRY_VERIFY_WITH_TIMEOUT((out += rename.readAllStandardOutput()).contains(" -> "), 60000);
+        ::kill(pid_t(rename.processId()), SIGINT);
+        QTRY_VERIFY_WITH_TIMEOUT(rename.state() == QProcess::NotRunning, 60000);
+        out += rename.readAllStandardOutput();
+        QCOMPARE(rename.exitCode(), 130);
+        QVERIFY2(out.contains("Interrupted."), out.constData());
+
+        const QStringList after = fileNames(m_dir->filePath(u"files"_s));
+        const qsizetype renamed = std::count_if(
+            after.cbegin(), after.cend(), [](const QString &name) { return name.startsWith(u"Harbour Survey"_s); });
+        QVERIFY2(renamed >= 5 && renamed < 20, qPrintable(after.join(u", "_s)));
+        const QJsonArray history = QJsonDocument::fromJson(nomly({ u"history"_s, u"--json"_s }).out.toUtf8()).array();
+        QCOMPARE(history.size(), renamed);
+
+        QCOMPARE(nomly({ u"undo"_s, u"--all"_s }).exitCode, 0);
+        QCOMPARE(fileNames(m_dir->filePath(u"files"_s)), names);
     }
 
     void providerFailureLeavesEveryFileAlone_data()
