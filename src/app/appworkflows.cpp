@@ -3,6 +3,7 @@
 #include "ai/remoteconfigservice.h"
 #include "app/consentstate.h"
 #include "app/settingsviewmodel.h"
+#include "workflows/batchoptions.h"
 
 namespace Nomly {
 
@@ -14,6 +15,7 @@ AppWorkflows::AppWorkflows(SettingsViewModel &state,
     , m_defaults(defaults)
     , m_activity(database, undoIgnore)
     , m_processAnalyzedFile(database, undoIgnore)
+    , m_batchRename(database, undoIgnore)
 {
     m_processAnalyzedFile.setDependencies({
         [this](const QString &path, ProcessedFileSource source) { return m_state.effectiveAnalysisFor(path, source); },
@@ -29,6 +31,27 @@ QCoro::Task<FileProcessingResult> AppWorkflows::processAnalyzedFile(QString path
 {
     return m_processAnalyzedFile.processAnalyzedFile(
         std::move(path), std::move(analysis), std::move(contentHash), source, std::move(aiProvider));
+}
+
+ExtractionOptions AppWorkflows::extractionOptions() const
+{
+    return extractionOptionsFor(RemoteConfigService::cachedConfig(m_defaults), m_state.settings());
+}
+
+void AppWorkflows::setBatchRenameServices(BatchRenameServices services)
+{
+    BatchRenameViewModel::Dependencies dependencies;
+    dependencies.settingsProvider = [this] { return m_state.settings(); };
+    dependencies.effectiveAnalysisForBatch = [this] { return m_state.effectiveAnalysisForBatch(); };
+    dependencies.hasAIDataConsent = [this] { return m_state.consent().aiDataConsentGranted(); };
+    dependencies.remoteConfig = [this] { return RemoteConfigService::cachedConfig(m_defaults); };
+    dependencies.extractionOptions = [this] { return extractionOptions(); };
+    dependencies.aiService = std::move(services.aiService);
+    dependencies.addActivityFile = [this](const ProcessedFile &record) { m_activity.addActivityFile(record); };
+    dependencies.requestConsentReview = std::move(services.requestConsentReview);
+    dependencies.onNoSupportedFilesFound = std::move(services.onNoSupportedFilesFound);
+    dependencies.notify = std::move(services.notify);
+    m_batchRename.setDependencies(std::move(dependencies));
 }
 
 void AppWorkflows::setQuickRenameServices(QuickRenameServices services)
@@ -48,15 +71,7 @@ void AppWorkflows::setQuickRenameServices(QuickRenameServices services)
     dependencies.hotkeyService = std::move(services.hotkeyService);
     dependencies.aiService = std::move(services.aiService);
     dependencies.notify = std::move(services.notify);
-    dependencies.extractionOptions = [this] {
-        const RemoteConfig remote = RemoteConfigService::cachedConfig(m_defaults);
-        ExtractionOptions options;
-        options.pdfTextExtractionEnabled = remote.pdfTextExtractionEnabled;
-        options.iWorkOnlinePreviewsEnabled = m_state.settings().iWorkOnlinePreviewsEnabled;
-        options.imageExtensions = remote.imageExtensions;
-        options.designExtensions = remote.designExtensions;
-        return options;
-    };
+    dependencies.extractionOptions = [this] { return extractionOptions(); };
     dependencies.supportedExtensions
         = [this] { return RemoteConfigService::cachedConfig(m_defaults).supportedExtensions(); };
     m_hotkey.setDependencies(std::move(dependencies));

@@ -10,6 +10,7 @@
 #include "app/hotkeyviewmodel.h"
 #include "history/activityviewmodel.h"
 #include "history/processedfile.h"
+#include "workflows/batchrenameviewmodel.h"
 #include "workflows/fileprocessingresult.h"
 #include "workflows/processanalyzedfileusecase.h"
 
@@ -37,6 +38,8 @@ public:
 
     HotkeyViewModel &hotkey() { return m_hotkey; }
 
+    BatchRenameViewModel &batchRename() { return m_batchRename; }
+
     // Renames a file the AI has analysed, with the settings its source calls
     // for: a watched file its folder's, a batch its template's, the rest the
     // global ones.
@@ -59,12 +62,28 @@ public:
 
     void setQuickRenameServices(QuickRenameServices services);
 
+    // What AI Rename needs from the face that shows it: the analysis
+    // service, how the end of an analysis is told, and what happens when
+    // consent is missing or a drop held nothing to name.
+    struct BatchRenameServices
+    {
+        std::function<AIService *(QString *error)> aiService;
+        std::function<void(const QString &title, const QString &body)> notify;
+        std::function<void(BatchRenameViewModel::DropSource)> requestConsentReview;
+        std::function<void(BatchRenameViewModel::DropSource, int skippedCount)> onNoSupportedFilesFound;
+    };
+
+    void setBatchRenameServices(BatchRenameServices services);
+
 private:
+    ExtractionOptions extractionOptions() const;
+
     SettingsViewModel &m_state;
     UserDefaults &m_defaults;
     ActivityViewModel m_activity;
     ProcessAnalyzedFileUseCase m_processAnalyzedFile;
     HotkeyViewModel m_hotkey;
+    BatchRenameViewModel m_batchRename;
 };
 
 } // namespace Nomly

@@ -5,15 +5,14 @@
 
 #include "ai/aimessagelocalizer.h"
 #include "ai/aiservice.h"
-#include "ai/analyzeinputpreparationservice.h"
 #include "app/hotkeyservice.h"
 #include "content/extensiontables.h"
 #include "platform/canonicalpath.h"
 #include "platform/logcategories.h"
 #include "platform/symboliclink.h"
 #include "settings/effectiveanalysissettings.h"
+#include "workflows/analyzefilesusecase.h"
 #include "workflows/batchoptions.h"
-#include "workflows/localfieldcompletion.h"
 
 namespace Nomly {
 
@@ -124,53 +123,33 @@ QCoro::Task<QuickRenameOutcome> HotkeyViewModel::processFiles(QStringList paths,
             break;
         }
 
-        AnalyzeInputPreparationService::Options preparation;
-        preparation.extraction = dependencies.extractionOptions();
-        preparation.resolveSymlinks = false;
-        auto preparing = AnalyzeInputPreparationService::prepare(files, preparation);
-        const PreparedAnalyzeInputs prepared = co_await preparing;
-        if (!self)
-            co_return QuickRenameOutcome {};
-        outcome.failed = int(prepared.failures.size());
-        if (!prepared.failures.isEmpty())
-            lastError = prepared.failures.last();
-        if (prepared.inputs.isEmpty())
-            break;
-
+        // Every selected file is analysed in chunks, the next chunk prepared
+        // while one is out, as AI Rename does.
         const Settings settings = dependencies.settingsProvider();
         const EffectiveAnalysisSettings effective = resolveEffectiveAnalysisSettings(settings, {}, {});
         const AnalyzeBatchOptions options = batchOptionsFor(settings, effective);
-        auto analysing = service->analyzeBatch(prepared.inputs, options);
-        const Result<AIAnalyzeBatchResult, AIServiceError> batch = co_await analysing;
+        AnalyzeFilesUseCase analysis(*service, dependencies.extractionOptions());
+        auto analysing = analysis.analyze(files, options);
+        const AnalyzeFilesResult analysed = co_await analysing;
         if (!self)
             co_return QuickRenameOutcome {};
-        if (!batch) {
-            qCCritical(lcAI).noquote() << logWord(trigger) << "processing error:" << batch.error();
-            lastError = localizedAIMessage(batch.error());
-            outcome.failed += int(prepared.inputs.size());
-            break;
-        }
 
         QString provider;
         if (options.usesLocalAI())
             provider = QStringLiteral("ollama:") + options.localAIModel;
         else
-            provider = batch.value().effectiveProvider.value_or(rawValue(settings.aiProvider));
+            provider = analysed.effectiveProvider.value_or(rawValue(settings.aiProvider));
 
-        for (qsizetype i = 0; i < prepared.inputs.size(); ++i) {
-            const std::optional<ImageAnalysis> &analysis = batch.value().analyses.value(i);
-            if (!analysis || analysis->isFailed()) {
+        for (const FileAnalysisOutcome &file : analysed.files) {
+            if (!file.succeeded()) {
                 ++outcome.failed;
-                lastError = localizedAIMessage(analysis ? analysis->error.value_or(QStringLiteral("No analysis result"))
-                                                        : QStringLiteral("No analysis result"));
+                lastError = file.error;
+                qCCritical(lcAI).noquote() << logWord(trigger) << "processing error:" << file.error;
                 continue;
             }
-            const QString &path = prepared.analyzedPaths.at(i);
-            auto renaming = dependencies.processAnalyzedFile(path,
-                                                             withLocalFields(*analysis, prepared.inputs.at(i), path),
-                                                             std::nullopt,
-                                                             sourceOf(trigger),
-                                                             provider);
+            const QString &path = file.path;
+            auto renaming
+                = dependencies.processAnalyzedFile(path, *file.analysis, file.contentHash, sourceOf(trigger), provider);
             const FileProcessingResult result = co_await renaming;
             if (!self)
                 co_return QuickRenameOutcome {};

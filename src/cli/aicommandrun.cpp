@@ -110,11 +110,7 @@ std::optional<AnalyzeFilesResult> runAnalysis(CliProfile &profile,
         return std::nullopt;
     }
     const RemoteConfig remote = RemoteConfigService::cachedConfig(profile.userDefaults());
-    ExtractionOptions extraction;
-    extraction.pdfTextExtractionEnabled = remote.pdfTextExtractionEnabled;
-    extraction.iWorkOnlinePreviewsEnabled = profile.settings().iWorkOnlinePreviewsEnabled;
-    extraction.imageExtensions = remote.imageExtensions;
-    extraction.designExtensions = remote.designExtensions;
+    const ExtractionOptions extraction = extractionOptionsFor(remote, profile.settings());
     if (const SecretStores *stores = route.value()->secretStores())
         profile.tellWhereKeysAreKept(*stores);
     AnalyzeFilesUseCase useCase(route.value()->service(), extraction);

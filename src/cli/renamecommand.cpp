@@ -24,6 +24,7 @@
 #include "cli/writeoptions.h"
 #include "platform/terminationsignals.h"
 #include "workflows/batchdropsummary.h"
+#include "workflows/batchoptions.h"
 #include "workflows/batchrenameviewmodel.h"
 
 namespace Nomly {
@@ -262,14 +263,7 @@ ExitStatus runRenameCommand(const QStringList &arguments)
     dependencies.batchOptions = [&options](const EffectiveAnalysisSettings &) { return *options; };
     dependencies.hasAIDataConsent = [] { return true; };
     dependencies.remoteConfig = [&remote] { return remote; };
-    dependencies.extractionOptions = [&remote, &profile] {
-        ExtractionOptions extraction;
-        extraction.pdfTextExtractionEnabled = remote.pdfTextExtractionEnabled;
-        extraction.iWorkOnlinePreviewsEnabled = profile->settings().iWorkOnlinePreviewsEnabled;
-        extraction.imageExtensions = remote.imageExtensions;
-        extraction.designExtensions = remote.designExtensions;
-        return extraction;
-    };
+    dependencies.extractionOptions = [&remote, &profile] { return extractionOptionsFor(remote, profile->settings()); };
     dependencies.aiService = [&route, &profile, &options](QString *why) -> AIService * {
         if (!route) {
             Result<std::unique_ptr<AIRoute>> opened = AIRoute::open(profile->userDefaults(), !options->usesLocalAI());

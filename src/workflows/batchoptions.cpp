@@ -27,4 +27,14 @@ AnalyzeBatchOptions batchOptionsFor(const Settings &settings, const EffectiveAna
     return options;
 }
 
+ExtractionOptions extractionOptionsFor(const RemoteConfig &remote, const Settings &settings)
+{
+    ExtractionOptions options;
+    options.pdfTextExtractionEnabled = remote.pdfTextExtractionEnabled;
+    options.iWorkOnlinePreviewsEnabled = settings.iWorkOnlinePreviewsEnabled;
+    options.imageExtensions = remote.imageExtensions;
+    options.designExtensions = remote.designExtensions;
+    return options;
+}
+
 } // namespace Nomly

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "ai/analyzebatchoptions.h"
+#include "ai/remoteconfig.h"
+#include "content/fileextractionservice.h"
 #include "settings/effectiveanalysissettings.h"
 #include "settings/settings.h"
 
@@ -10,5 +12,9 @@ namespace Nomly {
 // the global record; the language, prompts and fields of the effective
 // settings; a description and tags only where they will be written.
 AnalyzeBatchOptions batchOptionsFor(const Settings &settings, const EffectiveAnalysisSettings &effective);
+
+// How files are read for the AI: the operator's switches and kinds of file,
+// and the user's choice on online previews.
+ExtractionOptions extractionOptionsFor(const RemoteConfig &remote, const Settings &settings);
 
 } // namespace Nomly
