@@ -19,6 +19,7 @@
 #include "workflows/batchoptions.h"
 #include "workflows/chunkanalyzer.h"
 #include "workflows/journaledrename.h"
+#include "workflows/regeneraterequest.h"
 
 namespace Nomly {
 
@@ -524,6 +525,141 @@ AnalyzeBatchOptions BatchRenameViewModel::batchOptions(const EffectiveAnalysisSe
     if (m_dependencies->batchOptions)
         return m_dependencies->batchOptions(effective);
     return batchOptionsFor(m_dependencies->settingsProvider(), effective);
+}
+
+bool BatchRenameViewModel::canRetryFailure(const QUuid &id) const
+{
+    const int row = indexOf(id);
+    return row >= 0 && BatchAnalysisIssues::canRetryFailure(m_items.at(row));
+}
+
+void BatchRenameViewModel::retry(const QUuid &id)
+{
+    if (canRetryFailure(id))
+        regenerate(id);
+}
+
+QList<BatchAnalysisIssueSummary> BatchRenameViewModel::issueSummaries() const
+{
+    return BatchAnalysisIssues::issueSummaries(m_items);
+}
+
+QString BatchRenameViewModel::statusText() const
+{
+    return BatchAnalysisIssues::statusText(processedCount(), totalCount(), issueSummaries());
+}
+
+QString BatchRenameViewModel::issueDetails() const
+{
+    return BatchAnalysisIssues::issueDetails(issueSummaries());
+}
+
+QCoro::Task<> BatchRenameViewModel::regenerate(QUuid id)
+{
+    if (!m_dependencies)
+        co_return;
+    if (!m_dependencies->hasAIDataConsent()) {
+        if (m_dependencies->requestConsentReview)
+            m_dependencies->requestConsentReview(DropSource::Window);
+        co_return;
+    }
+    const QPointer<BatchRenameViewModel> self(this);
+    const quint64 generation = m_generation;
+    // Each wait may end with the item gone or the batch cleared.
+    const auto rowAfterWait = [&] { return self && generation == m_generation ? indexOf(id) : -1; };
+    int row = indexOf(id);
+    if (row < 0 || m_items.at(row).status == BatchRenameStatus::Processing
+        || m_items.at(row).status == BatchRenameStatus::Renaming)
+        co_return;
+    const QString path = m_items.at(row).originalPath;
+
+    std::optional<QString> hash = m_items.at(row).contentHash;
+    if (!hash) {
+        auto hashing = QtConcurrent::run([path] { return FileHashService::hash(path); });
+        hash = co_await hashing;
+        if ((row = rowAfterWait()) < 0)
+            co_return;
+    }
+    BatchRenameItem &item = m_items[row];
+    QStringList rejected = item.rejectedSuggestedNames;
+    if (item.suggestedName)
+        rejected.append(*item.suggestedName);
+    if (item.analysis && item.analysis->title)
+        rejected.append(*item.analysis->title);
+    rejected = RegenerateRequest::normalizedNames(rejected);
+    item.status = BatchRenameStatus::Processing;
+    item.editedName.reset();
+    item.suggestedName.reset();
+    item.analysis.reset();
+    item.error.reset();
+    item.rejectedSuggestedNames = rejected;
+    item.contentHash = hash;
+    emit itemChanged(row);
+    emit stateChanged();
+
+    QString unavailable;
+    AIService *service = m_dependencies->aiService(&unavailable);
+    if (!service) {
+        fail(row, unavailable);
+        emit stateChanged();
+        co_return;
+    }
+    const EffectiveAnalysisSettings effective = m_dependencies->effectiveAnalysisForBatch();
+    ChunkAnalysisOptions options;
+    options.batch = batchOptions(effective);
+    options.batch.regenerate = true;
+    options.extraction = m_dependencies->extractionOptions();
+    const int promptMaxChars = m_dependencies->remoteConfig().promptMaxChars;
+    ChunkAnalyzer analyzer(*service);
+    for (int attempt = 1; attempt <= 2; ++attempt) {
+        options.batch.rejectedTitles = RegenerateRequest::rejectedTitles(rejected);
+        options.batch.renamePromptOverride
+            = RegenerateRequest::renamePrompt(effective.renamePromptOverride, rejected, promptMaxChars);
+        qCInfo(lcProcessing).noquote() << QStringLiteral("Regenerate attempt %1 for %2. Rejected suggestions: %3")
+                                              .arg(attempt)
+                                              .arg(QFileInfo(path).fileName(), rejected.join(QStringLiteral(" | ")));
+        auto analysing = analyzer.analyze({ path }, options);
+        const ChunkAnalysis analysed = co_await analysing;
+        if ((row = rowAfterWait()) < 0)
+            co_return;
+        const FileAnalysisOutcome outcome = analysed.files.value(0);
+        if (!outcome.succeeded()) {
+            fail(row, outcome.error.isEmpty() ? NoAnalysisResult : outcome.error);
+            emit stateChanged();
+            co_return;
+        }
+        const ImageAnalysis analysis = normalized(*outcome.analysis);
+        const QDateTime now = QDateTime::currentDateTime();
+        auto naming = QtConcurrent::run(
+            [path, analysis, effective, now] { return BatchNaming::suggestedName(path, analysis, effective, now); });
+        const QString suggestion = co_await naming;
+        if ((row = rowAfterWait()) < 0)
+            co_return;
+        if (suggestion.isEmpty()) {
+            fail(row, NoAnalysisResult);
+            emit stateChanged();
+            co_return;
+        }
+        const bool duplicate = RegenerateRequest::isDuplicate(suggestion, rejected);
+        if (duplicate)
+            rejected = RegenerateRequest::normalizedNames(rejected << suggestion);
+        if (duplicate && attempt == 1) {
+            qCInfo(lcProcessing).noquote() << QStringLiteral("Regenerate returned duplicate suggestion '%1' for %2, "
+                                                             "retrying once")
+                                                  .arg(suggestion, QFileInfo(path).fileName());
+            continue;
+        }
+        BatchRenameItem &answered = m_items[row];
+        answered.analysis = analysis;
+        answered.suggestedName = suggestion;
+        answered.aiProvider = BatchNaming::routeName(options.batch, analysed.effectiveProvider);
+        answered.rejectedSuggestedNames = rejected;
+        answered.status = BatchRenameStatus::Analyzed;
+        m_analyzedItemIds.insert(answered.id);
+        emit itemChanged(row);
+        emit stateChanged();
+        co_return;
+    }
 }
 
 void BatchRenameViewModel::setConfirming(bool confirming)

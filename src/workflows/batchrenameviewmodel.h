@@ -20,6 +20,7 @@
 #include "history/processedfile.h"
 #include "settings/effectiveanalysissettings.h"
 #include "settings/settings.h"
+#include "workflows/batchanalysisissues.h"
 #include "workflows/batchrenameitem.h"
 
 namespace Nomly {
@@ -118,6 +119,19 @@ public:
     void removeItem(const QUuid &id);
     // An empty name gives the suggestion back.
     void updateEditedName(const QUuid &id, const QString &name);
+
+    // Asks the AI again for one item, telling it the names turned down so
+    // far (the present suggestion among them); a suggestion that repeats
+    // one of them is asked for once more.
+    QCoro::Task<> regenerate(QUuid id);
+    // Regenerates a failed item whose failure a new call might cure.
+    void retry(const QUuid &id);
+    bool canRetryFailure(const QUuid &id) const;
+
+    // The failures counted in words, for the screen's summary.
+    QList<BatchAnalysisIssueSummary> issueSummaries() const;
+    QString statusText() const;
+    QString issueDetails() const;
 
     // Renames every analysed item that has a name, each to a destination
     // that no other item of the run takes. Everything it has to tell goes
