@@ -20,8 +20,9 @@ ExitStatus runRenameCommand(const QStringList &arguments)
     parser.setApplicationDescription(
         QStringLiteral("Ask the AI about files and rename each under the name your template builds from the "
                        "answer; tags and the description are written as metadata when the settings (or "
-                       "--write-tags, --write-comment) say so. Every rename is recorded: 'nomly undo --last' takes "
-                       "it back. A file already at the new name is never replaced.\n"
+                       "--write-tags, --write-comment) say so. Every rename is recorded as part of this command's "
+                       "run: 'nomly undo --last-run' takes them all back. A file already at the new name is never "
+                       "replaced.\n"
                        "Needs your agreement to AI data processing first ('nomly consent --agree'). Prints "
                        "'old -> new' per file; a file whose analysis failed is reported and left as it was."));
     const QCommandLineOption helpOption = parser.addHelpOption();
