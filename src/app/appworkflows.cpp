@@ -1,5 +1,7 @@
 #include "app/appworkflows.h"
 
+#include <QUuid>
+
 #include "ai/remoteconfigservice.h"
 #include "app/consentstate.h"
 #include "app/settingsviewmodel.h"
@@ -67,6 +69,8 @@ void AppWorkflows::setQuickRenameServices(QuickRenameServices services)
         return processAnalyzedFile(
             std::move(path), std::move(analysis), std::move(contentHash), source, std::move(aiProvider));
     };
+    dependencies.startRun
+        = [this] { m_processAnalyzedFile.setRunId(QUuid::createUuid().toString(QUuid::WithoutBraces)); };
     dependencies.requestConsentReview = std::move(services.requestConsentReview);
     dependencies.hotkeyService = std::move(services.hotkeyService);
     dependencies.aiService = std::move(services.aiService);

@@ -110,6 +110,8 @@ QCoro::Task<QuickRenameOutcome> HotkeyViewModel::processFiles(QStringList paths,
     }
 
     const QPointer<HotkeyViewModel> self(this);
+    if (dependencies.startRun)
+        dependencies.startRun();
     setProcessing(true);
     QuickRenameOutcome outcome;
     QString lastError;

@@ -55,6 +55,11 @@ public:
                                                         ProcessedFileSource source,
                                                         QString aiProvider)>
             processAnalyzedFile;
+        // Called once a quick rename has files to rename, before the first,
+        // so that its renames form one run of their own. A quick rename that
+        // begins while another is under way starts the next run, and the
+        // files the first renames after that join it.
+        std::function<void()> startRun;
         std::function<void(Trigger)> requestConsentReview;
         std::function<HotkeyService *()> hotkeyService;
         // The analysis service, built when first needed; null when it cannot

@@ -2,7 +2,9 @@
 
 #include <QCommandLineParser>
 #include <QDateTime>
+#include <QHash>
 #include <QJsonArray>
+#include <algorithm>
 
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
@@ -14,14 +16,69 @@ namespace Nomly {
 
 namespace {
 
+QString localTime(const QString &processedAt)
+{
+    return QDateTime::fromString(processedAt, Qt::ISODate).toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm"));
+}
+
 QString listLine(const ProcessedFile &record)
 {
-    const QString when = QDateTime::fromString(record.processedAt, Qt::ISODate)
-                             .toLocalTime()
-                             .toString(QStringLiteral("yyyy-MM-dd HH:mm"));
     return QStringLiteral("%1  %2  %3  %4 -> %5")
         .arg(record.id.value_or(0), 5)
-        .arg(when, rawValue(record.source), record.originalName, record.newName);
+        .arg(localTime(record.processedAt), rawValue(record.source), record.originalName, record.newName);
+}
+
+// The records of one run in the listing, newest first. A record without a run
+// is a run of its own, as `nomly undo --last-run` takes it.
+struct RunGroup
+{
+    QList<ProcessedFile> records;
+    qsizetype shown = 0;
+};
+
+// Runs in the order of their newest records; `records` is newest first.
+QList<RunGroup> groupedByRun(const QList<ProcessedFile> &records)
+{
+    QList<RunGroup> groups;
+    QHash<QString, qsizetype> groupOfRun;
+    for (const ProcessedFile &record : records) {
+        if (record.runId) {
+            if (const auto found = groupOfRun.constFind(*record.runId); found != groupOfRun.cend()) {
+                groups[*found].records.append(record);
+                continue;
+            }
+            groupOfRun.insert(*record.runId, groups.size());
+        }
+        groups.append(RunGroup { { record }, 0 });
+    }
+    return groups;
+}
+
+// When the run began, and how many files it renamed; a run that the limit
+// cuts says how many of them are listed.
+QString runHeader(const RunGroup &group)
+{
+    const qsizetype count = group.records.size();
+    const QString files = count == 1 ? QStringLiteral("1 file") : QStringLiteral("%1 files").arg(count);
+    const QString listed = group.shown < count ? QStringLiteral("%1 of ").arg(group.shown) : QString();
+    return QStringLiteral("run %1 · %2%3").arg(localTime(group.records.constLast().processedAt), listed, files);
+}
+
+// `records` is every active record, newest first, so that each run is whole
+// and its count true; `limit` bounds the record lines.
+void printByRun(const QList<ProcessedFile> &records, std::optional<int> limit)
+{
+    qsizetype left = limit.value_or(records.size());
+    QList<RunGroup> groups = groupedByRun(records);
+    for (RunGroup &group : groups) {
+        if (left == 0)
+            break;
+        group.shown = std::min(left, group.records.size());
+        left -= group.shown;
+        CliOutput::line(runHeader(group));
+        for (qsizetype i = 0; i < group.shown; ++i)
+            CliOutput::line(listLine(group.records.at(i)));
+    }
 }
 
 ExitStatus removeRecords(CliProfile &profile, const QStringList &arguments)
@@ -75,8 +132,10 @@ ExitStatus runHistoryCommand(const QStringList &arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        QStringLiteral("List the renames Nomly has made, newest first; undone ones are not shown. Each line reads: "
-                       "id, time, source, old name -> new name. 'nomly undo ID' takes a rename back.\n"
+        QStringLiteral("List the renames Nomly has made, newest first; undone ones are not shown. The renames of one "
+                       "run (a command, batch or quick rename) stand together under a line with its start and "
+                       "size. Each other line reads: id, time, source, old name -> new name. 'nomly undo ID' "
+                       "takes a rename back, 'nomly undo --last-run' the newest run.\n"
                        "--remove and --clear forget records without renaming any file back."));
     const QCommandLineOption helpOption = parser.addHelpOption();
     const QCommandLineOption jsonOption(QStringLiteral("json"), QStringLiteral("Print the records as a JSON array."));
@@ -119,13 +178,16 @@ ExitStatus runHistoryCommand(const QStringList &arguments)
     if (clearing)
         return clearRecords(*profile);
 
-    const auto records = limit ? profile->database().fetchActiveProcessedFiles(*limit, 0)
-                               : profile->database().fetchProcessedFiles(false);
+    // The listing reads every record, so that the runs the limit cuts still
+    // say their size.
+    const bool json = parser.isSet(jsonOption);
+    const auto records = limit && json ? profile->database().fetchActiveProcessedFiles(*limit, 0)
+                                       : profile->database().fetchProcessedFiles(false);
     if (!records) {
         CliOutput::error(records.error());
         return ExitStatus::ItemFailed;
     }
-    if (parser.isSet(jsonOption)) {
+    if (json) {
         QJsonArray array;
         for (const ProcessedFile &record : records.value())
             array.append(toJson(record));
@@ -133,8 +195,7 @@ ExitStatus runHistoryCommand(const QStringList &arguments)
     } else if (records.value().isEmpty()) {
         CliOutput::line(QStringLiteral("No activity yet"));
     } else {
-        for (const ProcessedFile &record : records.value())
-            CliOutput::line(listLine(record));
+        printByRun(records.value(), limit);
     }
     return ExitStatus::Success;
 }

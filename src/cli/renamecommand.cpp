@@ -1,8 +1,10 @@
 #include "cli/renamecommand.h"
 
 #include <QCommandLineParser>
+#include <QFile>
 #include <QFileInfo>
 #include <QJsonObject>
+#include <QSaveFile>
 #include <QSet>
 #include <climits>
 #include <cstdio>
@@ -22,9 +24,11 @@
 #include "cli/corelog.h"
 #include "cli/templateoptions.h"
 #include "cli/writeoptions.h"
+#include "history/filehashservice.h"
 #include "platform/terminationsignals.h"
 #include "workflows/batchdropsummary.h"
 #include "workflows/batchoptions.h"
+#include "workflows/batchrenameplan.h"
 #include "workflows/batchrenameviewmodel.h"
 
 namespace Nomly {
@@ -208,7 +212,17 @@ ExitStatus runRenameCommand(const QStringList &arguments)
     const QCommandLineOption jsonOption(QStringLiteral("json"),
                                         QStringLiteral("One JSON object per line for each file: file, status "
                                                        "(renamed, proposed or failed), newName, newPath, error."));
-    parser.addOptions({ dryRunOption, jsonOption });
+    const QCommandLineOption savePlanOption(
+        QStringLiteral("save-plan"),
+        QStringLiteral("Analyse, move nothing, and write the proposals to FILE as JSON (each file with its "
+                       "suggestedName, an editedName to fill in, the analysis and the content hash)."),
+        QStringLiteral("FILE"));
+    const QCommandLineOption planOption(
+        QStringLiteral("plan"),
+        QStringLiteral("Rename as a plan from --save-plan says, without asking the AI again: an editedName in the "
+                       "file wins over the suggestion; a file changed since the plan was made is left as it is."),
+        QStringLiteral("FILE"));
+    parser.addOptions({ dryRunOption, jsonOption, savePlanOption, planOption });
     const TemplateOptions templateOptions(parser, TemplateOptions::StoredTemplate::Offered);
     const RouteOptions routeOptions(parser);
     const WriteOptions writeOptions(parser);
@@ -223,9 +237,28 @@ ExitStatus runRenameCommand(const QStringList &arguments)
         CliOutput::error(error);
         return ExitStatus::UsageError;
     }
-    if (parser.positionalArguments().isEmpty()) {
+    const bool fromPlan = parser.isSet(planOption);
+    if (fromPlan && (!parser.positionalArguments().isEmpty() || parser.isSet(savePlanOption))) {
+        CliOutput::error(QStringLiteral("--plan takes no files and no --save-plan; the plan names the files"));
+        return ExitStatus::UsageError;
+    }
+    if (!fromPlan && parser.positionalArguments().isEmpty()) {
         CliOutput::error(QStringLiteral("no files given; run 'nomly rename --help'"));
         return ExitStatus::UsageError;
+    }
+    QList<BatchRenameItem> planned;
+    if (fromPlan) {
+        QFile file(parser.value(planOption));
+        if (!file.open(QIODevice::ReadOnly)) {
+            CliOutput::error(QStringLiteral("cannot read the plan '%1': %2").arg(file.fileName(), file.errorString()));
+            return ExitStatus::UsageError;
+        }
+        Result<QList<BatchRenameItem>> read = BatchRenamePlan::fromJson(file.readAll());
+        if (!read) {
+            CliOutput::error(QStringLiteral("%1: %2").arg(file.fileName(), read.error()));
+            return ExitStatus::UsageError;
+        }
+        planned = std::move(read).value();
     }
 
     const auto profile = CliProfile::open();
@@ -242,7 +275,7 @@ ExitStatus runRenameCommand(const QStringList &arguments)
         CliOutput::error(error);
         return ExitStatus::UsageError;
     }
-    if (!profile->state().consent().aiDataConsentGranted()) {
+    if (!fromPlan && !profile->state().consent().aiDataConsentGranted()) {
         CliOutput::error(consentMissingText());
         return ExitStatus::UsageError;
     }
@@ -250,7 +283,8 @@ ExitStatus runRenameCommand(const QStringList &arguments)
     const RemoteConfig remote = RemoteConfigService::cachedConfig(profile->userDefaults());
     QStringList missing;
     const QStringList files = collectFiles(parser.positionalArguments(), remote, &missing);
-    const bool dryRun = parser.isSet(dryRunOption);
+    const bool savesPlan = parser.isSet(savePlanOption);
+    const bool dryRun = parser.isSet(dryRunOption) || savesPlan;
     RenameReporter reporter(dryRun, parser.isSet(jsonOption));
     for (const QString &path : std::as_const(missing))
         reporter.missing(path);
@@ -310,6 +344,28 @@ ExitStatus runRenameCommand(const QStringList &arguments)
     }
 
     CoreLog::Held held;
+    QList<BatchRenameItem> reviewed; // for the plan
+    const auto renamePlan = [&]() -> QCoro::Task<> {
+        batch.setRunId(runId);
+        reporter.addTotal(int(planned.size()));
+        // A file that changed since its plan was made is no longer the file
+        // the name was chosen for.
+        for (BatchRenameItem &item : planned) {
+            const QFileInfo file(item.originalPath);
+            if (!file.exists()) {
+                item.status = BatchRenameStatus::Failed;
+                item.error = QStringLiteral("File not found");
+            } else if (item.contentHash && FileHashService::hash(item.originalPath) != item.contentHash) {
+                item.status = BatchRenameStatus::Failed;
+                item.error = QStringLiteral("changed since the plan was made; left as it is");
+            }
+        }
+        batch.addAnalyzedItems(planned);
+        auto renaming = batch.renameAll();
+        co_await renaming;
+        for (const BatchRenameItem &item : batch.items())
+            reporter.item(item);
+    };
     const auto run = [&]() -> QCoro::Task<> {
         for (qsizetype start = 0; start < files.size() && !interrupted; start += limit) {
             batch.clearBatch();
@@ -325,12 +381,26 @@ ExitStatus runRenameCommand(const QStringList &arguments)
                 auto renaming = batch.renameAll();
                 co_await renaming;
             }
-            for (const BatchRenameItem &item : batch.items())
+            for (const BatchRenameItem &item : batch.items()) {
                 reporter.item(item);
+                if (savesPlan)
+                    reviewed.append(item);
+            }
             earlierSlices += int(slice.size());
         }
     };
-    QCoro::waitFor(run());
+    QCoro::waitFor(fromPlan ? renamePlan() : run());
+    if (savesPlan) {
+        QSaveFile plan(parser.value(savePlanOption));
+        if (!plan.open(QIODevice::WriteOnly) || plan.write(BatchRenamePlan::toJson(reviewed)) < 0 || !plan.commit()) {
+            CliOutput::error(QStringLiteral("cannot write the plan '%1': %2").arg(plan.fileName(), plan.errorString()));
+            return ExitStatus::ItemFailed;
+        }
+        if (!parser.isSet(jsonOption))
+            CliOutput::line(QStringLiteral("The proposals are in '%1'; fill in an editedName where you like, then run "
+                                           "'nomly rename --plan %1'.")
+                                .arg(plan.fileName()));
+    }
     if (reporter.failed() > 0)
         held.failureReported();
     reporter.summary(interrupted);

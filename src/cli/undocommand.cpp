@@ -46,8 +46,20 @@ enum class Chosen
 {
     ById,
     Last,
+    LastRun,
     All,
 };
+
+// Every record of the newest run; a newest record without a run stands alone.
+Result<QList<ProcessedFile>> lastRun(Database &database)
+{
+    const Result<std::optional<QString>> runId = database.lastRunId();
+    if (!runId)
+        return runId.failure();
+    if (runId.value())
+        return database.fetchRunProcessedFiles(*runId.value());
+    return database.fetchActiveProcessedFiles(1, 0);
+}
 
 std::optional<QList<ProcessedFile>> recordsToUndo(CliProfile &profile,
                                                   const QCommandLineParser &parser,
@@ -66,8 +78,9 @@ std::optional<QList<ProcessedFile>> recordsToUndo(CliProfile &profile,
             CliOutput::line(QStringLiteral("Nothing to undo"));
         return std::move(records).value();
     }
-    if (chosen == Chosen::Last) {
-        const auto newest = profile.database().fetchActiveProcessedFiles(1, 0);
+    if (chosen == Chosen::Last || chosen == Chosen::LastRun) {
+        const auto newest
+            = chosen == Chosen::Last ? profile.database().fetchActiveProcessedFiles(1, 0) : lastRun(profile.database());
         if (!newest) {
             CliOutput::error(newest.error());
             return std::nullopt;
@@ -115,19 +128,26 @@ ExitStatus runUndoCommand(const QStringList &arguments)
                        "stay as they are and the record is kept. 'nomly history' lists the record ids.\n"
                        "The exit status is 1 when any rename could not be taken back."));
     const QCommandLineOption helpOption = parser.addHelpOption();
-    const QCommandLineOption lastOption(QStringLiteral("last"), QStringLiteral("Undo the newest rename."));
+    const QCommandLineOption lastOption(QStringLiteral("last"),
+                                        QStringLiteral("Undo the newest rename: one file, even when the command "
+                                                       "that made it renamed more."));
+    const QCommandLineOption lastRunOption(
+        QStringLiteral("last-run"),
+        QStringLiteral("Undo everything the last command, batch or quick rename renamed, newest first. A rename "
+                       "recorded before runs were kept counts as a run of its own."));
     const QCommandLineOption allOption(QStringLiteral("all"), QStringLiteral("Undo every rename, newest first."));
-    parser.addOptions({ lastOption, allOption });
+    parser.addOptions({ lastOption, lastRunOption, allOption });
     parser.addPositionalArgument(
         QStringLiteral("ID"), QStringLiteral("Record ids to undo."), QStringLiteral("[ID...]"));
 
     if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
         return *answered;
     const bool last = parser.isSet(lastOption);
+    const bool lastRun = parser.isSet(lastRunOption);
     const bool all = parser.isSet(allOption);
     const bool byId = !parser.positionalArguments().isEmpty();
-    if (int(last) + int(all) + int(byId) != 1) {
-        CliOutput::error(QStringLiteral("give record ids, --last or --all; run 'nomly undo --help'"));
+    if (int(last) + int(lastRun) + int(all) + int(byId) != 1) {
+        CliOutput::error(QStringLiteral("give record ids, --last, --last-run or --all; run 'nomly undo --help'"));
         return ExitStatus::UsageError;
     }
 
@@ -136,7 +156,7 @@ ExitStatus runUndoCommand(const QStringList &arguments)
         return ExitStatus::UsageError;
     ActivityViewModel &activity = profile->activity();
     bool anyFailed = false;
-    const Chosen chosen = all ? Chosen::All : last ? Chosen::Last : Chosen::ById;
+    const Chosen chosen = all ? Chosen::All : last ? Chosen::Last : lastRun ? Chosen::LastRun : Chosen::ById;
     const auto records = recordsToUndo(*profile, parser, chosen, &anyFailed);
     if (!records)
         return ExitStatus::UsageError;

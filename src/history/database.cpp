@@ -91,6 +91,7 @@ struct ProcessedFileColumns
         , fileInode(statement.columnIndex("file_inode"))
         , fileSize(statement.columnIndex("file_size"))
         , fileModifiedNs(statement.columnIndex("file_modified_ns"))
+        , runId(statement.columnIndex("run_id"))
     {}
 
     int id;
@@ -111,6 +112,7 @@ struct ProcessedFileColumns
     int fileInode;
     int fileSize;
     int fileModifiedNs;
+    int runId;
 };
 
 std::optional<FileIdentity> readFileIdentity(
@@ -152,6 +154,8 @@ ProcessedFile readProcessedFile(const SqliteStatement &row, const ProcessedFileC
     file.source = processedFileSourceFromRaw(row.text(column.source));
     file.fileIdentity
         = readFileIdentity(row, column.fileDevice, column.fileInode, column.fileSize, column.fileModifiedNs);
+    if (!row.isNull(column.runId))
+        file.runId = row.text(column.runId);
     return file;
 }
 
@@ -250,8 +254,8 @@ Result<qint64> insertRow(sqlite3 *connection, const ProcessedFile &record, const
                            "INSERT INTO processed_files \n"
                            "(original_path, new_path, original_name, new_name, title, description, tags, "
                            "ai_provider, processed_at, content_hash, is_undone, source, metadata_snapshot, pending, "
-                           "pending_owner, file_device, file_inode, file_size, file_modified_ns)\n"
-                           "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
+                           "pending_owner, file_device, file_inode, file_size, file_modified_ns, run_id)\n"
+                           "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
     insert.bind(record.originalPath)
         .bind(record.newPath)
         .bind(record.originalName)
@@ -270,7 +274,8 @@ Result<qint64> insertRow(sqlite3 *connection, const ProcessedFile &record, const
         .bind(identity ? std::optional<qint64>(qint64(identity->device)) : std::nullopt)
         .bind(identity ? std::optional<qint64>(qint64(identity->inode)) : std::nullopt)
         .bind(identity ? std::optional<qint64>(identity->size) : std::nullopt)
-        .bind(identity ? std::optional<qint64>(identity->modifiedNs) : std::nullopt);
+        .bind(identity ? std::optional<qint64>(identity->modifiedNs) : std::nullopt)
+        .bind(record.runId);
     if (Result<> inserted = insert.execute(); !inserted)
         return inserted.failure();
     return qint64(sqlite3_last_insert_rowid(connection));
@@ -491,7 +496,7 @@ Result<QList<ProcessedFile>> Database::fetchActiveProcessedFiles(int limit,
 {
     QByteArray sql = "SELECT id, original_path, new_path, original_name, new_name, title, description, tags, "
                      "ai_provider, processed_at, content_hash, is_undone, source, metadata_snapshot, file_device, "
-                     "file_inode, file_size, file_modified_ns\n"
+                     "file_inode, file_size, file_modified_ns, run_id\n"
                      "FROM processed_files\n"
                      "WHERE is_undone = 0 AND pending = 0";
     if (source)
@@ -523,6 +528,34 @@ Result<QList<ProcessedFile>> Database::fetchProcessedFiles(bool includeUndone,
     SqliteStatement select(m_connection, sql);
     if (source)
         select.bind(rawValue(*source));
+    return readProcessedFiles(select);
+}
+
+Result<std::optional<QString>> Database::lastRunId()
+{
+    QMutexLocker locker(&m_mutex);
+    SqliteStatement select(m_connection,
+                           "SELECT run_id FROM processed_files\n"
+                           "WHERE is_undone = 0 AND pending = 0\n"
+                           "ORDER BY processed_at DESC, id DESC LIMIT 1");
+    std::optional<QString> runId;
+    if (Result<> read = select.forEachRow([&] {
+            if (!select.isNull(0))
+                runId = select.text(0);
+        });
+        !read)
+        return read.failure();
+    return runId;
+}
+
+Result<QList<ProcessedFile>> Database::fetchRunProcessedFiles(const QString &runId)
+{
+    QMutexLocker locker(&m_mutex);
+    SqliteStatement select(m_connection,
+                           "SELECT * FROM processed_files\n"
+                           "WHERE run_id = ? AND is_undone = 0 AND pending = 0\n"
+                           "ORDER BY processed_at DESC, id DESC");
+    select.bind(runId);
     return readProcessedFiles(select);
 }
 

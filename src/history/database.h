@@ -80,6 +80,12 @@ public:
     Result<QList<ProcessedFile>> fetchProcessedFiles(bool includeUndone,
                                                      std::optional<ProcessedFileSource> source = std::nullopt);
     Result<qint64> countActiveProcessedFiles(std::optional<ProcessedFileSource> source = std::nullopt);
+    // Runs: the run of the newest active record, none when there is no
+    // active record or the newest one has no run (it then stands alone).
+    Result<std::optional<QString>> lastRunId();
+    // The active records of one run, newest first: the order that takes its
+    // moves back in reverse.
+    Result<QList<ProcessedFile>> fetchRunProcessedFiles(const QString &runId);
     Result<> markUndone(qint64 id);
     Result<> deleteProcessedFile(qint64 id);
     Result<> deleteAllProcessedFiles();

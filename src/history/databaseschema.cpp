@@ -98,7 +98,8 @@ constexpr const char *CreateProcessedFiles = "CREATE TABLE IF NOT EXISTS process
                                              "    file_device INTEGER,\n"
                                              "    file_inode INTEGER,\n"
                                              "    file_size INTEGER,\n"
-                                             "    file_modified_ns INTEGER\n"
+                                             "    file_modified_ns INTEGER,\n"
+                                             "    run_id TEXT\n"
                                              ")";
 
 constexpr const char *ProcessedFilesIndexes[] = {
@@ -117,6 +118,20 @@ constexpr const char *ProcessedFilesIndexes[] = {
     "CREATE INDEX IF NOT EXISTS idx_processed_files_pending\n"
     "ON processed_files(id)\n"
     "WHERE pending = 1",
+};
+
+// Every record of one command, batch or quick rename names its run, so that
+// the run can be taken back as a whole. Rows from before keep NULL. Undo finds
+// the newest record through the processed_at index and then the rest of its
+// run through this one, newest first.
+constexpr AddedColumn ProcessedFilesRunColumn[] = {
+    { "run_id", "ALTER TABLE processed_files ADD COLUMN run_id TEXT", "Database migration: Added run_id column" },
+};
+
+constexpr const char *ProcessedFilesRunIndexes[] = {
+    "CREATE INDEX IF NOT EXISTS idx_processed_files_active_run\n"
+    "ON processed_files(run_id, processed_at)\n"
+    "WHERE is_undone = 0",
 };
 
 constexpr const char *CreateRenameStatisticsEvents = "CREATE TABLE IF NOT EXISTS rename_statistics_events (\n"
@@ -190,6 +205,13 @@ Result<> addMissingColumns(sqlite3 *connection, const char *table, const AddedCo
     return {};
 }
 
+Result<> addRuns(sqlite3 *connection)
+{
+    if (Result<> added = addMissingColumns(connection, "processed_files", ProcessedFilesRunColumn); !added)
+        return added;
+    return executeAll(connection, ProcessedFilesRunIndexes);
+}
+
 struct UnloggedRow
 {
     qint64 id = 0;
@@ -238,6 +260,7 @@ Result<> upgradeSchema(sqlite3 *connection)
         [&] { return executeSql(connection, CreateProcessedFiles); },
         [&] { return addMissingColumns(connection, "processed_files", ProcessedFilesAddedColumns); },
         [&] { return executeAll(connection, ProcessedFilesIndexes); },
+        [&] { return addRuns(connection); },
         [&] { return executeSql(connection, CreateRenameStatisticsEvents); },
         [&] { return executeAll(connection, RenameStatisticsIndexes); },
         [&] { return backfillRenameEvents(connection); },

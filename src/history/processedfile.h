@@ -42,6 +42,10 @@ struct ProcessedFile
     // The renamed file as it stood at the move; undo moves back only this
     // file. Absent in records older than the journal.
     std::optional<FileIdentity> fileIdentity;
+    // The run that made the record: every file one command, batch or quick
+    // rename renamed shares it, so that all of them can be undone together.
+    // Absent in records older than runs; each of those is a run of its own.
+    std::optional<QString> runId;
 
     bool operator==(const ProcessedFile &) const = default;
 };

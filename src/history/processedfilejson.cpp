@@ -21,6 +21,7 @@ const QString ContentHash = QStringLiteral("contentHash");
 const QString IsUndone = QStringLiteral("isUndone");
 const QString MetadataSnapshot = QStringLiteral("metadataSnapshot");
 const QString Source = QStringLiteral("source");
+const QString RunId = QStringLiteral("runId");
 } // namespace Key
 
 } // namespace
@@ -44,6 +45,8 @@ QJsonObject toJson(const ProcessedFile &record)
     json.insert(Key::MetadataSnapshot,
                 record.metadataSnapshot ? QJsonValue(toJson(*record.metadataSnapshot)) : QJsonValue());
     json.insert(Key::Source, rawValue(record.source));
+    if (record.runId)
+        json.insert(Key::RunId, *record.runId);
     return json;
 }
 

@@ -231,6 +231,24 @@ QCoro::Task<> BatchRenameViewModel::runIntake()
         emit becameIdle();
 }
 
+bool BatchRenameViewModel::addAnalyzedItems(const QList<BatchRenameItem> &items)
+{
+    if (!canAcceptNewFiles() || items.isEmpty())
+        return false;
+    if (isBatchDone())
+        clearBatch();
+    const int first = int(m_items.size());
+    for (const BatchRenameItem &item : items) {
+        m_items.append(item);
+        if (item.status == BatchRenameStatus::Analyzed)
+            m_analyzedItemIds.insert(item.id);
+    }
+    m_batchTotalCountSnapshot += int(items.size());
+    emit itemsInserted(first, int(m_items.size()) - 1);
+    emit stateChanged();
+    return true;
+}
+
 void BatchRenameViewModel::startBatchAnalysis()
 {
     if (!m_dependencies || m_analyzing)
@@ -442,21 +460,24 @@ void BatchRenameViewModel::applyResolutions(const QList<Resolution> &resolutions
     emit stateChanged();
 }
 
-void BatchRenameViewModel::startBackgroundHashing(const QStringList &paths)
+QCoro::Task<> BatchRenameViewModel::startBackgroundHashing(QStringList paths)
 {
     if (paths.isEmpty())
-        return;
+        co_return;
     const quint64 generation = m_generation;
     const QPointer<BatchRenameViewModel> self(this);
-    auto hashing = QtConcurrent::run([paths] { return FileHashService::hashes(paths); });
-    hashing.then(this, [self, generation](const QHash<QString, QString> &hashes) {
-        if (!self || generation != self->m_generation)
-            return;
-        for (auto it = hashes.cbegin(); it != hashes.cend(); ++it) {
-            if (const int row = self->rowForPath(it.key()); row >= 0)
-                self->m_items[row].contentHash = it.value();
-        }
-    });
+    QFuture<QHash<QString, QString>> hashing = QtConcurrent::run([paths] { return FileHashService::hashes(paths); });
+    m_backgroundHashing.append(hashing);
+    const QHash<QString, QString> hashes = co_await hashing;
+    if (!self)
+        co_return;
+    m_backgroundHashing.removeIf([](const QFuture<QHash<QString, QString>> &future) { return future.isFinished(); });
+    if (generation != m_generation)
+        co_return;
+    for (auto it = hashes.cbegin(); it != hashes.cend(); ++it) {
+        if (const int row = rowForPath(it.key()); row >= 0)
+            m_items[row].contentHash = it.value();
+    }
 }
 
 void BatchRenameViewModel::fail(int row, const QString &message)
@@ -683,6 +704,13 @@ QCoro::Task<> BatchRenameViewModel::renameAll()
         co_return;
     setConfirming(true);
     const QPointer<BatchRenameViewModel> self(this);
+    // Hashes of metadata-only names are still being read: the records want
+    // them, and the files must not move under the reader.
+    for (QFuture<QHash<QString, QString>> hashing : QList(m_backgroundHashing)) {
+        co_await hashing;
+        if (!self)
+            co_return;
+    }
     const EffectiveAnalysisSettings effective = m_dependencies->effectiveAnalysisForBatch();
     const AnalyzeBatchOptions batch = batchOptions(effective);
 
@@ -734,6 +762,7 @@ QCoro::Task<> BatchRenameViewModel::renameAll()
         move.record.aiProvider = item.aiProvider.value_or(BatchNaming::routeName(batch, std::nullopt));
         move.record.contentHash = item.contentHash;
         move.record.source = ProcessedFileSource::Batch;
+        move.record.runId = m_runId;
         moves.append(move);
         planned.append(id);
     }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QDateTime>
+#include <QFuture>
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QSet>
@@ -112,6 +114,9 @@ public:
     // one. Collection runs in the background; drops in a row run in order.
     bool addFiles(const QStringList &paths, DropSource source, bool startAnalysis = true);
     void startBatchAnalysis();
+    // Items analysed before, such as those of a saved plan, join the batch
+    // ready to rename. False while renaming.
+    bool addAnalyzedItems(const QList<BatchRenameItem> &items);
     // Lets the chunk in flight land, then analyses nothing more; the items
     // not reached stay pending.
     void stopAnalysis();
@@ -181,7 +186,9 @@ private:
     void applyResolutions(const QList<Resolution> &resolutions,
                           const QHash<QString, QString> &hashes,
                           const QString &provider);
-    void startBackgroundHashing(const QStringList &paths);
+    // Metadata-only names are shown before the files are read; their hashes
+    // follow.
+    QCoro::Task<> startBackgroundHashing(QStringList paths);
     void finishAnalysis();
     void fail(int row, const QString &message);
     int rowForPath(const QString &path) const;
@@ -206,6 +213,7 @@ private:
     bool m_analyzing = false;
     bool m_stopRequested = false;
     QSet<QString> m_batchRenamingPaths;
+    QList<QFuture<QHash<QString, QString>>> m_backgroundHashing;
     QString m_runId;
     // Shared with the analysis in flight, which may outlive a clear.
     std::shared_ptr<ChunkAnalyzer> m_analyzer;

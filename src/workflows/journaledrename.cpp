@@ -5,6 +5,7 @@
 #include <cerrno>
 
 #include "history/database.h"
+#include "history/filehashservice.h"
 #include "history/metadataservice.h"
 #include "history/undoignoreservice.h"
 #include "platform/canonicalpath.h"
@@ -68,6 +69,10 @@ QList<JournaledMoveOutcome> moveJournaled(Database &database,
         record.processedAt = now;
         record.isUndone = false;
         record.fileIdentity = FileIdentity::of(move.path);
+        // Undo knows the file by its hash too; one the caller could not give
+        // is read here, before the file moves.
+        if (!record.contentHash)
+            record.contentHash = FileHashService::hash(move.path);
         if (move.addTags || move.addComment) {
             if (auto taken = MetadataService::snapshot(move.path))
                 record.metadataSnapshot = std::move(taken).value();

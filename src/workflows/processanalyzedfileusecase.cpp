@@ -2,6 +2,7 @@
 
 #include <QDateTime>
 #include <QFileInfo>
+#include <QUuid>
 #include <cerrno>
 
 #include <QtConcurrent/QtConcurrentRun>
@@ -32,6 +33,7 @@ constexpr int MaxNameAttempts = 8;
 ProcessAnalyzedFileUseCase::ProcessAnalyzedFileUseCase(Database &database, UndoIgnoreService &undoIgnore)
     : m_database(database)
     , m_undoIgnore(undoIgnore)
+    , m_runId(QUuid::createUuid().toString(QUuid::WithoutBraces))
 {}
 
 QCoro::Task<FileProcessingResult> ProcessAnalyzedFileUseCase::processAnalyzedFile(QString path,
@@ -52,9 +54,10 @@ QCoro::Task<FileProcessingResult> ProcessAnalyzedFileUseCase::processAnalyzedFil
     }
 
     // Named before it is awaited: g++ 12 may destroy the temporaries of a
-    // co_await expression twice.
-    auto work = QtConcurrent::run([this, path, analysis, settings, contentHash, aiProvider, source] {
-        return execute(path, analysis, settings, contentHash, aiProvider, source);
+    // co_await expression twice. The run is read here, on the thread that
+    // sets it, so a run begun meanwhile leaves this file in its own.
+    auto work = QtConcurrent::run([this, path, analysis, settings, contentHash, aiProvider, source, runId = m_runId] {
+        return executeInRun(path, analysis, settings, contentHash, aiProvider, source, runId);
     });
     const Result<ProcessedFile> stored = co_await work;
     if (!stored) {
@@ -73,6 +76,17 @@ Result<ProcessedFile> ProcessAnalyzedFileUseCase::execute(const QString &path,
                                                           const std::optional<QString> &contentHash,
                                                           const QString &aiProvider,
                                                           ProcessedFileSource source)
+{
+    return executeInRun(path, analysis, settings, contentHash, aiProvider, source, m_runId);
+}
+
+Result<ProcessedFile> ProcessAnalyzedFileUseCase::executeInRun(const QString &path,
+                                                               const ImageAnalysis &analysis,
+                                                               const EffectiveAnalysisSettings &settings,
+                                                               const std::optional<QString> &contentHash,
+                                                               const QString &aiProvider,
+                                                               ProcessedFileSource source,
+                                                               const QString &runId)
 {
     const QString name = QFileInfo(path).fileName();
     // What was analysed may have been replaced meanwhile by a folder, a FIFO
@@ -105,6 +119,7 @@ Result<ProcessedFile> ProcessAnalyzedFileUseCase::execute(const QString &path,
     record.contentHash = contentHash;
     record.metadataSnapshot = snapshot;
     record.source = source;
+    record.runId = runId;
 
     m_undoIgnore.ignorePath(path, true);
     if (contentHash)

@@ -43,6 +43,14 @@ public:
 
     void setDependencies(Dependencies dependencies) { m_dependencies = std::move(dependencies); }
 
+    // The run every record it stores from now on belongs to: a fresh one from
+    // construction, so one process of the command line is one run. A
+    // workflow that starts a run of its own sets a new one. A call that is
+    // under way keeps the run it began with.
+    QString runId() const { return m_runId; }
+
+    void setRunId(QString runId) { m_runId = std::move(runId); }
+
     // Never fails by exception: every outcome is in the result. Refuses a
     // failed analysis without touching the file; the work itself runs on a
     // worker thread.
@@ -65,12 +73,20 @@ public:
                                   ProcessedFileSource source);
 
 private:
+    Result<ProcessedFile> executeInRun(const QString &path,
+                                       const ImageAnalysis &analysis,
+                                       const EffectiveAnalysisSettings &settings,
+                                       const std::optional<QString> &contentHash,
+                                       const QString &aiProvider,
+                                       ProcessedFileSource source,
+                                       const QString &runId);
     void withdraw(qint64 id);
     Failure unrecordedMove(const ProcessedFile &record, bool moved, const Failure &cause);
 
     Database &m_database;
     UndoIgnoreService &m_undoIgnore;
     Dependencies m_dependencies;
+    QString m_runId;
 };
 
 } // namespace Nomly

@@ -253,6 +253,56 @@ private slots:
         QCOMPARE(history.size(), dryRun ? 0 : 3);
     }
 
+    // A saved plan, edited by hand, renames without asking the AI again; a
+    // file changed since the plan was made is left alone.
+    void planRoundTrip()
+    {
+        OllamaPeer ollama;
+        ollama.answerAlways(OllamaPeer::reply(answerJson(u"Budget Review"_s)));
+        QVERIFY(nomly({ u"config"_s, u"set"_s, u"localAIEndpoint"_s, ollama.endpoint() }).exitCode == 0);
+        QCOMPARE(nomly({ u"consent"_s, u"--agree"_s }).exitCode, 0);
+        writeFile(u"a.txt"_s, "Budget review for the second quarter, department of works.");
+        writeFile(u"b.txt"_s, "Budget review for the third quarter, department of works.");
+        const QString planPath = m_dir->filePath(u"plan.json"_s);
+
+        const CliRun saving = nomly({ u"rename"_s,
+                                      u"--mode"_s,
+                                      u"local"_s,
+                                      u"--dry-run"_s,
+                                      u"--save-plan"_s,
+                                      planPath,
+                                      u"a.txt"_s,
+                                      u"b.txt"_s });
+        QVERIFY2(saving.exitCode == 0, qPrintable(saving.err + saving.out));
+        QCOMPARE(fileNames(m_dir->filePath(u"files"_s)), (QStringList { u"a.txt"_s, u"b.txt"_s }));
+        QFile file(planPath);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QJsonObject plan = QJsonDocument::fromJson(file.readAll()).object();
+        file.close();
+        QJsonArray items = plan[u"items"_s].toArray();
+        QCOMPARE(items.size(), 2);
+        QJsonObject first = items.at(0).toObject();
+        QCOMPARE(first[u"suggestedName"_s].toString(), u"Budget Review"_s);
+        first[u"editedName"_s] = u"Q2 Works Budget"_s;
+        items[0] = first;
+        plan[u"items"_s] = items;
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(QJsonDocument(plan).toJson());
+        file.close();
+        QFile changed(m_dir->filePath(u"files/b.txt"_s));
+        QVERIFY(changed.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        changed.write("Rewritten since the plan was made.");
+        changed.close();
+        const qsizetype asked = ollama.received.size();
+
+        const CliRun renaming = nomly({ u"rename"_s, u"--plan"_s, planPath });
+        QCOMPARE(renaming.exitCode, 1);
+        QVERIFY2(renaming.out.contains(u"a.txt -> Q2 Works Budget.txt"_s), qPrintable(renaming.out));
+        QVERIFY2(renaming.err.contains(u"b.txt: changed since the plan was made"_s), qPrintable(renaming.err));
+        QCOMPARE(ollama.received.size(), asked);
+        QCOMPARE(fileNames(m_dir->filePath(u"files"_s)), (QStringList { u"Q2 Works Budget.txt"_s, u"b.txt"_s }));
+    }
+
     // A pattern of the file's own facts names files with no AI call.
     void metadataOnlyPatternAsksNoAI()
     {
@@ -306,7 +356,7 @@ private slots:
         const QJsonArray history = QJsonDocument::fromJson(nomly({ u"history"_s, u"--json"_s }).out.toUtf8()).array();
         QCOMPARE(history.size(), renamed);
 
-        QCOMPARE(nomly({ u"undo"_s, u"--all"_s }).exitCode, 0);
+        QCOMPARE(nomly({ u"undo"_s, u"--last-run"_s }).exitCode, 0);
         QCOMPARE(fileNames(m_dir->filePath(u"files"_s)), names);
     }
 

@@ -1,5 +1,6 @@
 // A file-manager action while nomly-gui runs: `nomly quick` hands the files
-// over D-Bus and ends at once, and the desktop process renames them, once.
+// over D-Bus and ends at once, and the desktop process renames them, once,
+// each hand-over as a run of its own.
 // Runs in a private session bus; the AI is an Ollama peer on loopback.
 
 #include <QDBusConnection>
@@ -79,12 +80,26 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(records().size(), qsizetype(1), 30000);
         QCOMPARE(records().first().toObject().value(u"source"_s).toString(), u"finderService"_s);
 
+        // The desktop lives on; a second hand-over is a second run.
+        QFile second(dir.filePath(u"files/second.txt"_s));
+        QVERIFY(second.open(QIODevice::WriteOnly));
+        second.write("Minutes of the follow-up meeting about the same roadmap.");
+        second.close();
+        QCOMPARE(runCliServing(
+                     QStringLiteral(NOMLY_BINARY), { u"quick"_s, u"second.txt"_s }, online, dir.filePath(u"files"_s))
+                     .exitCode,
+                 0);
+        QTRY_COMPARE_WITH_TIMEOUT(records().size(), qsizetype(2), 90000);
+        const QJsonArray both = records();
+        QVERIFY(both.at(0)[u"runId"_s].isString() && both.at(1)[u"runId"_s].isString());
+        QVERIFY(both.at(0)[u"runId"_s] != both.at(1)[u"runId"_s]);
+
         // SIGTERM ends the desktop through its own shutdown.
         desktop.terminate();
         QVERIFY(desktop.waitForFinished(10000));
         QCOMPARE(desktop.exitStatus(), QProcess::NormalExit);
         QCOMPARE(desktop.exitCode(), 0);
-        QCOMPARE(ollama.chatRequests().size(), 1);
+        QCOMPARE(ollama.chatRequests().size(), 2);
     }
 };
 

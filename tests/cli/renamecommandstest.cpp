@@ -310,9 +310,10 @@ void RenameCommandsTest::usageErrors_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("message");
 
-    const QString needsIds = u"give record ids, --last or --all"_s;
+    const QString needsIds = u"give record ids, --last, --last-run or --all"_s;
     QTest::newRow("apply-without-title") << QStringList { u"apply"_s, u"a.txt"_s } << u"--title is required"_s;
     QTest::newRow("undo-without-ids") << QStringList { u"undo"_s } << needsIds;
+    QTest::newRow("undo-last-and-last-run") << QStringList { u"undo"_s, u"--last"_s, u"--last-run"_s } << needsIds;
     QTest::newRow("undo-word-as-id") << QStringList { u"undo"_s, u"abc"_s } << u"'abc' is not a record id"_s;
     QTest::newRow("history-negative-limit")
         << QStringList { u"history"_s, u"--limit"_s, u"-1"_s } << u"--limit needs a whole number"_s;

@@ -92,6 +92,15 @@ QStringList newPaths(const QList<ProcessedFile> &files)
     return paths;
 }
 
+// "-" for a record without a run.
+QStringList runIds(const QList<ProcessedFile> &files)
+{
+    QStringList runs;
+    for (const ProcessedFile &file : files)
+        runs.append(file.runId.value_or(u"-"_s));
+    return runs;
+}
+
 } // namespace
 
 class DatabaseTest : public QObject
@@ -146,7 +155,8 @@ private slots:
                                         u"file_device",
                                         u"file_inode",
                                         u"file_size",
-                                        u"file_modified_ns" })
+                                        u"file_modified_ns",
+                                        u"run_id" })
             firstLog.append(u"Database migration: Added %1 column"_s.arg(QStringView(column)));
         for (const char16_t *column : { u"description", u"icon", u"color", u"bundled_id" })
             firstLog.append(u"Database migration: Added presets.%1 column"_s.arg(QStringView(column)));
@@ -171,6 +181,95 @@ private slots:
                      (QStringList { u"1|2024-01-01T10:00:00Z|watcher|pdf"_s, u"2|2024-01-02T10:00:00Z|watcher|"_s }));
             QCOMPARE(db->loadPresets().value().size(), 1);
         }
+    }
+
+    // The layout just before runs: rows written then belong to no run, and
+    // the first record of a run is the newest run at once.
+    void upgradeLeavesOlderRowsWithoutRun()
+    {
+        const QString profile = m_dir->filePath(u"before-runs"_s);
+        QVERIFY(QDir().mkdir(profile));
+        const QString file = profile + u"/nomly.db"_s;
+        rawQuery(file,
+                 u"CREATE TABLE processed_files (id INTEGER PRIMARY KEY AUTOINCREMENT, original_path TEXT NOT NULL, "
+                 "new_path TEXT NOT NULL, original_name TEXT NOT NULL, new_name TEXT NOT NULL, title TEXT NOT NULL, "
+                 "description TEXT, tags TEXT, ai_provider TEXT NOT NULL, processed_at TEXT NOT NULL, "
+                 "content_hash TEXT, is_undone INTEGER NOT NULL DEFAULT 0, source TEXT NOT NULL DEFAULT 'watcher', "
+                 "metadata_snapshot TEXT, pending INTEGER NOT NULL DEFAULT 0, pending_owner TEXT, "
+                 "file_device INTEGER, file_inode INTEGER, file_size INTEGER, file_modified_ns INTEGER);"
+                 "CREATE TABLE presets (id TEXT PRIMARY KEY, name TEXT NOT NULL, settings_json TEXT NOT NULL, "
+                 "created_at TEXT NOT NULL, icon TEXT NOT NULL DEFAULT '', color TEXT NOT NULL DEFAULT '', "
+                 "bundled_id TEXT, description TEXT NOT NULL DEFAULT '');"
+                 "INSERT INTO processed_files (original_path, new_path, original_name, new_name, title, ai_provider, "
+                 "processed_at, source) VALUES ('/a/x', '/a/Old.pdf', 'x', 'Old.pdf', '', 'gemini', "
+                 "'2024-01-01T10:00:00Z', 'batch'), ('/a/y', '/a/Older.pdf', 'y', 'Older.pdf', '', 'gemini', "
+                 "'2023-01-01T10:00:00Z', 'batch')"_s);
+
+        DatabaseLog log;
+        std::unique_ptr<Database> db = openIn(profile);
+        QVERIFY(db);
+        QCOMPARE(log.lines(), QStringList { u"Database migration: Added run_id column"_s });
+        QCOMPARE(rawQuery(file, u"SELECT name FROM sqlite_master WHERE name = 'idx_processed_files_active_run'"_s),
+                 QStringList { u"idx_processed_files_active_run"_s });
+        QCOMPARE(runIds(db->fetchProcessedFiles(true).value()), (QStringList { u"-"_s, u"-"_s }));
+        QCOMPARE(db->lastRunId().value(), std::nullopt);
+
+        ProcessedFile inRun = record(u"/a/New.pdf"_s, u"2024-02-01T10:00:00Z"_s);
+        inRun.runId = u"4f1c"_s;
+        QVERIFY(db->insertProcessedFile(inRun));
+        QCOMPARE(db->lastRunId().value(), std::optional(u"4f1c"_s));
+        QCOMPARE(runIds(db->fetchActiveProcessedFiles(10, 0).value()), (QStringList { u"4f1c"_s, u"-"_s, u"-"_s }));
+    }
+
+    // Each record is "run" or "run:how" (undone, pending, confirmed: written
+    // pending, then confirmed), "-" for no run; one second apart, oldest
+    // first, at /d/1, /d/2, ... What undo takes as the last run: the records
+    // of the newest run, or the newest record alone when it has no run.
+    void lastRun_data()
+    {
+        QTest::addColumn<QStringList>("records");
+        QTest::addColumn<QStringList>("expected"); // newest first
+
+        QTest::newRow("newest-run-whole") << QStringList { u"A"_s, u"A"_s, u"B"_s, u"B"_s, u"B"_s }
+                                          << QStringList { u"/d/5"_s, u"/d/4"_s, u"/d/3"_s };
+        QTest::newRow("undone-record-of-run-left-out")
+            << QStringList { u"A"_s, u"B"_s, u"B:undone"_s, u"B"_s } << QStringList { u"/d/4"_s, u"/d/2"_s };
+        QTest::newRow("run-undone-whole-gives-the-one-before")
+            << QStringList { u"A"_s, u"A"_s, u"B:undone"_s } << QStringList { u"/d/2"_s, u"/d/1"_s };
+        QTest::newRow("pending-newest-is-no-run-yet")
+            << QStringList { u"A"_s, u"A:pending"_s, u"B:pending"_s } << QStringList { u"/d/1"_s };
+        QTest::newRow("confirmed-record-keeps-its-run")
+            << QStringList { u"B"_s, u"A"_s, u"A:confirmed"_s } << QStringList { u"/d/3"_s, u"/d/2"_s };
+        QTest::newRow("newest-without-run-alone")
+            << QStringList { u"A"_s, u"-"_s, u"A"_s, u"-"_s } << QStringList { u"/d/4"_s };
+    }
+
+    void lastRun()
+    {
+        QFETCH(QStringList, records);
+        QFETCH(QStringList, expected);
+
+        for (int n = 0; n < records.size(); ++n) {
+            const QStringList parts = records.at(n).split(u':');
+            ProcessedFile file
+                = record(u"/d/%1"_s.arg(n + 1), u"2024-01-01T00:00:%1Z"_s.arg(n, 2, 10, QLatin1Char('0')));
+            if (parts.first() != u"-")
+                file.runId = parts.first();
+            const QString how = parts.value(1);
+            const qint64 id = how == u"pending" || how == u"confirmed" ? m_db->insertPendingProcessedFile(file).value()
+                                                                       : m_db->insertProcessedFile(file).value();
+            if (how == u"undone")
+                QVERIFY(m_db->markUndone(id));
+            if (how == u"confirmed")
+                QVERIFY(m_db->confirmProcessedFile(id));
+        }
+
+        const std::optional<QString> runId = m_db->lastRunId().value();
+        const QList<ProcessedFile> taken
+            = runId ? m_db->fetchRunProcessedFiles(*runId).value() : m_db->fetchActiveProcessedFiles(1, 0).value();
+        QCOMPARE(newPaths(taken), expected);
+        for (const ProcessedFile &file : taken)
+            QCOMPARE(file.runId, runId);
     }
 
     // A crash leaves a record pending between its file's move and its
