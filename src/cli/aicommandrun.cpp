@@ -89,6 +89,21 @@ std::optional<AnalyzeBatchOptions> RouteOptions::read(const QCommandLineParser &
     return options;
 }
 
+AIService *LazyAIRoute::service(CliProfile &profile, bool hosted, QString *error)
+{
+    if (!m_route) {
+        Result<std::unique_ptr<AIRoute>> opened = AIRoute::open(profile.userDefaults(), hosted);
+        if (!opened) {
+            *error = opened.error();
+            return nullptr;
+        }
+        m_route = std::move(opened).value();
+        if (const SecretStores *stores = m_route->secretStores())
+            profile.tellWhereKeysAreKept(*stores);
+    }
+    return &m_route->service();
+}
+
 std::optional<AnalyzeFilesResult> runAnalysis(CliProfile &profile,
                                               const QStringList &paths,
                                               const AnalyzeBatchOptions &options,
@@ -103,17 +118,16 @@ std::optional<AnalyzeFilesResult> runAnalysis(CliProfile &profile,
     for (const QString &path : paths)
         absolutePaths.append(QFileInfo(path).absoluteFilePath());
 
-    Result<std::unique_ptr<AIRoute>> route = AIRoute::open(profile.userDefaults(), !options.usesLocalAI());
-    if (!route) {
-        CliOutput::error(route.error());
+    LazyAIRoute route;
+    QString error;
+    AIService *service = route.service(profile, !options.usesLocalAI(), &error);
+    if (!service) {
+        CliOutput::error(error);
         *status = ExitStatus::ItemFailed;
         return std::nullopt;
     }
     const RemoteConfig remote = RemoteConfigService::cachedConfig(profile.userDefaults());
-    const ExtractionOptions extraction = extractionOptionsFor(remote, profile.settings());
-    if (const SecretStores *stores = route.value()->secretStores())
-        profile.tellWhereKeysAreKept(*stores);
-    AnalyzeFilesUseCase useCase(route.value()->service(), extraction);
+    AnalyzeFilesUseCase useCase(*service, extractionOptionsFor(remote, profile.settings()));
     // Each file's failure is printed with its file by the command.
     CoreLog::Held held;
     AnalyzeFilesResult result = QCoro::waitFor(useCase.analyze(absolutePaths, options));

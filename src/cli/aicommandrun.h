@@ -4,6 +4,7 @@
 #include <QCommandLineParser>
 #include <QString>
 #include <QStringList>
+#include <memory>
 #include <optional>
 
 #include "ai/analyzebatchoptions.h"
@@ -13,6 +14,8 @@
 
 namespace Nomly {
 
+class AIRoute;
+class AIService;
 class CliProfile;
 
 // The route options `analyze` and `rename` share: --mode, --provider, --model.
@@ -33,6 +36,18 @@ private:
     QCommandLineOption m_mode;
     QCommandLineOption m_provider;
     QCommandLineOption m_model;
+};
+
+// The AI route a command opens on its first use and keeps; where keys live
+// is said once when it opens.
+class LazyAIRoute final
+{
+public:
+    // Null, with the reason, when the route cannot be opened.
+    AIService *service(CliProfile &profile, bool hosted, QString *error);
+
+private:
+    std::unique_ptr<AIRoute> m_route;
 };
 
 // Checks consent, opens the route and analyses `paths`. None when the

@@ -5,6 +5,7 @@
 #include <QFileInfo>
 
 #include "app/airoute.h"
+#include "cli/aicommandrun.h"
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
 #include "cli/commandparsing.h"
@@ -44,22 +45,11 @@ ExitStatus runQuickCommand(const QStringList &arguments)
     if (!profile)
         return ExitStatus::UsageError;
     AppWorkflows &workflows = profile->workflows();
-    std::unique_ptr<AIRoute> route;
+    LazyAIRoute route;
     bool consentMissing = false;
     workflows.setQuickRenameServices({
-        [&route, &profile](QString *error) -> AIService * {
-            if (!route) {
-                const bool hosted = profile->settings().aiProcessingMode != AIProcessingMode::Local;
-                Result<std::unique_ptr<AIRoute>> opened = AIRoute::open(profile->userDefaults(), hosted);
-                if (!opened) {
-                    *error = opened.error();
-                    return nullptr;
-                }
-                route = std::move(opened).value();
-                if (const SecretStores *stores = route->secretStores())
-                    profile->tellWhereKeysAreKept(*stores);
-            }
-            return &route->service();
+        [&route, &profile](QString *error) {
+            return route.service(*profile, profile->settings().aiProcessingMode != AIProcessingMode::Local, error);
         },
         [] { return nullptr; },
         [](const QString &title, const QString &body) { DesktopNotifier::post(title, body); },

@@ -289,7 +289,7 @@ ExitStatus runRenameCommand(const QStringList &arguments)
     for (const QString &path : std::as_const(missing))
         reporter.missing(path);
 
-    std::unique_ptr<AIRoute> route;
+    LazyAIRoute route;
     BatchRenameViewModel batch(profile->database(), profile->undoIgnore());
     BatchRenameViewModel::Dependencies dependencies;
     dependencies.settingsProvider = [&profile] { return profile->settings(); };
@@ -298,19 +298,8 @@ ExitStatus runRenameCommand(const QStringList &arguments)
     dependencies.hasAIDataConsent = [] { return true; };
     dependencies.remoteConfig = [&remote] { return remote; };
     dependencies.extractionOptions = [&remote, &profile] { return extractionOptionsFor(remote, profile->settings()); };
-    dependencies.aiService = [&route, &profile, &options](QString *why) -> AIService * {
-        if (!route) {
-            Result<std::unique_ptr<AIRoute>> opened = AIRoute::open(profile->userDefaults(), !options->usesLocalAI());
-            if (!opened) {
-                *why = opened.error();
-                return nullptr;
-            }
-            route = std::move(opened).value();
-            if (const SecretStores *stores = route->secretStores())
-                profile->tellWhereKeysAreKept(*stores);
-        }
-        return &route->service();
-    };
+    dependencies.aiService
+        = [&route, &profile, &options](QString *why) { return route.service(*profile, !options->usesLocalAI(), why); };
     dependencies.addActivityFile
         = [&profile](const ProcessedFile &record) { profile->activity().addActivityFile(record); };
     batch.setDependencies(std::move(dependencies));
