@@ -6,6 +6,7 @@
 #include <QJsonObject>
 #include <QSaveFile>
 #include <QSet>
+#include <QTextStream>
 #include <climits>
 #include <cstdio>
 
@@ -46,10 +47,12 @@ public:
         , m_progress(!json && ::isatty(STDOUT_FILENO) == 1)
     {}
 
+    // An empty text takes the line away.
     void progress(const QString &text)
     {
         if (!m_progress)
             return;
+        clearProgress();
         m_progressText = text;
         draw();
     }
@@ -108,13 +111,13 @@ public:
         CliOutput::line(text + (m_dryRun ? QStringLiteral("; nothing was moved.") : QStringLiteral(".")));
     }
 
-private:
     static QString fileExtension(const QString &path)
     {
         const QString extension = QFileInfo(path).completeBaseName().isEmpty() ? QString() : QFileInfo(path).suffix();
         return extension.isEmpty() ? QString() : u'.' + extension;
     }
 
+private:
     void itemLine(const QString &path,
                   const QString &name,
                   const QString &newName,
@@ -222,7 +225,11 @@ ExitStatus runRenameCommand(const QStringList &arguments)
         QStringLiteral("Rename as a plan from --save-plan says, without asking the AI again: an editedName in the "
                        "file wins over the suggestion; a file changed since the plan was made is left as it is."),
         QStringLiteral("FILE"));
-    parser.addOptions({ dryRunOption, jsonOption, savePlanOption, planOption });
+    const QCommandLineOption interactiveOption(
+        { QStringLiteral("i"), QStringLiteral("interactive") },
+        QStringLiteral("Walk through the proposals one by one (Enter or a accepts, e edits the name, r asks the AI "
+                       "for another, s skips the file), then rename what was accepted."));
+    parser.addOptions({ dryRunOption, jsonOption, savePlanOption, planOption, interactiveOption });
     const TemplateOptions templateOptions(parser, TemplateOptions::StoredTemplate::Offered);
     const RouteOptions routeOptions(parser);
     const WriteOptions writeOptions(parser);
@@ -285,6 +292,7 @@ ExitStatus runRenameCommand(const QStringList &arguments)
     const QStringList files = collectFiles(parser.positionalArguments(), remote, &missing);
     const bool savesPlan = parser.isSet(savePlanOption);
     const bool dryRun = parser.isSet(dryRunOption) || savesPlan;
+    const bool interactive = parser.isSet(interactiveOption) && !dryRun;
     RenameReporter reporter(dryRun, parser.isSet(jsonOption));
     for (const QString &path : std::as_const(missing))
         reporter.missing(path);
@@ -325,7 +333,7 @@ ExitStatus runRenameCommand(const QStringList &arguments)
     }
     // Each chunk is renamed as soon as it lands, so a long run has renamed
     // most of its files by the time it ends, and an interruption keeps them.
-    if (!dryRun) {
+    if (!dryRun && !interactive) {
         QObject::connect(&batch, &BatchRenameViewModel::chunkAnalyzed, &batch, [&] {
             if (!interrupted && !batch.isConfirmingRenames())
                 batch.renameAll();
@@ -355,6 +363,44 @@ ExitStatus runRenameCommand(const QStringList &arguments)
         for (const BatchRenameItem &item : batch.items())
             reporter.item(item);
     };
+    // The user's word on each proposal, read from standard input.
+    QTextStream input(stdin);
+    const auto ask = [&](const QString &question) {
+        reporter.progress({});
+        std::fputs(question.toUtf8().constData(), stdout);
+        std::fflush(stdout);
+        return input.readLine();
+    };
+    const auto review = [&]() -> QCoro::Task<> {
+        QList<QUuid> proposed;
+        for (const BatchRenameItem &item : batch.items()) {
+            if (item.status == BatchRenameStatus::Analyzed)
+                proposed.append(item.id);
+        }
+        for (const QUuid &id : std::as_const(proposed)) {
+            while (!interrupted) {
+                const int row = batch.indexOf(id);
+                if (row < 0 || batch.items().at(row).status != BatchRenameStatus::Analyzed)
+                    break;
+                const BatchRenameItem &item = batch.items().at(row);
+                const QString answer
+                    = ask(QStringLiteral("%1 -> %2   [a]ccept, [e]dit, [r]egenerate, [s]kip? ")
+                              .arg(item.fileName, *item.nameToUse() + RenameReporter::fileExtension(item.originalPath)))
+                          .trimmed()
+                          .toLower();
+                if (answer == u"e") {
+                    batch.updateEditedName(id, ask(QStringLiteral("New name, without the extension: ")).trimmed());
+                } else if (answer == u"r") {
+                    auto regenerating = batch.regenerate(id);
+                    co_await regenerating;
+                    continue;
+                } else if (answer == u"s") {
+                    batch.removeItem(id);
+                }
+                break;
+            }
+        }
+    };
     const auto run = [&]() -> QCoro::Task<> {
         for (qsizetype start = 0; start < files.size() && !interrupted; start += limit) {
             batch.clearBatch();
@@ -366,6 +412,10 @@ ExitStatus runRenameCommand(const QStringList &arguments)
             co_await idle;
             while (batch.isConfirmingRenames())
                 co_await qCoro(&batch, &BatchRenameViewModel::renameAllFinished);
+            if (interactive && !interrupted) {
+                auto reviewing = review();
+                co_await reviewing;
+            }
             if (!dryRun && !interrupted) {
                 auto renaming = batch.renameAll();
                 co_await renaming;

@@ -303,6 +303,33 @@ private slots:
         QCOMPARE(fileNames(m_dir->filePath(u"files"_s)), (QStringList { u"Q2 Works Budget.txt"_s, u"b.txt"_s }));
     }
 
+    // The proposals one by one: an edit is used, a skipped file stays, and a
+    // regenerate asks again with the turned-down name.
+    void interactiveReview()
+    {
+        OllamaPeer ollama;
+        int calls = 0;
+        ollama.answerWith([&calls](const OllamaPeer::Request &) {
+            return OllamaPeer::reply(answerJson(u"Harbour Notes %1"_s.arg(++calls)));
+        });
+        QVERIFY(nomly({ u"config"_s, u"set"_s, u"localAIEndpoint"_s, ollama.endpoint() }).exitCode == 0);
+        QCOMPARE(nomly({ u"consent"_s, u"--agree"_s }).exitCode, 0);
+        writeFile(u"a.txt"_s, "Notes on the harbour walls, first visit.");
+        writeFile(u"b.txt"_s, "Notes on the harbour walls, second visit.");
+        writeFile(u"c.txt"_s, "Notes on the harbour walls, third visit.");
+
+        const CliRun run = nomly({ u"rename"_s, u"-i"_s, u"--mode"_s, u"local"_s, u"a.txt"_s, u"b.txt"_s, u"c.txt"_s },
+                                 "e\nWalls First Visit\ns\nr\na\n");
+        QVERIFY2(run.exitCode == 0, qPrintable(run.err + run.out));
+        const QStringList names = fileNames(m_dir->filePath(u"files"_s));
+        QCOMPARE(names.size(), 3);
+        QVERIFY2(names.contains(u"Walls First Visit.txt"_s) && names.contains(u"b.txt"_s),
+                 qPrintable(names.join(u", "_s)));
+        QCOMPARE(ollama.received.size(), 4);
+        QVERIFY2(ollama.received.last().prompt().contains(u"rejected these filename ideas"_s),
+                 qPrintable(ollama.received.last().prompt()));
+    }
+
     // A pattern of the file's own facts names files with no AI call.
     void metadataOnlyPatternAsksNoAI()
     {
