@@ -16,6 +16,7 @@
 #include "platform/canonicalpath.h"
 #include "samplepdfs.h"
 #include "settings/effectiveanalysissettings.h"
+#include "workflows/analyzefilesusecase.h"
 #include "workflows/batchanalysisissues.h"
 #include "workflows/batchdropsummary.h"
 #include "workflows/batchnaming.h"
@@ -202,6 +203,27 @@ private slots:
         QVERIFY(stored.ok());
         QCOMPARE(stored.value().size(), 4);
         QCOMPARE(batch.statusText(), u"6 of 6 analyzed, 1 skipped, 1 failed"_s);
+    }
+
+    void chunkSize_data()
+    {
+        QTest::addColumn<int>("configured");
+        QTest::addColumn<bool>("local");
+        QTest::addColumn<int>("expected");
+
+        QTest::newRow("hosted-as-configured") << 10 << false << 10;
+        QTest::newRow("local-at-most-five") << 10 << true << 5;
+        QTest::newRow("local-below-five-kept") << 3 << true << 3;
+        QTest::newRow("zero-is-one") << 0 << false << 1;
+    }
+
+    void chunkSize()
+    {
+        QFETCH(int, configured);
+        QFETCH(bool, local);
+        QFETCH(int, expected);
+
+        QCOMPARE(AnalyzeFilesUseCase::chunkSizeFor(configured, local), expected);
     }
 
     void issueWords_data()
