@@ -288,7 +288,10 @@ QCoro::Task<> BatchRenameViewModel::runAnalysis()
         const QList<QUuid> chunk = pending.first(std::min<qsizetype>(size, pending.size()));
         const QList<QUuid> next = pending.mid(chunk.size(), size);
         for (const QUuid &id : chunk) {
+            // A slot of the signal below may change the batch.
             const int row = indexOf(id);
+            if (row < 0)
+                continue;
             m_items[row].status = BatchRenameStatus::Processing;
             emit itemChanged(row);
         }
@@ -306,9 +309,13 @@ QCoro::Task<> BatchRenameViewModel::runAnalysis()
             co_return;
     }
     m_analyzing = false;
-    // A clear during the run has ended it; a new batch may have begun.
-    if (generation == m_generation)
+    // A clear during the run has ended it; a new batch may have begun, and
+    // its files wait for a run of their own.
+    if (generation == m_generation) {
         finishAnalysis();
+    } else if (!m_stopRequested) {
+        startBatchAnalysis();
+    }
     if (isIdle())
         emit becameIdle();
 }
@@ -342,8 +349,13 @@ QCoro::Task<> BatchRenameViewModel::analyzeChunk(QList<QUuid> chunk, QList<QUuid
     const AnalyzeBatchOptions batch = batchOptions(effective);
     const QDateTime now = QDateTime::currentDateTime();
     QStringList paths;
-    for (const QUuid &id : std::as_const(chunk))
-        paths.append(m_items.at(indexOf(id)).originalPath);
+    for (const QUuid &id : std::as_const(chunk)) {
+        // Whoever watched the chunk start may have cleared the batch.
+        if (const int row = indexOf(id); row >= 0)
+            paths.append(m_items.at(row).originalPath);
+    }
+    if (paths.isEmpty())
+        co_return;
 
     // A pattern that needs no AI names the files from their own facts; the
     // files for which it turns out to need a title go on to the AI.
@@ -728,6 +740,8 @@ QCoro::Task<> BatchRenameViewModel::renameAll()
     QList<QUuid> planned;
     for (const QUuid &id : std::as_const(runIds)) {
         const int row = indexOf(id);
+        if (row < 0)
+            continue;
         BatchRenameItem &item = m_items[row];
         item.status = BatchRenameStatus::Renaming;
         emit itemChanged(row);
