@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QMessageBox>
 #include <QPointer>
+#include <QSet>
 #include <QSystemTrayIcon>
 #include <QTimer>
 #include <chrono>
@@ -12,12 +13,14 @@
 
 #include <qcoro/qcorosignal.h>
 
+#include "ai/remoteconfigservice.h"
 #include "app/airoute.h"
 #include "app/applaunch.h"
 #include "app/appworkflows.h"
 #include "app/consenttexts.h"
 #include "app/hotkeyservice.h"
 #include "app/settingsviewmodel.h"
+#include "gui/airenametab.h"
 #include "gui/alertbox.h"
 #include "gui/consentwindow.h"
 #include "gui/desktophotkeyservice.h"
@@ -25,6 +28,7 @@
 #include "gui/settingswindow.h"
 #include "gui/trayicon.h"
 #include "gui/welcomewindow.h"
+#include "platform/canonicalpath.h"
 #include "platform/desktopnotifier.h"
 #include "platform/logcategories.h"
 #include "platform/singleinstance.h"
@@ -95,6 +99,7 @@ QCoro::Task<bool> GuiApplication::start()
     }
     buildTray();
     connectQuickRename();
+    connectBatchRename();
     showPrimary();
     co_return true;
 }
@@ -125,6 +130,8 @@ void GuiApplication::showPrimary()
             },
             m_hotkeys.get());
         connect(m_window.get(), &SettingsWindow::consentReviewRequested, this, &GuiApplication::presentConsent);
+        m_window->aiRenameTab()->setRemoteConfigSource(
+            [this] { return RemoteConfigService::cachedConfig(m_services.userDefaultsProvider()); });
     }
     if (m_requestedTab)
         m_window->selectTab(*std::exchange(m_requestedTab, std::nullopt));
@@ -147,6 +154,8 @@ void GuiApplication::completeOnboarding()
     showPrimary();
     if (m_welcome)
         m_welcome->hide();
+    if (!m_receivedFiles.isEmpty())
+        routeReceivedFiles();
 }
 
 int GuiApplication::run(const QStringList &files)
@@ -217,13 +226,45 @@ void GuiApplication::buildTray()
     m_tray->show();
 }
 
-// Files opened with the program or handed over by a second launch. Naming
-// them needs AI Rename's intake; until it exists the window comes forward
-// and the log keeps what arrived.
 void GuiApplication::receiveFiles(const QStringList &paths)
 {
     qCInfo(lcGeneral).noquote() << "Received" << paths.size() << "file(s):" << paths.join(QStringLiteral(", "));
+    QSet<QString> held;
+    for (const QString &path : std::as_const(m_receivedFiles))
+        held.insert(canonicalPath(path));
+    for (const QString &path : paths) {
+        const QString resolved = canonicalPath(path);
+        if (!held.contains(resolved)) {
+            held.insert(resolved);
+            m_receivedFiles.append(path);
+        }
+    }
+    routeReceivedFiles();
+}
+
+void GuiApplication::routeReceivedFiles()
+{
+    SettingsViewModel *model = m_launcher->viewModel();
+    AppWorkflows *workflows = m_launcher->workflows();
+    if (!model)
+        return;
+    if (!model->consent().isOnboardingComplete()) {
+        showPrimary();
+        return;
+    }
+    if (!model->consent().aiDataConsentGranted()) {
+        askForConsent();
+        return;
+    }
+    m_requestedTab = SettingsTab::AIRename;
     showPrimary();
+    if (m_receivedFiles.isEmpty())
+        return;
+    connectBatchRename();
+    const QStringList files = std::exchange(m_receivedFiles, {});
+    // Refused only while a rename runs; they go in once it has ended.
+    if (!workflows->batchRename().addFiles(files, BatchRenameViewModel::DropSource::Window))
+        m_receivedFiles = files;
 }
 
 void GuiApplication::quickRename(const QStringList &paths)
@@ -283,19 +324,59 @@ void GuiApplication::connectQuickRename()
         workflows->hotkey().registerHotkey();
 }
 
-// The settings window comes forward with the reason, and the user may go on
-// to read what is sent and agree.
+void GuiApplication::connectBatchRename()
+{
+    AppWorkflows *workflows = m_launcher->workflows();
+    if (!workflows || m_batchRenameConnected)
+        return;
+    m_batchRenameConnected = true;
+    workflows->setBatchRenameServices({
+        [this](QString *error) -> AIService * {
+            AIRoute *route = aiRoute(error);
+            return route ? &route->service() : nullptr;
+        },
+        // Someone watching the list sees the names land; the desktop tells
+        // the others.
+        [this](const QString &title, const QString &body) {
+            if (!m_window || !m_window->isActiveWindow())
+                DesktopNotifier::post(title, body);
+        },
+        [this](BatchRenameViewModel::DropSource) { askForConsent(); },
+        [this](BatchRenameViewModel::DropSource, int) {
+            QCoro::connect(showAlert(m_window.get(),
+                                     tr("No supported files found"),
+                                     tr("We couldn't find supported files in your selection. Try files or folders "
+                                        "containing supported formats like PDF, JPG, PNG, DOCX, TXT, MP3."),
+                                     {}),
+                           this,
+                           [](const QString &) {});
+        },
+    });
+    // Files that waited for a rename to end go in after it.
+    connect(&workflows->batchRename(), &BatchRenameViewModel::renameAllFinished, this, [this] {
+        if (!m_receivedFiles.isEmpty())
+            routeReceivedFiles();
+    });
+}
+
+// The settings window comes forward on its first tab with the reason, and the
+// user may go on to read what is sent and agree.
 void GuiApplication::askForConsent()
 {
     SettingsViewModel *model = m_launcher->viewModel();
     if (!model)
         return;
-    m_requestedTab = SettingsTab::Monitor;
+    m_requestedTab = SettingsTab::AIRename;
     showPrimary();
+    // One question at a time, however many requests arrive meanwhile.
+    if (m_consentAlertOpen)
+        return;
+    m_consentAlertOpen = true;
     const QString review = tr("Review Consent");
     QCoro::connect(showAlert(m_window.get(), ConsentTexts::missingTitle(), ConsentTexts::missingMessage(), { review }),
                    this,
                    [this, review](const QString &chosen) {
+                       m_consentAlertOpen = false;
                        if (chosen == review)
                            presentConsent();
                    });
@@ -317,6 +398,8 @@ void GuiApplication::presentConsent()
             }
             workflows->hotkey().registerHotkey();
             showPrimary();
+            if (!m_receivedFiles.isEmpty())
+                routeReceivedFiles();
         });
     }
     m_consent->present();

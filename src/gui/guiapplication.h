@@ -66,11 +66,19 @@ public:
 
 private:
     void buildTray();
+    // Files for AI Rename from outside the window: opened with the program,
+    // by the desktop entry, a file-manager action or a second launch.
     void receiveFiles(const QStringList &paths);
+    // Hands the files received so far to AI Rename once the profile has been
+    // through the welcome window and agreed to AI processing; until then
+    // leads the user there, and keeps them.
+    void routeReceivedFiles();
     // Quick rename of files a file-manager action handed over.
     void quickRename(const QStringList &paths);
     // Gives quick rename its services once the central state exists.
     void connectQuickRename();
+    // Gives AI Rename its services once the central state exists.
+    void connectBatchRename();
     // The AI route of this process, opened when first needed.
     AIRoute *aiRoute(QString *error);
     void askForConsent();
@@ -91,6 +99,11 @@ private:
     std::unique_ptr<ConsentWindow> m_consent;
     std::unique_ptr<HotkeyService> m_hotkeys;
     bool m_quickRenameConnected = false;
+    bool m_batchRenameConnected = false;
+    // Received for AI Rename, waiting for the welcome window or the consent;
+    // one entry per resolved path.
+    QStringList m_receivedFiles;
+    bool m_consentAlertOpen = false;
 };
 
 } // namespace Nomly

@@ -9,6 +9,7 @@
 #include "app/settingsviewmodel.h"
 #include "gui/abouttab.h"
 #include "gui/activitytab.h"
+#include "gui/airenametab.h"
 #include "gui/aisetuptab.h"
 #include "gui/hotkeysettingsbox.h"
 #include "gui/monitortab.h"
@@ -31,6 +32,7 @@ SettingsWindow::SettingsWindow(SettingsViewModel &model,
     setMinimumSize(MinimumWidth, MinimumHeight);
 
     m_tabs = new QTabWidget(this);
+    m_aiRenameTab = new AIRenameTab(workflows.batchRename(), model.templates(), this);
     m_monitorTab = new MonitorTab(model, this);
     m_activityTab = new ActivityTab(workflows.activity(), this);
     m_templatesTab = new TemplatesTab(model, this);
@@ -40,6 +42,7 @@ SettingsWindow::SettingsWindow(SettingsViewModel &model,
     connect(privacy, &PrivacySettingsBox::reviewRequested, this, &SettingsWindow::consentReviewRequested);
     m_aiSetupTab->addSection(privacy);
     m_aboutTab = new AboutTab(this);
+    addTab(m_aiRenameTab, SettingsTab::AIRename, tr("AI Rename"));
     addTab(m_monitorTab, SettingsTab::Monitor, tr("Monitor"));
     addTab(m_activityTab, SettingsTab::Activity, tr("Activity"));
     addTab(m_templatesTab, SettingsTab::Templates, tr("Templates"));

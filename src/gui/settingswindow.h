@@ -11,6 +11,7 @@ class QTabWidget;
 namespace Nomly {
 
 class AboutTab;
+class AIRenameTab;
 class AppWorkflows;
 class ActivityTab;
 class AISetupTab;
@@ -38,6 +39,8 @@ public:
                    AISetupTab::KeySyncSource keySync = {},
                    HotkeyService *hotkeys = nullptr,
                    QWidget *parent = nullptr);
+
+    AIRenameTab *aiRenameTab() const { return m_aiRenameTab; }
 
     MonitorTab *monitorTab() const { return m_monitorTab; }
 
@@ -76,6 +79,7 @@ private:
     SettingsViewModel &m_model;
     QTabWidget *m_tabs = nullptr;
     QList<SettingsTab> m_tabOrder;
+    AIRenameTab *m_aiRenameTab = nullptr;
     MonitorTab *m_monitorTab = nullptr;
     ActivityTab *m_activityTab = nullptr;
     TemplatesTab *m_templatesTab = nullptr;

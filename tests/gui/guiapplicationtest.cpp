@@ -1,9 +1,12 @@
 // The desktop face coming up over a real profile: which window a profile
-// gets, and the launch that fails on a database it cannot read.
+// gets, where files handed over from outside go, and the launch that fails
+// on a database it cannot read.
 
+#include <QAbstractButton>
 #include <QDir>
 #include <QFile>
 #include <QLabel>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -15,6 +18,7 @@
 #include <qcoro/qcorotask.h>
 
 #include "app/applaunch.h"
+#include "app/appworkflows.h"
 #include "app/consenttexts.h"
 #include "app/settingsstore.h"
 #include "app/settingsviewmodel.h"
@@ -22,11 +26,27 @@
 #include "gui/guiapplication.h"
 #include "gui/settingswindow.h"
 #include "gui/welcomewindow.h"
+#include "ollamapeer.h"
 #include "profileservices.h"
+#include "workflows/batchrenameviewmodel.h"
 
 using namespace Qt::StringLiterals;
 using namespace Nomly;
+using Nomly::Test::OllamaPeer;
 using Nomly::Test::ProfileServices;
+
+namespace {
+
+enum class Shown
+{
+    Welcome,
+    ConsentQuestion,
+    AIRename,
+};
+
+} // namespace
+
+Q_DECLARE_METATYPE(Shown)
 
 class GuiApplicationTest : public QObject
 {
@@ -39,7 +59,7 @@ private slots:
     void init()
     {
         m_dir = std::make_unique<QTemporaryDir>();
-        m_profile = std::make_unique<ProfileServices>(m_dir->path());
+        m_profile = std::make_unique<ProfileServices>(m_dir->path(), ProfileServices::Keys::InFile);
     }
 
     void cleanup()
@@ -54,9 +74,6 @@ private slots:
     {
         {
             GuiApplication gui(m_profile->services());
-            // Handed over before setup, handled once after it.
-            gui.launcher().openFiles({ u"/early/file.pdf"_s });
-            QTest::ignoreMessage(QtInfoMsg, "Received 1 file(s): /early/file.pdf");
             QVERIFY(started(gui));
             QVERIFY(gui.welcomeWindow() && gui.welcomeWindow()->isVisible());
             QVERIFY(!gui.settingsWindow());
@@ -110,6 +127,84 @@ private slots:
         QCOMPARE(action->text(), u"Withdraw Consent..."_s);
     }
 
+    // Files from the command line, a file-manager action or a second launch
+    // go where the profile can take them.
+    void receivedFilesAreRouted_data()
+    {
+        QTest::addColumn<bool>("onboarded");
+        QTest::addColumn<bool>("consented");
+        QTest::addColumn<Shown>("shown");
+        QTest::addColumn<int>("items");
+        QTest::newRow("onboarding-incomplete-welcome") << false << false << Shown::Welcome << 0;
+        QTest::newRow("consent-missing-asks") << true << false << Shown::ConsentQuestion << 0;
+        QTest::newRow("ready-ai-rename") << true << true << Shown::AIRename << 2;
+    }
+
+    void receivedFilesAreRouted()
+    {
+        QFETCH(bool, onboarded);
+        QFETCH(bool, consented);
+        QFETCH(Shown, shown);
+        QFETCH(int, items);
+        m_profile->defaults.setValue(SettingsStore::HasCompletedOnboardingKey, onboarded);
+        m_profile->defaults.setValue(ConsentState::HasAgreedToAIDataProcessingKey, consented);
+        GuiApplication gui(m_profile->services());
+        QVERIFY(started(gui));
+        OllamaPeer ollama;
+        answerLocally(gui, ollama);
+        if (gui.welcomeWindow())
+            gui.welcomeWindow()->hide();
+        if (gui.settingsWindow())
+            gui.settingsWindow()->selectTab(SettingsTab::About);
+
+        // The same file twice, once through a link, is one item.
+        gui.launcher().openFiles({ sample(u"a.txt"_s), sample(u"b.txt"_s), link(u"a.txt"_s) });
+        BatchRenameViewModel &batch = gui.launcher().workflows()->batchRename();
+        QTRY_VERIFY(batch.isIdle());
+        QCOMPARE(gui.welcomeWindow() && gui.welcomeWindow()->isVisible(), shown == Shown::Welcome);
+        QCOMPARE(gui.settingsWindow() && gui.settingsWindow()->isVisible(), shown != Shown::Welcome);
+        if (shown != Shown::Welcome)
+            QCOMPARE(gui.settingsWindow()->selectedTab(), SettingsTab::AIRename);
+        QMessageBox *question = consentQuestion(gui);
+        QCOMPARE(question != nullptr, shown == Shown::ConsentQuestion);
+        if (question)
+            question->reject();
+        QCOMPARE(int(batch.items().size()), items);
+    }
+
+    // Files handed over before the profile is ready wait through the welcome
+    // window and the consent, then arrive once.
+    void keptFilesArriveOnceReady()
+    {
+        GuiApplication gui(m_profile->services());
+        gui.launcher().openFiles({ sample(u"a.txt"_s), sample(u"b.txt"_s) });
+        QVERIFY(started(gui));
+        OllamaPeer ollama;
+        answerLocally(gui, ollama);
+        QVERIFY(gui.welcomeWindow() && gui.welcomeWindow()->isVisible());
+        gui.launcher().openFiles({ link(u"b.txt"_s) });
+
+        gui.welcomeWindow()->findChild<QPushButton *>(u"getStarted"_s)->click();
+        QMessageBox *question = nullptr;
+        QTRY_VERIFY((question = consentQuestion(gui)));
+        const QList<QAbstractButton *> buttons = question->buttons();
+        const auto review = std::find_if(buttons.cbegin(), buttons.cend(), [](const QAbstractButton *button) {
+            return button->text() == u"Review Consent"_s;
+        });
+        QVERIFY(review != buttons.cend());
+        (*review)->click();
+        QTRY_VERIFY(gui.consentWindow() && gui.consentWindow()->isVisible());
+        BatchRenameViewModel &batch = gui.launcher().workflows()->batchRename();
+        QVERIFY(batch.items().isEmpty());
+
+        gui.consentWindow()->findChild<QPushButton *>(u"agree"_s)->click();
+        QTRY_COMPARE(batch.items().size(), qsizetype(2));
+        QTRY_VERIFY(batch.isIdle());
+        QCOMPARE(batch.items().at(0).fileName, u"a.txt"_s);
+        QCOMPARE(batch.items().at(1).suggestedName, std::optional<QString>(u"Loopback Answer"_s));
+        QCOMPARE(gui.settingsWindow()->selectedTab(), SettingsTab::AIRename);
+    }
+
     void unreadableDatabaseFails_data()
     {
         QTest::addColumn<QByteArray>("content");
@@ -139,6 +234,46 @@ private slots:
     }
 
 private:
+    QString sample(const QString &name) const
+    {
+        const QString path = m_dir->filePath(name);
+        QFile file(path);
+        if (file.open(QIODevice::WriteOnly))
+            file.write("A survey of the harbour walls.");
+        return path;
+    }
+
+    // A link to the named file, under another name.
+    QString link(const QString &name) const
+    {
+        const QString path = m_dir->filePath(u"link-to-"_s + name);
+        QFile::link(m_dir->filePath(name), path);
+        return path;
+    }
+
+    // Analysis goes to a local model on loopback.
+    static void answerLocally(GuiApplication &gui, const OllamaPeer &ollama)
+    {
+        SettingsViewModel &model = *gui.launcher().viewModel();
+        Settings settings = model.settings();
+        settings.aiProcessingMode = AIProcessingMode::Local;
+        settings.localAIEndpoint = ollama.endpoint();
+        model.setSettings(settings);
+        QVERIFY(QCoro::waitFor(model.saveSettings()));
+    }
+
+    // The question the settings window asks when consent is missing.
+    static QMessageBox *consentQuestion(GuiApplication &gui)
+    {
+        if (!gui.settingsWindow())
+            return nullptr;
+        for (QMessageBox *box : gui.settingsWindow()->findChildren<QMessageBox *>()) {
+            if (box->isVisible() && box->text() == ConsentTexts::missingTitle())
+                return box;
+        }
+        return nullptr;
+    }
+
     static bool started(GuiApplication &gui)
     {
         auto starting = gui.start();

@@ -105,7 +105,8 @@ private slots:
     void tabsFollowSelection()
     {
         QCOMPARE(m_window->shownTabs(),
-                 (QList<SettingsTab> { SettingsTab::Monitor,
+                 (QList<SettingsTab> { SettingsTab::AIRename,
+                                       SettingsTab::Monitor,
                                        SettingsTab::Activity,
                                        SettingsTab::Templates,
                                        SettingsTab::AISetup,
@@ -116,6 +117,7 @@ private slots:
         QCOMPARE(m_window->selectedTab(), SettingsTab::AISetup);
         m_window->selectTab(SettingsTab::Statistics);
         QCOMPARE(m_window->tabs()->currentIndex(), 0);
+        QCOMPARE(m_window->tabs()->tabText(0), u"AI Rename"_s);
         QVERIFY(m_window->close());
         QVERIFY(!m_window->isVisible());
     }
