@@ -168,11 +168,22 @@ void AIRenameTab::buildActions()
                          &AIRenameTab::editCurrentName);
     m_removeAction = add(QStringLiteral("Remove"), { QKeySequence::Delete }, &AIRenameTab::removeSelected);
     m_revealAction = add(QStringLiteral("Open Containing Folder"), {}, &AIRenameTab::revealCurrent);
-    // Asking the AI again for one file's name belongs to the batch, which
-    // does not offer it yet; the entry waits here, hidden, to be connected
-    // to it.
-    m_regenerateAction = new QAction(QStringLiteral("Regenerate"), this);
-    m_regenerateAction->setVisible(false);
+    // Another name for an analysed file, or another try for one whose
+    // failure a new call may cure.
+    m_regenerateAction
+        = add(QStringLiteral("Regenerate"), { QKeySequence(Qt::CTRL | Qt::Key_R) }, &AIRenameTab::regenerateCurrent);
+}
+
+void AIRenameTab::regenerateCurrent()
+{
+    const int row = currentRow();
+    if (row < 0 || m_batch.isConfirmingRenames())
+        return;
+    const BatchRenameItem &item = m_batch.items().at(row);
+    if (item.status == BatchRenameStatus::Failed)
+        m_batch.retry(item.id);
+    else if (item.status == BatchRenameStatus::Analyzed)
+        launch(m_batch.regenerate(item.id));
 }
 
 void AIRenameTab::setRemoteConfigSource(std::function<RemoteConfig()> source)
@@ -224,7 +235,10 @@ void AIRenameTab::updateState()
 
 void AIRenameTab::updateCount()
 {
-    QString text = QStringLiteral("%1 of %2 analyzed").arg(m_batch.processedCount()).arg(m_batch.totalCount());
+    // "12 of 15 analyzed, 2 skipped, 1 failed", with the reasons beneath
+    // on hover.
+    QString text = m_batch.statusText();
+    m_count->setToolTip(m_batch.issueDetails());
     if (const std::optional<qint64> elapsed = m_batch.elapsedSeconds(QDateTime::currentDateTimeUtc()))
         text += QStringLiteral(" · ") + elapsedText(*elapsed);
     m_count->setText(text);
@@ -239,6 +253,12 @@ void AIRenameTab::updateActions()
         hasRow && m_model->flags(m_model->index(row, BatchRenameTableModel::NewNameColumn)) & Qt::ItemIsEditable);
     m_removeAction->setEnabled(hasRow && !confirming);
     m_revealAction->setEnabled(hasRow);
+    const BatchRenameItem *item = hasRow ? &m_batch.items().at(row) : nullptr;
+    const bool failed = item && item->status == BatchRenameStatus::Failed;
+    m_regenerateAction->setText(failed ? QStringLiteral("Retry") : QStringLiteral("Regenerate"));
+    m_regenerateAction->setEnabled(
+        item && !confirming
+        && (item->status == BatchRenameStatus::Analyzed || (failed && m_batch.canRetryFailure(item->id))));
 }
 
 void AIRenameTab::reloadTemplates()

@@ -59,6 +59,7 @@ public:
     void editCurrentName();
     void removeSelected();
     void revealCurrent();
+    void regenerateCurrent();
 
 protected:
     void showEvent(QShowEvent *event) override;

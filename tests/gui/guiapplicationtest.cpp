@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QLabel>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -167,8 +168,12 @@ private slots:
             QCOMPARE(gui.settingsWindow()->selectedTab(), SettingsTab::AIRename);
         QMessageBox *question = consentQuestion(gui);
         QCOMPARE(question != nullptr, shown == Shown::ConsentQuestion);
-        if (question)
+        if (question) {
+            const QPointer<QMessageBox> asked(question);
             question->reject();
+            // The answer is read on the event loop, which then lets the box go.
+            QTRY_VERIFY(!asked);
+        }
         QCOMPARE(int(batch.items().size()), items);
     }
 
