@@ -171,6 +171,9 @@ bool BatchRenameViewModel::addFiles(const QStringList &paths, DropSource source,
         return false;
     if (isBatchDone())
         clearBatch();
+    // New files are a new wish to have names: a stop asked for earlier is
+    // over.
+    m_stopRequested = false;
     m_intakes.append(Intake { paths, source, startAnalysis });
     runIntake();
     return true;
@@ -261,7 +264,6 @@ void BatchRenameViewModel::startBatchAnalysis()
         m_batchAnalysisStartedAt = QDateTime::currentDateTimeUtc();
         m_batchAnalysisEndedAt.reset();
     }
-    m_stopRequested = false;
     runAnalysis();
 }
 
@@ -505,6 +507,7 @@ void BatchRenameViewModel::fail(int row, const QString &message)
 void BatchRenameViewModel::clearBatch()
 {
     ++m_generation;
+    m_stopRequested = false;
     m_intakes.clear();
     if (m_intakeCancelled)
         m_intakeCancelled->store(true);
