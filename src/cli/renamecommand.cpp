@@ -1,6 +1,7 @@
 #include "cli/renamecommand.h"
 
 #include <QCommandLineParser>
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonObject>
@@ -58,11 +59,11 @@ public:
     }
 
     // Items not taken into any batch, such as a path that does not exist.
-    void missing(const QString &path)
+    void refused(const QString &path, const QString &reason)
     {
         ++m_total;
         ++m_failed;
-        itemLine(path, QFileInfo(path).fileName(), {}, QStringLiteral("File not found"));
+        itemLine(path, QFileInfo(path).fileName(), {}, reason);
     }
 
     void addTotal(int count) { m_total += count; }
@@ -177,7 +178,12 @@ private:
 
 // The files the arguments name, folders walked the way AI Rename takes a
 // drop; paths that do not exist come back apart.
-QStringList collectFiles(const QStringList &arguments, const RemoteConfig &remote, QStringList *missing)
+// The files the arguments name, folders walked the way AI Rename takes a
+// drop. Paths that do not exist, and files given by name that no reader
+// takes, come back apart with the reason.
+QStringList collectFiles(const QStringList &arguments,
+                         const RemoteConfig &remote,
+                         QList<QPair<QString, QString>> *refused)
 {
     QStringList existing;
     for (const QString &argument : arguments) {
@@ -185,11 +191,17 @@ QStringList collectFiles(const QStringList &arguments, const RemoteConfig &remot
         if (info.exists() || info.isSymLink())
             existing.append(info.absoluteFilePath());
         else
-            missing->append(argument);
+            refused->append({ argument, QStringLiteral("File not found") });
     }
     const QStringList supported = remote.supportedExtensions();
-    return BatchDropSummary::collect(existing, QSet<QString>(supported.cbegin(), supported.cend()), {}, INT_MAX)
-        .pathsToAdd;
+    const QStringList collected
+        = BatchDropSummary::collect(existing, QSet<QString>(supported.cbegin(), supported.cend()), {}, INT_MAX)
+              .pathsToAdd;
+    for (const QString &path : std::as_const(existing)) {
+        if (!QFileInfo(path).isDir() && !collected.contains(path))
+            refused->append({ path, QStringLiteral("Unsupported file type") });
+    }
+    return collected;
 }
 
 } // namespace
@@ -245,8 +257,15 @@ ExitStatus runRenameCommand(const QStringList &arguments)
         return ExitStatus::UsageError;
     }
     const bool fromPlan = parser.isSet(planOption);
-    if (fromPlan && (!parser.positionalArguments().isEmpty() || parser.isSet(savePlanOption))) {
-        CliOutput::error(QStringLiteral("--plan takes no files and no --save-plan; the plan names the files"));
+    if (fromPlan
+        && (!parser.positionalArguments().isEmpty() || parser.isSet(savePlanOption) || parser.isSet(dryRunOption)
+            || parser.isSet(interactiveOption))) {
+        CliOutput::error(QStringLiteral("--plan renames what the plan says: it takes no files, no --save-plan, no "
+                                        "--dry-run and no -i"));
+        return ExitStatus::UsageError;
+    }
+    if (parser.isSet(interactiveOption) && parser.isSet(jsonOption)) {
+        CliOutput::error(QStringLiteral("-i asks on the terminal; it cannot be combined with --json"));
         return ExitStatus::UsageError;
     }
     if (!fromPlan && parser.positionalArguments().isEmpty()) {
@@ -287,15 +306,17 @@ ExitStatus runRenameCommand(const QStringList &arguments)
         return ExitStatus::UsageError;
     }
 
-    const RemoteConfig remote = RemoteConfigService::cachedConfig(profile->userDefaults());
-    QStringList missing;
-    const QStringList files = collectFiles(parser.positionalArguments(), remote, &missing);
+    RemoteConfig remote = RemoteConfigService::cachedConfig(profile->userDefaults());
+    // The command goes through any number of files, a batch at a time.
+    remote.batchAnalysisLimit = std::max(1, remote.batchAnalysisLimit);
+    QList<QPair<QString, QString>> refused;
+    const QStringList files = collectFiles(parser.positionalArguments(), remote, &refused);
     const bool savesPlan = parser.isSet(savePlanOption);
     const bool dryRun = parser.isSet(dryRunOption) || savesPlan;
     const bool interactive = parser.isSet(interactiveOption) && !dryRun;
     RenameReporter reporter(dryRun, parser.isSet(jsonOption));
-    for (const QString &path : std::as_const(missing))
-        reporter.missing(path);
+    for (const auto &[path, reason] : std::as_const(refused))
+        reporter.refused(path, reason);
 
     LazyAIRoute route;
     BatchRenameViewModel batch(profile->database(), profile->undoIgnore());
@@ -312,7 +333,7 @@ ExitStatus runRenameCommand(const QStringList &arguments)
         = [&profile](const ProcessedFile &record) { profile->activity().addActivityFile(record); };
     batch.setDependencies(std::move(dependencies));
 
-    const int limit = std::max(1, remote.batchAnalysisLimit);
+    const int limit = remote.batchAnalysisLimit;
     const QString runId = batch.runId();
     int earlierSlices = 0; // files of the batches before this one
     QObject::connect(&batch, &BatchRenameViewModel::itemChanged, &batch, [&](int row) {
@@ -371,31 +392,49 @@ ExitStatus runRenameCommand(const QStringList &arguments)
         std::fflush(stdout);
         return input.readLine();
     };
+    // Each proposal in turn. The end of the input, or q, skips the rest; an
+    // answer it does not know is asked again. Ctrl-C, seen between answers,
+    // ends the review with nothing renamed.
     const auto review = [&]() -> QCoro::Task<> {
         QList<QUuid> proposed;
         for (const BatchRenameItem &item : batch.items()) {
             if (item.status == BatchRenameStatus::Analyzed)
                 proposed.append(item.id);
         }
+        bool skipRest = false;
         for (const QUuid &id : std::as_const(proposed)) {
             while (!interrupted) {
                 const int row = batch.indexOf(id);
                 if (row < 0 || batch.items().at(row).status != BatchRenameStatus::Analyzed)
                     break;
+                if (skipRest) {
+                    batch.removeItem(id);
+                    break;
+                }
                 const BatchRenameItem &item = batch.items().at(row);
-                const QString answer
-                    = ask(QStringLiteral("%1 -> %2   [a]ccept, [e]dit, [r]egenerate, [s]kip? ")
-                              .arg(item.fileName, *item.nameToUse() + RenameReporter::fileExtension(item.originalPath)))
-                          .trimmed()
-                          .toLower();
+                const QString line = ask(
+                    QStringLiteral("%1 -> %2   [a]ccept, [e]dit, [r]egenerate, [s]kip, [q]uit? ")
+                        .arg(item.fileName, *item.nameToUse() + RenameReporter::fileExtension(item.originalPath)));
+                QCoreApplication::processEvents();
+                const QString answer = line.trimmed().toLower();
+                if (interrupted)
+                    break;
+                if (line.isNull() || answer == u"q") {
+                    skipRest = true;
+                    continue;
+                }
                 if (answer == u"e") {
-                    batch.updateEditedName(id, ask(QStringLiteral("New name, without the extension: ")).trimmed());
+                    const QString name = ask(QStringLiteral("New name, without the extension: "));
+                    if (!name.isNull())
+                        batch.updateEditedName(id, name.trimmed());
                 } else if (answer == u"r") {
                     auto regenerating = batch.regenerate(id);
                     co_await regenerating;
                     continue;
                 } else if (answer == u"s") {
                     batch.removeItem(id);
+                } else if (!answer.isEmpty() && answer != u"a") {
+                    continue;
                 }
                 break;
             }
@@ -416,7 +455,9 @@ ExitStatus runRenameCommand(const QStringList &arguments)
                 auto reviewing = review();
                 co_await reviewing;
             }
-            if (!dryRun && !interrupted) {
+            // What landed before a Ctrl-C is renamed, unless the user was
+            // still deciding on it.
+            if (!dryRun && !(interactive && interrupted)) {
                 auto renaming = batch.renameAll();
                 co_await renaming;
             }
@@ -430,6 +471,12 @@ ExitStatus runRenameCommand(const QStringList &arguments)
     };
     QCoro::waitFor(fromPlan ? renamePlan() : run());
     if (savesPlan) {
+        // A name from the file's own facts is shown before its hash is read;
+        // the plan needs the hash to know the file again.
+        for (BatchRenameItem &item : reviewed) {
+            if (!item.contentHash)
+                item.contentHash = FileHashService::hash(item.originalPath);
+        }
         QSaveFile plan(parser.value(savePlanOption));
         if (!plan.open(QIODevice::WriteOnly) || plan.write(BatchRenamePlan::toJson(reviewed)) < 0 || !plan.commit()) {
             CliOutput::error(QStringLiteral("cannot write the plan '%1': %2").arg(plan.fileName(), plan.errorString()));

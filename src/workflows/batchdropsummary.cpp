@@ -4,6 +4,7 @@
 #include <QFileInfo>
 
 #include "content/extensiontables.h"
+#include "platform/canonicalpath.h"
 
 namespace Nomly {
 
@@ -34,14 +35,16 @@ public:
     bool offer(const QFileInfo &info)
     {
         const QString path = info.absoluteFilePath();
+        // A file and a link to it are one file.
+        const QString resolved = canonicalPath(path);
         const bool bundle = info.isDir() && hasBundleExtension(info);
         const bool eligible = (bundle || info.isFile()) && m_supported.contains(kindExtension(info, bundle))
-            && !m_existing.contains(path);
+            && !m_existing.contains(resolved);
         if (!eligible) {
             ++m_summary.skippedCount;
             return true;
         }
-        m_existing.insert(path);
+        m_existing.insert(resolved);
         m_summary.pathsToAdd.append(path);
         ++m_summary.addedCount;
         if (m_summary.addedCount >= m_capacity) {

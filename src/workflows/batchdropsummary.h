@@ -20,8 +20,10 @@ struct BatchDropSummary
     // Walks the given paths in order, folders recursively (hidden entries
     // and the contents of document bundles skipped), and keeps at most
     // `capacity` supported files that are not in `existing`. A path that does
-    // not exist is passed over without a count. Reads the file system: call
-    // it off the main thread. `isCancelled` is asked before each entry.
+    // not exist is passed over without a count. Paths compare resolved, so a
+    // link and its file are one; `existing` holds resolved paths. Reads the
+    // file system: call it off the main thread. `isCancelled` is asked
+    // before each entry.
     static BatchDropSummary collect(const QStringList &paths,
                                     const QSet<QString> &supportedExtensions,
                                     QSet<QString> existing,

@@ -199,7 +199,7 @@ QCoro::Task<> BatchRenameViewModel::runIntake()
         const QSet<QString> supported(supportedList.cbegin(), supportedList.cend());
         QSet<QString> existing;
         for (const BatchRenameItem &item : std::as_const(m_items))
-            existing.insert(item.originalPath);
+            existing.insert(canonicalPath(item.originalPath));
         m_intakeCancelled = std::make_shared<std::atomic_bool>(false);
         auto collecting
             = QtConcurrent::run([paths = intake.paths, supported, existing, remaining, cancelled = m_intakeCancelled] {
@@ -326,13 +326,6 @@ void BatchRenameViewModel::finishAnalysis()
 {
     if (m_batchAnalysisStartedAt && !m_batchAnalysisEndedAt)
         m_batchAnalysisEndedAt = QDateTime::currentDateTimeUtc();
-    // Items the stop left behind go back to waiting.
-    for (int row = 0; row < m_items.size(); ++row) {
-        if (m_items.at(row).status == BatchRenameStatus::Processing) {
-            m_items[row].status = BatchRenameStatus::Pending;
-            emit itemChanged(row);
-        }
-    }
     emit stateChanged();
     const bool anyAnswered = std::any_of(m_items.cbegin(), m_items.cend(), [](const BatchRenameItem &item) {
         return item.status == BatchRenameStatus::Analyzed || item.status == BatchRenameStatus::Failed;

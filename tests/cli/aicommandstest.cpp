@@ -328,6 +328,12 @@ private slots:
         QCOMPARE(ollama.received.size(), 4);
         QVERIFY2(ollama.received.last().prompt().contains(u"rejected these filename ideas"_s),
                  qPrintable(ollama.received.last().prompt()));
+
+        // No answer at all renames nothing.
+        writeFile(u"d.txt"_s, "Notes on the harbour walls, fourth visit.");
+        const CliRun unanswered = nomly({ u"rename"_s, u"-i"_s, u"--mode"_s, u"local"_s, u"d.txt"_s }, "");
+        QVERIFY2(unanswered.exitCode == 0, qPrintable(unanswered.err + unanswered.out));
+        QVERIFY(fileNames(m_dir->filePath(u"files"_s)).contains(u"d.txt"_s));
     }
 
     // A pattern of the file's own facts names files with no AI call.
@@ -338,12 +344,20 @@ private slots:
         QVERIFY(nomly({ u"config"_s, u"set"_s, u"localAIEndpoint"_s, ollama.endpoint() }).exitCode == 0);
         QCOMPARE(nomly({ u"consent"_s, u"--agree"_s }).exitCode, 0);
         writeFile(u"minutes.txt"_s, "Minutes of the planning meeting.");
+        writeFile(u"notes.unknownkind"_s, "Nothing reads this kind.");
 
-        const CliRun run
-            = nomly({ u"rename"_s, u"--mode"_s, u"local"_s, u"--pattern"_s, u"{original} copy"_s, u"minutes.txt"_s });
-        QVERIFY2(run.exitCode == 0, qPrintable(run.err + run.out));
+        const CliRun run = nomly({ u"rename"_s,
+                                   u"--mode"_s,
+                                   u"local"_s,
+                                   u"--pattern"_s,
+                                   u"{original} copy"_s,
+                                   u"minutes.txt"_s,
+                                   u"notes.unknownkind"_s });
+        QVERIFY2(run.exitCode == 1, qPrintable(run.err + run.out));
+        QVERIFY2(run.err.contains(u"notes.unknownkind: Unsupported file type"_s), qPrintable(run.err));
         QVERIFY(ollama.received.isEmpty());
-        QCOMPARE(fileNames(m_dir->filePath(u"files"_s)), QStringList { u"minutes copy.txt"_s });
+        QCOMPARE(fileNames(m_dir->filePath(u"files"_s)),
+                 (QStringList { u"minutes copy.txt"_s, u"notes.unknownkind"_s }));
         const QJsonArray history = QJsonDocument::fromJson(nomly({ u"history"_s, u"--json"_s }).out.toUtf8()).array();
         QCOMPARE(history.size(), 1);
         QCOMPARE(history.first()[u"aiProvider"_s].toString(), u"file-metadata"_s);

@@ -112,6 +112,17 @@ private slots:
                  QStringList { path(u"scan"_s) });
     }
 
+    // A file and a link to it, dropped together, are one item.
+    void linkAndItsFileAreOne()
+    {
+        write({ u"photo.txt"_s });
+        QVERIFY(QFile::link(path(u"photo.txt"_s), path(u"latest.txt"_s)));
+        const BatchDropSummary summary
+            = BatchDropSummary::collect({ path(u"latest.txt"_s), path(u"photo.txt"_s) }, { u"txt"_s }, {}, 5);
+        QCOMPARE(summary.pathsToAdd, QStringList { path(u"latest.txt"_s) });
+        QCOMPARE(summary.skippedCount, 1);
+    }
+
     void reservedDestination_data()
     {
         QTest::addColumn<QStringList>("present");
