@@ -27,8 +27,11 @@
 #include "cli/templateoptions.h"
 #include "cli/writeoptions.h"
 #include "history/filehashservice.h"
+#include "naming/filerenamer.h"
+#include "platform/canonicalpath.h"
 #include "platform/terminationsignals.h"
 #include "workflows/batchdropsummary.h"
+#include "workflows/batchnaming.h"
 #include "workflows/batchoptions.h"
 #include "workflows/batchrenameplan.h"
 #include "workflows/batchrenameviewmodel.h"
@@ -82,12 +85,21 @@ public:
             ++m_failed;
             itemLine(item.originalPath, item.fileName, {}, item.error.value_or(QStringLiteral("Rename failed")), item);
             break;
-        case BatchRenameStatus::Analyzed:
+        case BatchRenameStatus::Analyzed: {
             if (!m_dryRun)
                 return;
             ++m_done;
-            itemLine(item.originalPath, item.fileName, *item.nameToUse() + fileExtension(item.originalPath), {}, item);
+            // As a real run would plan it: a name an earlier file of the run
+            // takes gets the next suffix.
+            const QString destination = BatchNaming::reservedDestination(BatchNaming::sanitizedName(*item.nameToUse()),
+                                                                         FileRenamer::extensionOf(item.originalPath),
+                                                                         QFileInfo(item.originalPath).absolutePath(),
+                                                                         item.originalPath,
+                                                                         m_reserved);
+            m_reserved.insert(canonicalPath(destination));
+            itemLine(item.originalPath, item.fileName, QFileInfo(destination).fileName(), {}, item);
             break;
+        }
         default:
             return;
         }
@@ -171,6 +183,7 @@ private:
     bool m_progress;
     QString m_progressText;
     QSet<QUuid> m_told;
+    QSet<QString> m_reserved; // destinations the proposals so far take
     int m_total = 0;
     int m_done = 0;
     int m_failed = 0;

@@ -85,9 +85,13 @@ const std::array<ReasonRule, 10> MessageReasons { {
     { { u"invalid api url", u"invalid url" }, u"invalid_api_url" },
 } };
 
-const std::array<ReasonRule, 7> RenameReasons { {
+const std::array<ReasonRule, 9> RenameReasons { {
     { { u"folder access denied" }, u"folder_access_denied" },
-    { { u"file not found" }, u"file_not_found" },
+    { { u"file not found", u"no such file" }, u"file_not_found" },
+    // The journal's own words: a file that changed kind, or a record the
+    // history could not keep. Asking the AI again cures neither.
+    { { u"no longer a regular file" }, u"not_a_regular_file" },
+    { { u"record could not be" }, u"record_failed" },
     { { u"invalid name" }, u"invalid_name" },
     { { u"being processed by monitor" }, u"monitor_lock" },
     { { u"permission", u"operation not permitted", u"access denied" }, u"permission_denied" },

@@ -242,6 +242,7 @@ private slots:
         const CliRun run = nomly(arguments);
         QVERIFY2(run.exitCode == 0, qPrintable(run.err + run.out));
         QVERIFY2(run.out.contains(u"a.txt -> Field Notes.txt"_s), qPrintable(run.out));
+        QVERIFY2(run.out.contains(u"b.txt -> Field Notes_1.txt"_s), qPrintable(run.out));
         QVERIFY2(run.out.contains(dryRun ? u"Proposed names for 3 of 3 files; nothing was moved."_s
                                          : u"Renamed 3 of 3 files."_s),
                  qPrintable(run.out));

@@ -254,6 +254,8 @@ private slots:
         QTest::newRow("unknown-text-retried") << u"Rename failed"_s << BatchAnalysisIssueCategory::OtherFailure << true;
         QTest::newRow("missing-file-not-retried")
             << u"File not found"_s << BatchAnalysisIssueCategory::FileUnavailable << false;
+        QTest::newRow("unkept-record-not-retried") << u"not renamed: its record could not be written: disk full"_s
+                                                   << BatchAnalysisIssueCategory::OtherFailure << false;
         QTest::newRow("unsupported-not-retried")
             << u"Unsupported file type"_s << BatchAnalysisIssueCategory::UnsupportedFile << false;
     }
