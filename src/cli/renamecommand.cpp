@@ -124,12 +124,6 @@ public:
         CliOutput::line(text + (m_dryRun ? QStringLiteral("; nothing was moved.") : QStringLiteral(".")));
     }
 
-    static QString fileExtension(const QString &path)
-    {
-        const QString extension = QFileInfo(path).completeBaseName().isEmpty() ? QString() : QFileInfo(path).suffix();
-        return extension.isEmpty() ? QString() : u'.' + extension;
-    }
-
 private:
     void itemLine(const QString &path,
                   const QString &name,
@@ -188,6 +182,11 @@ private:
     int m_done = 0;
     int m_failed = 0;
 };
+
+QString withDot(const QString &extension)
+{
+    return extension.isEmpty() ? QString() : u'.' + extension;
+}
 
 // The files the arguments name, folders walked the way AI Rename takes a
 // drop; paths that do not exist come back apart.
@@ -427,7 +426,7 @@ ExitStatus runRenameCommand(const QStringList &arguments)
                 const BatchRenameItem &item = batch.items().at(row);
                 const QString line = ask(
                     QStringLiteral("%1 -> %2   [a]ccept, [e]dit, [r]egenerate, [s]kip, [q]uit? ")
-                        .arg(item.fileName, *item.nameToUse() + RenameReporter::fileExtension(item.originalPath)));
+                        .arg(item.fileName, *item.nameToUse() + withDot(FileRenamer::extensionOf(item.originalPath))));
                 QCoreApplication::processEvents();
                 const QString answer = line.trimmed().toLower();
                 if (interrupted)

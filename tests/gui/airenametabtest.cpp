@@ -170,29 +170,6 @@ private slots:
 
     // What the drop zone says, as files are dragged over an empty batch and
     // over one with files.
-    void dragOverSaysWhatReleaseDoes()
-    {
-        QVERIFY(writeFile(file(u"a.txt"_s), "A survey of the harbour walls."));
-        QCOMPARE(tab().dropZone()->hint(),
-                 u"Drag & drop supported files or folders here,\nor open them with Nomly from your file manager. "
-                 "Max 50 files."_s);
-        QCOMPARE(tab().dropZone()->pickText(), u"Select Files…"_s);
-        QMimeData data;
-        data.setUrls(localUrls({ file(u"a.txt"_s) }));
-        QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(&tab(), &enter);
-        QCOMPARE(tab().dropZone()->hint(), u"Release to analyze"_s);
-        QDragLeaveEvent leave;
-        QApplication::sendEvent(&tab(), &leave);
-
-        QVERIFY(drop(localUrls({ file(u"a.txt"_s) })));
-        QTRY_VERIFY(batch().isIdle());
-        QCOMPARE(tab().dropZone()->pickText(), u"Add Files…"_s);
-        QDragEnterEvent again(QPoint(10, 10), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(&tab(), &again);
-        QCOMPARE(tab().dropZone()->hint(), u"Release to add files"_s);
-    }
-
     // The whole review: names from the model on loopback, one failure, one
     // name edited in place, then the rename on disk and its records.
     void reviewedBatchRenamesAndRecords()
