@@ -169,7 +169,9 @@ bool BatchRenameViewModel::addFiles(const QStringList &paths, DropSource source,
     }
     if (!canAcceptNewFiles())
         return false;
-    if (isBatchDone())
+    // A finished batch makes way for the new files, unless files dropped
+    // earlier are still being collected: they join it, and so do these.
+    if (isBatchDone() && !m_intakeRunning)
         clearBatch();
     // New files are a new wish to have names: a stop asked for earlier is
     // over.
@@ -238,7 +240,9 @@ bool BatchRenameViewModel::addAnalyzedItems(const QList<BatchRenameItem> &items)
 {
     if (!canAcceptNewFiles() || items.isEmpty())
         return false;
-    if (isBatchDone())
+    // A finished batch makes way for the new files, unless files dropped
+    // earlier are still being collected: they join it, and so do these.
+    if (isBatchDone() && !m_intakeRunning)
         clearBatch();
     const int first = int(m_items.size());
     for (const BatchRenameItem &item : items) {
@@ -738,8 +742,9 @@ QCoro::Task<> BatchRenameViewModel::renameAll()
         const int row = indexOf(id);
         if (row < 0)
             continue;
-        BatchRenameItem &item = m_items[row];
-        item.status = BatchRenameStatus::Renaming;
+        m_items[row].status = BatchRenameStatus::Renaming;
+        // A copy: a receiver of the signal may change the list.
+        const BatchRenameItem item = m_items.at(row);
         emit itemChanged(row);
         const QFileInfo file(item.originalPath);
         if (!file.exists() && !file.isSymLink()) {
@@ -811,9 +816,9 @@ QCoro::Task<> BatchRenameViewModel::renameAll()
                 item.error.reset();
                 item.analysis.reset();
                 item.rejectedSuggestedNames.clear();
-                emit itemChanged(row);
-                m_dependencies->addActivityFile(*outcome.record);
                 qCInfo(lcProcessing).noquote() << "Batch rename:" << item.fileName << "→" << newName;
+                m_dependencies->addActivityFile(*outcome.record);
+                emit itemChanged(row);
                 continue;
             }
             if (outcome.movedWithoutRecord) {

@@ -1,0 +1,136 @@
+// The shared analysis step against a hosted backend on loopback: the next
+// chunk is prepared while one is out, and what is sent is always the chunk
+// asked for, with the options asked for, however the batch changed meanwhile.
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QNetworkAccessManager>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <qcoro/qcorotask.h>
+
+#include "ai/aiimageartifactcache.h"
+#include "ai/aiservice.h"
+#include "ai/deviceservice.h"
+#include "filesystemfixtures.h"
+#include "loopbackresponder.h"
+#include "profileservices.h"
+#include "workflows/chunkanalyzer.h"
+
+using namespace Qt::StringLiterals;
+using namespace Nomly;
+using namespace Nomly::Test;
+
+namespace {
+
+struct Rig
+{
+    Rig()
+        : profile(dir.path(), ProfileServices::Keys::InFile)
+        , device(profile.defaults, *profile.secrets, nullptr, dir.filePath(u"no-machine-id"_s))
+        , hosted(200, R"({"results":[{"title":"First"},{"title":"Second"}]})"_ba)
+        , service(network,
+                  HostedBackend(hosted.baseUrl(), u"gateway.token-for-tests.signature"_s),
+                  device,
+                  *profile.custody,
+                  artifacts,
+                  [] { return QString(); })
+    {}
+
+    QTemporaryDir dir;
+    ProfileServices profile;
+    DeviceService device;
+    AIImageArtifactCache artifacts { std::nullopt };
+    QNetworkAccessManager network;
+    LoopbackResponder hosted;
+    AIService service;
+};
+
+// The file names and output language of the last call the backend received.
+QStringList lastSent(const LoopbackResponder &hosted)
+{
+    QStringList sent;
+    if (hosted.received.isEmpty())
+        return sent;
+    for (const QJsonValue &request : QJsonDocument::fromJson(hosted.received.last().body).array()) {
+        const QJsonObject object = request.toObject();
+        sent.append(object.value("filename"_L1).toString() + u'@' + object.value("language"_L1).toString());
+    }
+    return sent;
+}
+
+} // namespace
+
+class ChunkAnalyzerTest : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<Rig> m_rig;
+
+private slots:
+
+    void initTestCase() { qunsetenv(HostedBackend::BaseUrlVariable.toLatin1().constData()); }
+
+    void init() { m_rig = std::make_unique<Rig>(); }
+
+    void cleanup() { m_rig.reset(); }
+
+    void secondChunk_data()
+    {
+        QTest::addColumn<QStringList>("second");
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QStringList>("expected");
+
+        QTest::newRow("as-prefetched") << QStringList { u"c"_s, u"d"_s } << u"en"_s
+                                       << QStringList { u"c.txt@en"_s, u"d.txt@en"_s };
+        QTest::newRow("file-removed-meanwhile")
+            << QStringList { u"c"_s, u"e"_s } << u"en"_s << QStringList { u"c.txt@en"_s, u"e.txt@en"_s };
+        QTest::newRow("language-changed-meanwhile")
+            << QStringList { u"c"_s, u"d"_s } << u"de"_s << QStringList { u"c.txt@de"_s, u"d.txt@de"_s };
+        QTest::newRow("order-changed-meanwhile")
+            << QStringList { u"d"_s, u"c"_s } << u"en"_s << QStringList { u"d.txt@en"_s, u"c.txt@en"_s };
+    }
+
+    void secondChunk()
+    {
+        QFETCH(QStringList, second);
+        QFETCH(QString, language);
+        QFETCH(QStringList, expected);
+
+        const auto pathOf = [&](const QStringList &names) {
+            QStringList paths;
+            for (const QString &name : names)
+                paths.append(m_rig->dir.filePath(name + u".txt"_s));
+            return paths;
+        };
+        for (const QString &name : { u"a"_s, u"b"_s, u"c"_s, u"d"_s, u"e"_s })
+            QVERIFY(writeFile(pathOf({ name }).first(),
+                              "Minutes of the planning meeting held by the harbour office, part " + name.toUtf8()));
+
+        ChunkAnalyzer analyzer(m_rig->service);
+        ChunkAnalysisOptions options;
+        options.prefetch = true;
+        options.batch.outputLanguage = u"en"_s;
+        const ChunkAnalysis first
+            = QCoro::waitFor(analyzer.analyze(pathOf({ u"a"_s, u"b"_s }), options, pathOf({ u"c"_s, u"d"_s })));
+        QVERIFY2(first.files.at(0).succeeded(), qPrintable(first.files.at(0).error));
+        QVERIFY(analyzer.hasPrefetch());
+
+        options.batch.outputLanguage = language;
+        const ChunkAnalysis next = QCoro::waitFor(analyzer.analyze(pathOf(second), options));
+        QCOMPARE(lastSent(m_rig->hosted), expected);
+        QCOMPARE(next.files.size(), 2);
+        for (int i = 0; i < 2; ++i) {
+            QCOMPARE(next.files.at(i).path, pathOf(second).at(i));
+            QVERIFY(next.files.at(i).contentHash);
+        }
+        QCOMPARE(next.files.at(0).analysis->title, u"First"_s);
+        QVERIFY(!analyzer.hasPrefetch());
+    }
+};
+
+QTEST_GUILESS_MAIN(ChunkAnalyzerTest)
+#include "chunkanalyzertest.moc"
