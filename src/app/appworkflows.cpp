@@ -18,6 +18,7 @@ AppWorkflows::AppWorkflows(SettingsViewModel &state,
     , m_activity(database, undoIgnore)
     , m_processAnalyzedFile(database, undoIgnore)
     , m_batchRename(database, undoIgnore)
+    , m_monitoring(database, undoIgnore)
 {
     m_processAnalyzedFile.setDependencies({
         [this](const QString &path, ProcessedFileSource source) { return m_state.effectiveAnalysisFor(path, source); },
@@ -53,7 +54,48 @@ void AppWorkflows::setBatchRenameServices(BatchRenameServices services)
     dependencies.requestConsentReview = std::move(services.requestConsentReview);
     dependencies.onNoSupportedFilesFound = std::move(services.onNoSupportedFilesFound);
     dependencies.notify = std::move(services.notify);
+    // Monitor and AI Rename stay out of each other's files, when both run.
+    dependencies.isMonitorProcessingPath
+        = [this](const QString &path) { return m_hasMonitor && m_monitoring.isProcessingPath(path); };
+    dependencies.removeMonitorQueuePaths = [this](const QStringList &paths) {
+        if (m_hasMonitor)
+            m_monitoring.removeQueuedPaths(paths);
+    };
     m_batchRename.setDependencies(std::move(dependencies));
+}
+
+void AppWorkflows::setMonitorServices(MonitorServices services)
+{
+    MonitoringViewModel::Dependencies dependencies;
+    dependencies.settingsProvider = [this] { return m_state.settings(); };
+    dependencies.effectiveAnalysisForFile
+        = [this](const QString &path) { return m_state.effectiveAnalysisFor(path, ProcessedFileSource::Watcher); };
+    dependencies.isOnboardingComplete = std::move(services.isOnboardingComplete);
+    dependencies.isOffline = std::move(services.isOffline);
+    dependencies.hasAIDataConsent = [this] { return m_state.consent().aiDataConsentGranted(); };
+    dependencies.isBatchRenamePath = [this](const QString &path) { return m_batchRename.isBatchRenamePath(path); };
+    dependencies.processAnalyzedFile
+        = [this](QString path, ImageAnalysis analysis, std::optional<QString> contentHash, QString aiProvider) {
+              return processAnalyzedFile(std::move(path),
+                                         std::move(analysis),
+                                         std::move(contentHash),
+                                         ProcessedFileSource::Watcher,
+                                         std::move(aiProvider));
+          };
+    dependencies.persistMonitoringPaused = [this](bool paused) {
+        Settings settings = m_state.settings();
+        if (settings.monitoringPaused == paused)
+            return;
+        settings.monitoringPaused = paused;
+        m_state.setSettings(settings);
+        m_state.saveSettings();
+    };
+    dependencies.remoteConfig = [this] { return RemoteConfigService::cachedConfig(m_defaults); };
+    dependencies.extractionOptions = [this] { return extractionOptions(); };
+    dependencies.aiService = std::move(services.aiService);
+    dependencies.notify = std::move(services.notify);
+    m_monitoring.setDependencies(std::move(dependencies));
+    m_hasMonitor = true;
 }
 
 void AppWorkflows::setQuickRenameServices(QuickRenameServices services)

@@ -12,6 +12,7 @@
 #include "history/processedfile.h"
 #include "workflows/batchrenameviewmodel.h"
 #include "workflows/fileprocessingresult.h"
+#include "workflows/monitoringviewmodel.h"
 #include "workflows/processanalyzedfileusecase.h"
 
 namespace Nomly {
@@ -39,6 +40,8 @@ public:
     HotkeyViewModel &hotkey() { return m_hotkey; }
 
     BatchRenameViewModel &batchRename() { return m_batchRename; }
+
+    MonitoringViewModel &monitoring() { return m_monitoring; }
 
     // Renames a file the AI has analysed, with the settings its source calls
     // for: a watched file its folder's, a batch its template's, the rest the
@@ -75,6 +78,20 @@ public:
 
     void setBatchRenameServices(BatchRenameServices services);
 
+    // What Monitor needs from the face that runs it: the analysis service,
+    // how the user is told, whether the network is down, and whether the
+    // first-run guide is behind the user (a terminal has none).
+    struct MonitorServices
+    {
+        std::function<AIService *(QString *error)> aiService;
+        std::function<void(const QString &title, const QString &body)> notify;
+        std::function<bool()> isOffline;
+        std::function<bool()> isOnboardingComplete;
+    };
+
+    // Also hands AI Rename and Monitor each other's claims on files.
+    void setMonitorServices(MonitorServices services);
+
 private:
     ExtractionOptions extractionOptions() const;
 
@@ -84,6 +101,8 @@ private:
     ProcessAnalyzedFileUseCase m_processAnalyzedFile;
     HotkeyViewModel m_hotkey;
     BatchRenameViewModel m_batchRename;
+    MonitoringViewModel m_monitoring;
+    bool m_hasMonitor = false;
 };
 
 } // namespace Nomly

@@ -34,6 +34,8 @@ public:
 
     UndoIgnoreService &undoIgnore() { return m_undoIgnore; }
 
+    NetworkService &network() { return m_network; }
+
     AppWorkflows &workflows() { return m_workflows; }
 
     ActivityViewModel &activity() { return m_workflows.activity(); }

@@ -22,12 +22,13 @@
 #include "cli/templatescommand.h"
 #include "cli/thumbnailcommand.h"
 #include "cli/undocommand.h"
+#include "cli/watchcommand.h"
 
 namespace Nomly {
 
 namespace {
 
-constexpr std::array<CliCommand, 15> Commands { {
+constexpr std::array<CliCommand, 17> Commands { {
     { u"rename", u"Rename files under the names the AI suggests, and record it", &runRenameCommand },
     { u"analyze", u"Show what the AI says about files, without renaming", &runAnalyzeCommand },
     { u"quick", u"Quick rename: what the file-manager actions run", &runQuickCommand },
@@ -42,6 +43,8 @@ constexpr std::array<CliCommand, 15> Commands { {
     { u"config", u"Show and change the global settings", &runConfigCommand },
     { u"templates", u"List, create, delete and restore templates", &runTemplatesCommand },
     { u"folders", u"The folders Monitor watches and their templates", &runFoldersCommand },
+    { u"watch", u"Monitor: rename new files in the watched folders, in the foreground", &runWatchCommand },
+    { u"monitor", u"Monitor's state: status, pause, resume", &runMonitorCommand },
     { u"keys", u"Your own API keys for the AI providers", &runKeysCommand },
 } };
 

@@ -19,11 +19,14 @@
 #include "app/appworkflows.h"
 #include "app/consenttexts.h"
 #include "app/hotkeyservice.h"
+#include "app/monitorsession.h"
+#include "app/networkservice.h"
 #include "app/settingsviewmodel.h"
 #include "gui/airenametab.h"
 #include "gui/alertbox.h"
 #include "gui/consentwindow.h"
 #include "gui/desktophotkeyservice.h"
+#include "gui/monitortab.h"
 #include "gui/presentation.h"
 #include "gui/settingswindow.h"
 #include "gui/trayicon.h"
@@ -100,6 +103,7 @@ QCoro::Task<bool> GuiApplication::start()
     buildTray();
     connectQuickRename();
     connectBatchRename();
+    connectMonitor();
     showPrimary();
     co_return true;
 }
@@ -132,6 +136,13 @@ void GuiApplication::showPrimary()
         connect(m_window.get(), &SettingsWindow::consentReviewRequested, this, &GuiApplication::presentConsent);
         m_window->aiRenameTab()->setRemoteConfigSource(
             [this] { return RemoteConfigService::cachedConfig(m_services.userDefaultsProvider()); });
+        m_window->monitorTab()->setMonitoring(m_launcher->workflows()->monitoring(), [this] {
+            if (!m_monitorSession || m_monitorSession->isActive())
+                return QString();
+            const auto holder = m_monitorSession->holder();
+            return holder ? QStringLiteral("%1 (pid %2)").arg(holder->program).arg(holder->pid)
+                          : QStringLiteral("another process");
+        });
     }
     if (m_requestedTab)
         m_window->selectTab(*std::exchange(m_requestedTab, std::nullopt));
@@ -149,6 +160,7 @@ void GuiApplication::completeOnboarding()
     if (m_tray)
         m_tray->setSetupRequired(false);
     workflows->hotkey().registerHotkey();
+    workflows->monitoring().reconfigureWatcher();
     // Hidden only once the settings window is up, so that a desktop without
     // a tray never sees its last window close in between.
     showPrimary();
@@ -183,15 +195,24 @@ int GuiApplication::run(const QStringList &files)
     if (termination->install()) {
         connect(termination, &TerminationSignals::terminationRequested, this, [this] {
             AppWorkflows *workflows = m_launcher->workflows();
-            if (!workflows || !workflows->hotkey().isHotkeyProcessing()) {
+            // Monitor takes nothing new; the file it is renaming gets its
+            // record first.
+            if (m_monitorSession)
+                m_monitorSession->end();
+            const auto busy = [workflows] {
+                return workflows && (workflows->hotkey().isHotkeyProcessing() || workflows->monitoring().isBusy());
+            };
+            if (!busy()) {
                 QCoreApplication::quit();
                 return;
             }
-            qCInfo(lcGeneral) << "Ending once the quick rename in progress has finished";
-            connect(&workflows->hotkey(), &HotkeyViewModel::isHotkeyProcessingChanged, this, [workflows] {
-                if (!workflows->hotkey().isHotkeyProcessing())
+            qCInfo(lcGeneral) << "Ending once the renames in progress have finished";
+            const auto quitWhenDone = [busy] {
+                if (!busy())
                     QCoreApplication::quit();
-            });
+            };
+            connect(&workflows->hotkey(), &HotkeyViewModel::isHotkeyProcessingChanged, this, quitWhenDone);
+            connect(&workflows->monitoring(), &MonitoringViewModel::stateChanged, this, quitWhenDone);
         });
     }
 
@@ -359,6 +380,57 @@ void GuiApplication::connectBatchRename()
     });
 }
 
+void GuiApplication::connectMonitor()
+{
+    SettingsViewModel *model = m_launcher->viewModel();
+    AppWorkflows *workflows = m_launcher->workflows();
+    if (!model || !workflows || m_monitorSession)
+        return;
+    NetworkService &network = m_services.networkProvider();
+    workflows->setMonitorServices({
+        [this](QString *error) -> AIService * {
+            AIRoute *route = aiRoute(error);
+            return route ? &route->service() : nullptr;
+        },
+        [](const QString &title, const QString &body) { DesktopNotifier::post(title, body); },
+        [&network] { return !network.isConnected(); },
+        [model] { return model->consent().isOnboardingComplete(); },
+    });
+    MonitoringViewModel &monitoring = workflows->monitoring();
+    m_monitorSession = std::make_unique<MonitorSession>(
+        monitoring, *model, *m_launcher->database(), m_services.dataDirectoryProvider());
+    if (!m_monitorSession->begin()) {
+        const auto holder = m_monitorSession->holder();
+        qCInfo(lcFileWatcher).noquote() << "Monitor runs in another process:"
+                                        << (holder ? QStringLiteral("%1 (pid %2)").arg(holder->program).arg(holder->pid)
+                                                   : QStringLiteral("unknown"));
+    }
+    connect(model, &SettingsViewModel::settingsChanged, &monitoring, [this, &monitoring] {
+        if (m_monitorSession && m_monitorSession->isActive())
+            monitoring.reconfigureWatcher();
+    });
+    connect(&network, &NetworkService::isConnectedChanged, &monitoring, [this, &monitoring](bool connected) {
+        if (m_monitorSession && m_monitorSession->isActive())
+            monitoring.handleNetworkChange(connected);
+    });
+    connect(&monitoring, &MonitoringViewModel::stateChanged, this, &GuiApplication::showMonitorState);
+    if (m_tray) {
+        connect(m_tray.get(), &TrayIcon::pauseToggled, &monitoring, [this, &monitoring] {
+            if (m_monitorSession && m_monitorSession->isActive())
+                monitoring.togglePause();
+        });
+    }
+    showMonitorState();
+}
+
+void GuiApplication::showMonitorState()
+{
+    AppWorkflows *workflows = m_launcher->workflows();
+    if (!m_tray || !workflows || !m_monitorSession)
+        return;
+    m_tray->setMonitorState(m_monitorSession->isActive(), workflows->monitoring().isPaused());
+}
+
 // The settings window comes forward on its first tab with the reason, and the
 // user may go on to read what is sent and agree.
 void GuiApplication::askForConsent()
@@ -397,6 +469,7 @@ void GuiApplication::presentConsent()
                 return;
             }
             workflows->hotkey().registerHotkey();
+            workflows->monitoring().reconfigureWatcher();
             showPrimary();
             if (!m_receivedFiles.isEmpty())
                 routeReceivedFiles();

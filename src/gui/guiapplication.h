@@ -16,6 +16,7 @@ class AIRoute;
 class AppLauncher;
 class ConsentWindow;
 class HotkeyService;
+class MonitorSession;
 class SingleInstance;
 class SettingsWindow;
 class TrayIcon;
@@ -79,6 +80,9 @@ private:
     void connectQuickRename();
     // Gives AI Rename its services once the central state exists.
     void connectBatchRename();
+    // Runs Monitor in this process when no other process does.
+    void connectMonitor();
+    void showMonitorState();
     // The AI route of this process, opened when first needed.
     AIRoute *aiRoute(QString *error);
     void askForConsent();
@@ -100,6 +104,7 @@ private:
     std::unique_ptr<HotkeyService> m_hotkeys;
     bool m_quickRenameConnected = false;
     bool m_batchRenameConnected = false;
+    std::unique_ptr<MonitorSession> m_monitorSession;
     // Received for AI Rename, waiting for the welcome window or the consent;
     // one entry per resolved path.
     QStringList m_receivedFiles;

@@ -6,6 +6,7 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
+#include <QListWidget>
 #include <QPointer>
 #include <QPushButton>
 #include <QTreeWidget>
@@ -15,6 +16,7 @@
 #include "app/settingsviewmodel.h"
 #include "gui/alertbox.h"
 #include "gui/launch.h"
+#include "workflows/monitoringviewmodel.h"
 
 namespace Nomly {
 
@@ -62,20 +64,40 @@ MonitorTab::MonitorTab(SettingsViewModel &model, QWidget *parent)
     connect(&m_model.templates(), &TemplateLibrary::presetsChanged, this, &MonitorTab::rebuild);
     connect(&m_model.folders(), &WatchedFolders::folderConfigsChanged, this, &MonitorTab::rebuild);
 
+    m_state = new QLabel(this);
+    m_state->setObjectName(QStringLiteral("monitorState"));
+    m_state->setWordWrap(true);
+    m_resume = new QPushButton(QStringLiteral("Resume Monitor"), this);
+    m_resume->setObjectName(QStringLiteral("resumeMonitor"));
+    m_resume->hide();
+    connect(m_resume, &QPushButton::clicked, this, [this] {
+        if (m_monitoring && m_monitoring->isPaused())
+            m_monitoring->togglePause();
+    });
+    m_queue = new QListWidget(this);
+    m_queue->setObjectName(QStringLiteral("monitorQueue"));
+    m_queue->setMaximumHeight(120);
+    m_queue->hide();
+
     auto *buttons = new QHBoxLayout;
     buttons->addWidget(add);
     buttons->addWidget(m_remove);
     buttons->addStretch(1);
+    auto *state = new QHBoxLayout;
+    state->addWidget(m_state, 1);
+    state->addWidget(m_resume);
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(intro);
+    layout->addLayout(state);
     layout->addWidget(m_folders);
     layout->addLayout(buttons);
+    layout->addWidget(m_queue);
     rebuild();
 }
 
 void MonitorTab::rebuild()
 {
-    const QString current = m_folders->currentItem() ? m_folders->currentItem()->text(FolderColumn) : QString();
+    const QString current = m_folders->currentItem() ? m_folders->currentItem()->toolTip(FolderColumn) : QString();
     m_folders->clear();
     for (const QString &folder : m_model.settings().watchedFolders) {
         auto *item = new QTreeWidgetItem(m_folders, { folder });
@@ -94,6 +116,54 @@ void MonitorTab::rebuild()
             m_folders->setCurrentItem(item);
     }
     m_remove->setEnabled(m_folders->currentItem() != nullptr);
+}
+
+void MonitorTab::setMonitoring(MonitoringViewModel &monitoring, std::function<QString()> elsewhere)
+{
+    m_monitoring = &monitoring;
+    m_elsewhere = std::move(elsewhere);
+    connect(m_monitoring, &MonitoringViewModel::stateChanged, this, &MonitorTab::showMonitoring);
+    showMonitoring();
+}
+
+void MonitorTab::showMonitoring()
+{
+    if (!m_monitoring)
+        return;
+    const QString elsewhere = m_elsewhere ? m_elsewhere() : QString();
+    const bool paused = m_monitoring->isPaused();
+    QString state;
+    if (!elsewhere.isEmpty())
+        state = QStringLiteral("Monitor runs in %1.").arg(elsewhere);
+    else if (m_model.settings().watchedFolders.isEmpty())
+        state = QStringLiteral("Add a folder to start watching.");
+    else if (paused)
+        state = QStringLiteral("Monitor is paused. New files are not renamed until you resume.");
+    else if (m_monitoring->isWatching() && m_monitoring->hasNonCatchUpWork())
+        state = QStringLiteral("Renaming new files…");
+    else if (m_monitoring->isWatching())
+        state = QStringLiteral("Watching for new files.");
+    else
+        state = QStringLiteral("Monitor is not watching.");
+    m_state->setText(state);
+    m_resume->setVisible(elsewhere.isEmpty() && paused);
+
+    m_queue->clear();
+    for (const MonitorQueueItem &item : m_monitoring->monitorQueueItems()) {
+        const QString status
+            = item.status == MonitorQueueStatus::Processing ? QStringLiteral("renaming") : QStringLiteral("waiting");
+        auto *row = new QListWidgetItem(QStringLiteral("%1 — %2").arg(item.fileName, status), m_queue);
+        row->setToolTip(item.path);
+    }
+    m_queue->setVisible(m_queue->count() > 0);
+
+    const QSet<QString> unavailable = m_monitoring->unavailableWatchedFolders();
+    for (int i = 0; i < m_folders->topLevelItemCount(); ++i) {
+        QTreeWidgetItem *item = m_folders->topLevelItem(i);
+        const QString folder = item->toolTip(FolderColumn);
+        item->setText(FolderColumn,
+                      unavailable.contains(folder) ? QStringLiteral("%1 (unavailable)").arg(folder) : folder);
+    }
 }
 
 QCoro::Task<> MonitorTab::addFolder()
@@ -115,7 +185,7 @@ QCoro::Task<> MonitorTab::removeSelected()
     const QTreeWidgetItem *item = m_folders->currentItem();
     if (!item)
         co_return;
-    auto removing = m_model.folders().removeWatchedFolder(item->text(FolderColumn));
+    auto removing = m_model.folders().removeWatchedFolder(item->toolTip(FolderColumn));
     co_await removing;
 }
 

@@ -7,11 +7,14 @@
 
 #include "gui/alertbox.h"
 
+class QLabel;
+class QListWidget;
 class QTreeWidget;
 class QPushButton;
 
 namespace Nomly {
 
+class MonitoringViewModel;
 class SettingsViewModel;
 
 // The watched folders, each with the template its new files are named by.
@@ -34,6 +37,15 @@ public:
 
     QTreeWidget *folders() const { return m_folders; }
 
+    // Shows what Monitor does: its state, the files in its pipeline and the
+    // folders it cannot reach. `elsewhere` names the process that watches
+    // when this one does not; empty when this one does.
+    void setMonitoring(MonitoringViewModel &monitoring, std::function<QString()> elsewhere);
+
+    QLabel *monitorState() const { return m_state; }
+
+    QListWidget *monitorQueue() const { return m_queue; }
+
     QCoro::Task<> addFolder();
     QCoro::Task<> removeSelected();
     // An empty id leaves the folder to the global settings.
@@ -41,12 +53,18 @@ public:
 
 private:
     void rebuild();
+    void showMonitoring();
 
     SettingsViewModel &m_model;
     FolderPicker m_pickFolder;
     AlertPresenter m_presentAlert;
     QTreeWidget *m_folders = nullptr;
     QPushButton *m_remove = nullptr;
+    MonitoringViewModel *m_monitoring = nullptr;
+    std::function<QString()> m_elsewhere;
+    QLabel *m_state = nullptr;
+    QPushButton *m_resume = nullptr;
+    QListWidget *m_queue = nullptr;
 };
 
 } // namespace Nomly

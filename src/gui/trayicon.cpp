@@ -46,6 +46,16 @@ void TrayIcon::setSetupRequired(bool required)
     rebuildMenu();
 }
 
+void TrayIcon::setMonitorState(bool available, bool paused)
+{
+    if (available == m_monitorAvailable && paused == m_monitorPaused)
+        return;
+    m_monitorAvailable = available;
+    m_monitorPaused = paused;
+    m_icon->setToolTip(paused ? tr("Nomly (Monitor paused)") : QStringLiteral("Nomly"));
+    rebuildMenu();
+}
+
 void TrayIcon::rebuildMenu()
 {
     m_menu->clear();
@@ -53,8 +63,9 @@ void TrayIcon::rebuildMenu()
         m_menu->addAction(tr("Finish Setup..."), this, &TrayIcon::openRequested);
     } else {
         m_menu->addAction(tr("Open Nomly"), this, &TrayIcon::openRequested);
-        // The Monitor's pause arrives with the Monitor itself.
-        m_menu->addAction(tr("Pause Monitor"))->setEnabled(false);
+        QAction *pause = m_menu->addAction(
+            m_monitorPaused ? tr("Resume Monitor") : tr("Pause Monitor"), this, &TrayIcon::pauseToggled);
+        pause->setEnabled(m_monitorAvailable);
         m_menu->addSeparator();
         m_menu->addAction(tr("About Nomly"), this, &TrayIcon::aboutRequested);
     }

@@ -24,16 +24,23 @@ public:
     // Until onboarding ends the menu offers only to finish it, or to quit.
     void setSetupRequired(bool required);
 
+    // Whether this process runs Monitor (the pause item works only then),
+    // and whether Monitor is paused.
+    void setMonitorState(bool available, bool paused);
+
 Q_SIGNALS:
     // Open Nomly, or Finish Setup: the welcome window while onboarding runs.
     void openRequested();
     void aboutRequested();
+    void pauseToggled();
     void quitRequested();
 
 private:
     void rebuildMenu();
 
     bool m_setupRequired = true;
+    bool m_monitorAvailable = false;
+    bool m_monitorPaused = false;
     QMenu *m_menu = nullptr;
     QSystemTrayIcon *m_icon = nullptr;
 };

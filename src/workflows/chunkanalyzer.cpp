@@ -114,7 +114,7 @@ QCoro::Task<ChunkAnalysis> ChunkAnalyzer::analyze(QStringList paths, ChunkAnalys
         positionOf.insert(path, result.files.size());
         if (options.resolveSymlinks)
             positionOf.insert(canonicalPath(path), result.files.size());
-        result.files.append(FileAnalysisOutcome { path, std::nullopt, QString(), std::nullopt });
+        result.files.append(FileAnalysisOutcome { path, std::nullopt, QString(), false, std::nullopt });
     }
     const auto outcomeFor = [&](const QString &path) -> FileAnalysisOutcome * {
         const auto position = positionOf.constFind(path);
@@ -129,8 +129,10 @@ QCoro::Task<ChunkAnalysis> ChunkAnalyzer::analyze(QStringList paths, ChunkAnalys
             outcome.contentHash.reset();
     }
     for (auto it = prepared.inputs.failures.cbegin(); it != prepared.inputs.failures.cend(); ++it) {
-        if (FileAnalysisOutcome *outcome = outcomeFor(it.key()))
+        if (FileAnalysisOutcome *outcome = outcomeFor(it.key())) {
             outcome->error = it.value();
+            outcome->preparationFailed = true;
+        }
     }
     if (prepared.inputs.inputs.isEmpty())
         co_return result;

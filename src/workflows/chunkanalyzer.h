@@ -24,6 +24,8 @@ struct FileAnalysisOutcome
     QString path;
     std::optional<ImageAnalysis> analysis; // present and not failed on success
     QString error;
+    // The file could not be read for the AI; asking again would not help.
+    bool preparationFailed = false;
     std::optional<QString> contentHash;
 
     bool succeeded() const { return analysis && !analysis->isFailed(); }
