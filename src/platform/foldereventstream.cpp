@@ -136,6 +136,7 @@ void FolderEventStream::handle(int wd, quint32 mask, const QString &name, QList<
 {
     if (mask & IN_Q_OVERFLOW) {
         events.append({ FolderEventKind::Overflowed, {} });
+        rewatch(events);
         return;
     }
     const auto found = m_folders.constFind(wd);
@@ -145,17 +146,10 @@ void FolderEventStream::handle(int wd, quint32 mask, const QString &name, QList<
     const QString folder = *found;
 
     if (mask & WatchEnded) {
-        if (m_roots.contains(wd)) {
-            events.append({ FolderEventKind::RootChanged, folder });
-            // A moved root's watch would follow it to wherever it went, and
-            // a deleted one's ends anyway; either way it is reported once.
-            inotify_rm_watch(m_fd, wd);
-            m_roots.remove(wd);
+        if (m_roots.contains(wd))
+            dropRoot(wd, events);
+        else if (mask & IN_IGNORED)
             m_folders.remove(wd);
-            forgetTree(folder);
-        } else if (mask & IN_IGNORED) {
-            m_folders.remove(wd);
-        }
         return;
     }
     if (name.isEmpty())
@@ -233,6 +227,32 @@ bool FolderEventStream::watchTree(const QString &folder, Origin origin, QList<Fo
         }
     }
     return true;
+}
+
+void FolderEventStream::rewatch(QList<FolderEvent> &events)
+{
+    // Whoever hears of the overflow scans for the files; what the stream
+    // must catch up on is the folders made meanwhile, which have no watch
+    // yet, and the roots that went away.
+    QList<std::pair<int, QString>> roots;
+    for (const int wd : std::as_const(m_roots))
+        roots.append({ wd, m_folders.value(wd) });
+    for (const auto &[wd, root] : roots) {
+        if (!watchTree(root, Origin::Root, nullptr))
+            dropRoot(wd, events);
+    }
+}
+
+void FolderEventStream::dropRoot(int wd, QList<FolderEvent> &events)
+{
+    const QString root = m_folders.value(wd);
+    events.append({ FolderEventKind::RootChanged, root });
+    // A moved root's watch would follow it to wherever it went, and a
+    // deleted one's ends anyway; either way it is reported once.
+    inotify_rm_watch(m_fd, wd);
+    m_roots.remove(wd);
+    m_folders.remove(wd);
+    forgetTree(root);
 }
 
 void FolderEventStream::forgetTree(const QString &folder)

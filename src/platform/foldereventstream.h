@@ -62,6 +62,10 @@ private:
     // already inside go to `found`, as they may have been written before the
     // watch existed. False when `folder` itself could not be watched.
     bool watchTree(const QString &folder, Origin origin, QList<FolderEvent> *found);
+    // After the kernel dropped events: watches what may have been missed.
+    void rewatch(QList<FolderEvent> &events);
+    // Reports the root as changed and stops watching it.
+    void dropRoot(int wd, QList<FolderEvent> &events);
     // Stops watching `folder` and everything below it.
     void forgetTree(const QString &folder);
 

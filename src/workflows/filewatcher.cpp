@@ -184,7 +184,8 @@ void FileWatcher::State::trim(Clock::time_point now)
     byAge.reserve(pending.size());
     for (auto it = pending.cbegin(); it != pending.cend(); ++it)
         byAge.append({ it->order, it.key() });
-    const qsizetype excess = pending.size() - MaxPendingFiles;
+    // Room for the next file too, so that not every new one trims again.
+    const qsizetype excess = pending.size() - (MaxPendingFiles - 1);
     std::partial_sort(byAge.begin(), byAge.begin() + excess, byAge.end());
     for (qsizetype i = 0; i < excess; ++i)
         pending.remove(byAge.at(i).second);

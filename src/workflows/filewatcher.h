@@ -41,6 +41,8 @@ public:
     using Callback = std::function<void()>;
 
     static constexpr std::chrono::milliseconds DefaultSettleDelay { 1500 };
+    // When this many files are pending, those pending for longer than
+    // StaleEntryTimeout are given up, then the oldest until one fewer remain.
     static constexpr int MaxPendingFiles = 1000;
     static constexpr std::chrono::seconds StaleEntryTimeout { 60 };
 
