@@ -23,13 +23,16 @@
 #include "app/consenttexts.h"
 #include "app/settingsstore.h"
 #include "app/settingsviewmodel.h"
+#include "filesystemfixtures.h"
 #include "gui/consentwindow.h"
 #include "gui/guiapplication.h"
+#include "gui/monitortab.h"
 #include "gui/settingswindow.h"
 #include "gui/welcomewindow.h"
 #include "ollamapeer.h"
 #include "profileservices.h"
 #include "workflows/batchrenameviewmodel.h"
+#include "workflows/monitoringviewmodel.h"
 
 using namespace Qt::StringLiterals;
 using namespace Nomly;
@@ -175,6 +178,50 @@ private slots:
             QTRY_VERIFY(!asked);
         }
         QCOMPARE(int(batch.items().size()), items);
+    }
+
+    // The desktop runs Monitor: a file dropped into a watched folder is
+    // renamed and shows in Activity; the pause stops that, and the Monitor
+    // tab's button resumes.
+    void monitorRunsInTheDesktop()
+    {
+        m_profile->defaults.setValue(SettingsStore::HasCompletedOnboardingKey, true);
+        m_profile->defaults.setValue(ConsentState::HasAgreedToAIDataProcessingKey, true);
+        GuiApplication gui(m_profile->services());
+        QVERIFY(started(gui));
+        OllamaPeer ollama;
+        ollama.answerAlways(OllamaPeer::reply(u"{\"title\":\"Harbour Survey\"}"_s));
+        const QString inbox = m_dir->filePath(u"Inbox"_s);
+        QVERIFY(QDir().mkpath(inbox));
+        SettingsViewModel &model = *gui.launcher().viewModel();
+        Settings settings = model.settings();
+        settings.watchedFolders = { inbox };
+        settings.namingPattern = u"{title}"_s;
+        model.setSettings(settings);
+        answerLocally(gui, ollama);
+        MonitoringViewModel &monitoring = gui.launcher().workflows()->monitoring();
+        QTRY_VERIFY(monitoring.isWatching());
+        QTest::qWait(100);
+
+        QVERIFY(Test::writeFile(inbox + u"/scan.txt"_s, "Survey of the harbour walls, measured in the spring."));
+        const ActivityViewModel &activity = gui.launcher().workflows()->activity();
+        QTRY_COMPARE_WITH_TIMEOUT(activity.activityFiles().size(), qsizetype(1), 10000);
+        QCOMPARE(activity.activityFiles().first().newName, u"Harbour Survey.txt"_s);
+        QCOMPARE(activity.activityFiles().first().source, ProcessedFileSource::Watcher);
+
+        monitoring.togglePause();
+        QVERIFY(!monitoring.isWatching());
+        QVERIFY(model.settings().monitoringPaused);
+        MonitorTab *tab = gui.settingsWindow()->monitorTab();
+        QCOMPARE(tab->monitorState()->text(), u"Monitor is paused. New files are not renamed until you resume."_s);
+        QVERIFY(Test::writeFile(inbox + u"/later.txt"_s, "Minutes of the harbour board, held in the autumn."));
+        QTest::qWait(2000);
+        QCOMPARE(activity.activityFiles().size(), qsizetype(1));
+
+        tab->findChild<QPushButton *>(u"resumeMonitor"_s)->click();
+        QVERIFY(!model.settings().monitoringPaused);
+        // The file that came during the pause is found by the look back.
+        QTRY_COMPARE_WITH_TIMEOUT(activity.activityFiles().size(), qsizetype(2), 10000);
     }
 
     // Files handed over before the profile is ready wait through the welcome
