@@ -615,6 +615,18 @@ Result<bool> Database::isHashProcessed(const QString &hash)
     return count.value() > 0;
 }
 
+Result<bool> Database::isHashUndone(const QString &hash)
+{
+    QMutexLocker locker(&m_mutex);
+    const Result<qint64> count = queryCount(m_connection,
+                                            "SELECT COUNT(*) FROM processed_files\n"
+                                            "WHERE content_hash = ? AND is_undone = 1",
+                                            hash);
+    if (!count)
+        return count.failure();
+    return count.value() > 0;
+}
+
 Result<StatsAggregates> Database::fetchStatsAggregates(const QString &monthStart,
                                                        const QString &previousMonthStart,
                                                        const std::optional<QString> &dailySince)

@@ -91,6 +91,9 @@ public:
     Result<> deleteAllProcessedFiles();
     Result<bool> isPathProcessed(const QString &path);
     Result<bool> isHashProcessed(const QString &hash);
+    // Whether a rename of this content was taken back: the user kept the
+    // old name, so Monitor does not give it a new one again.
+    Result<bool> isHashUndone(const QString &hash);
 
     // Statistics; the bounds are stored-form UTC strings.
     Result<StatsAggregates> fetchStatsAggregates(const QString &monthStart,

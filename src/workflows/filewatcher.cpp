@@ -155,9 +155,11 @@ void FileWatcher::State::enqueue(const QString &path)
         found->deadline = deadline;
         found->size = currentSize(path);
     } else {
-        pending.insert(path, PendingFile { deadline, now, currentSize(path), nextOrder++ });
+        // A full table makes room before the new file joins, so that a
+        // burst of exactly the limit is followed whole.
         if (pending.size() >= MaxPendingFiles)
             trim(now);
+        pending.insert(path, PendingFile { deadline, now, currentSize(path), nextOrder++ });
     }
     arm(deadline);
 }
@@ -184,7 +186,7 @@ void FileWatcher::State::trim(Clock::time_point now)
     byAge.reserve(pending.size());
     for (auto it = pending.cbegin(); it != pending.cend(); ++it)
         byAge.append({ it->order, it.key() });
-    // Room for the next file too, so that not every new one trims again.
+    // Room for the file about to join.
     const qsizetype excess = pending.size() - (MaxPendingFiles - 1);
     std::partial_sort(byAge.begin(), byAge.begin() + excess, byAge.end());
     for (qsizetype i = 0; i < excess; ++i)

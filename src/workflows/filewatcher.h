@@ -41,8 +41,9 @@ public:
     using Callback = std::function<void()>;
 
     static constexpr std::chrono::milliseconds DefaultSettleDelay { 1500 };
-    // When this many files are pending, those pending for longer than
-    // StaleEntryTimeout are given up, then the oldest until one fewer remain.
+    // At most this many files are pending. A new file finding the table full
+    // first gives up those pending longer than StaleEntryTimeout, then the
+    // oldest, until it fits.
     static constexpr int MaxPendingFiles = 1000;
     static constexpr std::chrono::seconds StaleEntryTimeout { 60 };
 

@@ -529,6 +529,11 @@ QCoro::Task<> MonitoringViewModel::processBatch(QStringList paths)
                     << "File already processed (by content hash), skipping:" << candidate.path;
                 continue;
             }
+            // An undo from any process: the user kept this file's name.
+            if (const auto undone = database.isHashUndone(*hash); undone.ok() && undone.value()) {
+                qCInfo(lcProcessing).noquote() << "File was renamed and undone before, skipping:" << candidate.path;
+                continue;
+            }
             candidate.hash = *hash;
             fresh.append(candidate);
         }
