@@ -1,6 +1,7 @@
 #include "gui/guiapplication.h"
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QMessageBox>
 #include <QPointer>
 #include <QSet>
@@ -414,6 +415,11 @@ void GuiApplication::connectMonitor()
             monitoring.handleNetworkChange(connected);
     });
     connect(&monitoring, &MonitoringViewModel::stateChanged, this, &GuiApplication::showMonitorState);
+    // A file Monitor gave up on keeps its name; the user hears why.
+    connect(&monitoring, &MonitoringViewModel::fileFailed, this, [](const QString &path, const QString &message) {
+        DesktopNotifier::post(tr("Monitor Could Not Rename a File"),
+                              QStringLiteral("%1: %2").arg(QFileInfo(path).fileName(), message));
+    });
     if (m_tray) {
         connect(m_tray.get(), &TrayIcon::pauseToggled, &monitoring, [this, &monitoring] {
             if (m_monitorSession && m_monitorSession->isActive())

@@ -1,14 +1,17 @@
 #include "history/filehashservice.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
+#include <QThread>
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <memory>
 
 #include <fcntl.h>
+#include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -165,7 +168,24 @@ std::optional<QString> bundleHash(const QString &root, const struct stat &rootIn
 
 } // namespace
 
+// A worker thread's OpenSSL state is let go when its hash is done: the
+// pool's threads may still be alive when the program ends, and their state
+// would be left behind then.
+static void releaseThreadState()
+{
+    const QCoreApplication *application = QCoreApplication::instance();
+    if (application && QThread::currentThread() != application->thread())
+        OPENSSL_thread_stop();
+}
+
 std::optional<QString> FileHashService::hash(const QString &path)
+{
+    std::optional<QString> value = hashOf(path);
+    releaseThreadState();
+    return value;
+}
+
+std::optional<QString> FileHashService::hashOf(const QString &path)
 {
     // The item itself may be reached through a link, as a user's selection
     // can be; only links inside a bundle are passed over.
@@ -193,9 +213,10 @@ QHash<QString, QString> FileHashService::hashes(const QStringList &paths)
 {
     QHash<QString, QString> found;
     for (const QString &path : paths) {
-        if (const auto value = hash(path))
+        if (const auto value = hashOf(path))
             found.insert(path, *value);
     }
+    releaseThreadState();
     return found;
 }
 

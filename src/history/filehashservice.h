@@ -30,6 +30,9 @@ public:
     // shortest decimal text that reads back as the same double, always with
     // a fractional part ("1700000000.0", "1731962381.125").
     static QByteArray modificationTimeText(double secondsSinceEpoch);
+
+private:
+    static std::optional<QString> hashOf(const QString &path);
 };
 
 } // namespace Nomly
