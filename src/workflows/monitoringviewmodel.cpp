@@ -91,6 +91,14 @@ MonitoringViewModel::MonitoringViewModel(Database &database, UndoIgnoreService &
     m_networkCalm.setSingleShot(true);
     connect(&m_networkCalm, &QTimer::timeout, this, [this] { applyNetworkChange(m_lastConnected); });
     connect(&m_queue, &ProcessingQueue::changed, this, &MonitoringViewModel::stateChanged);
+    connect(&m_returnWatch, &QFileSystemWatcher::directoryChanged, this, [this] {
+        for (const QString &folder : std::as_const(m_unavailableFolders)) {
+            if (QFileInfo(canonicalPath(folder)).isDir()) {
+                reconfigureWatcher();
+                return;
+            }
+        }
+    });
 }
 
 MonitoringViewModel::~MonitoringViewModel()
@@ -348,6 +356,8 @@ QStringList MonitoringViewModel::refreshFolderAvailability(bool notify)
     }
     const bool changed = unavailable != m_unavailableFolders;
     m_unavailableFolders = unavailable;
+    if (changed)
+        watchForReturn(unavailable);
     const bool held = m_isPaused || isBlockedByAIMode();
     if (notify && m_dependencies->isOnboardingComplete() && !newlyUnavailable.isEmpty() && !held) {
         std::sort(newlyUnavailable.begin(), newlyUnavailable.end());
@@ -365,6 +375,22 @@ QStringList MonitoringViewModel::refreshFolderAvailability(bool notify)
     if (changed)
         emit stateChanged();
     return available;
+}
+
+void MonitoringViewModel::watchForReturn(const QSet<QString> &missing)
+{
+    QStringList above;
+    for (const QString &folder : missing) {
+        QDir parent(QFileInfo(folder).absolutePath());
+        while (!parent.exists() && !parent.isRoot())
+            parent.setPath(QFileInfo(parent.absolutePath()).absolutePath());
+        if (!above.contains(parent.absolutePath()))
+            above.append(parent.absolutePath());
+    }
+    if (!m_returnWatch.directories().isEmpty())
+        m_returnWatch.removePaths(m_returnWatch.directories());
+    if (!above.isEmpty())
+        m_returnWatch.addPaths(above);
 }
 
 void MonitoringViewModel::removeQueuedPaths(const QStringList &resolvedPaths)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QFileSystemWatcher>
 #include <QHash>
 #include <QList>
 #include <QObject>
@@ -184,6 +185,7 @@ private:
     void pauseForProviderFailure(const QString &message, const QString &reason);
     void post(const QString &title, const QString &body);
     void applyNetworkChange(bool isConnected);
+    void watchForReturn(const QSet<QString> &missing);
 
     Database &m_database;
     UndoIgnoreService &m_undoIgnore;
@@ -200,6 +202,9 @@ private:
     QHash<QUuid, QTimer *> m_retryTimers;
     QSet<QString> m_pendingWatcherPaths;
     QSet<QString> m_catchUpPaths;
+    // The nearest existing folders above the missing watched ones, so that a
+    // folder that comes back (a disk mounted again) is watched again.
+    QFileSystemWatcher m_returnWatch;
     QTimer m_flush;
     QTimer m_networkCalm;
     bool m_lastConnected = true;
