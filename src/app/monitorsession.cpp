@@ -63,7 +63,11 @@ bool MonitorSession::begin()
     if (control.open(QIODevice::Append))
         control.close();
     m_control.addPath(control.fileName());
-    connect(&m_monitoring, &MonitoringViewModel::stateChanged, &m_statusWrite, qOverload<>(&QTimer::start));
+    // At most one write per delay, also while a burst keeps changing it.
+    connect(&m_monitoring, &MonitoringViewModel::stateChanged, &m_statusWrite, [this] {
+        if (!m_statusWrite.isActive())
+            m_statusWrite.start();
+    });
     // Another process may have stored a pause while none watched.
     followStoredPause();
     m_monitoring.startWatching();

@@ -8,6 +8,7 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QPointer>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QTreeWidget>
 #include <QVBoxLayout>
@@ -67,6 +68,14 @@ MonitorTab::MonitorTab(SettingsViewModel &model, QWidget *parent)
     m_state = new QLabel(this);
     m_state->setObjectName(QStringLiteral("monitorState"));
     m_state->setWordWrap(true);
+    // Turns while files that just arrived are being renamed; files found by
+    // the look back at a start do not count as fresh activity.
+    m_busy = new QProgressBar(this);
+    m_busy->setObjectName(QStringLiteral("monitorBusy"));
+    m_busy->setRange(0, 0);
+    m_busy->setMaximumWidth(80);
+    m_busy->setTextVisible(false);
+    m_busy->hide();
     m_resume = new QPushButton(QStringLiteral("Resume Monitor"), this);
     m_resume->setObjectName(QStringLiteral("resumeMonitor"));
     m_resume->hide();
@@ -85,6 +94,7 @@ MonitorTab::MonitorTab(SettingsViewModel &model, QWidget *parent)
     buttons->addStretch(1);
     auto *state = new QHBoxLayout;
     state->addWidget(m_state, 1);
+    state->addWidget(m_busy);
     state->addWidget(m_resume);
     auto *layout = new QVBoxLayout(this);
     layout->addWidget(intro);
@@ -146,6 +156,7 @@ void MonitorTab::showMonitoring()
     else
         state = QStringLiteral("Monitor is not watching.");
     m_state->setText(state);
+    m_busy->setVisible(elsewhere.isEmpty() && m_monitoring->isWatching() && m_monitoring->hasNonCatchUpWork());
     m_resume->setVisible(elsewhere.isEmpty() && paused);
 
     m_queue->clear();

@@ -9,6 +9,7 @@
 
 class QLabel;
 class QListWidget;
+class QProgressBar;
 class QTreeWidget;
 class QPushButton;
 
@@ -63,6 +64,7 @@ private:
     MonitoringViewModel *m_monitoring = nullptr;
     std::function<QString()> m_elsewhere;
     QLabel *m_state = nullptr;
+    QProgressBar *m_busy = nullptr;
     QPushButton *m_resume = nullptr;
     QListWidget *m_queue = nullptr;
 };
