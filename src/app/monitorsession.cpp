@@ -36,6 +36,11 @@ MonitorSession::MonitorSession(MonitoringViewModel &monitoring,
     m_statusWrite.setInterval(StatusWriteDelay);
     connect(&m_statusWrite, &QTimer::timeout, this, &MonitorSession::writeStatus);
     connect(&m_control, &QFileSystemWatcher::fileChanged, this, &MonitorSession::followStoredPause);
+    // The lock file goes when its process ends cleanly.
+    connect(&m_holder, &QFileSystemWatcher::fileChanged, this, [this] {
+        if (!isActive() && begin())
+            qCInfo(lcFileWatcher) << "Monitor taken over from the process that watched before";
+    });
 }
 
 MonitorSession::~MonitorSession()
@@ -57,8 +62,14 @@ bool MonitorSession::begin()
 {
     if (isActive())
         return true;
-    if (!m_lock.tryLock())
+    if (!m_lock.tryLock()) {
+        const QString lock = MonitorLock::lockPath(m_dataDirectory);
+        if (!m_holder.files().contains(lock))
+            m_holder.addPath(lock);
         return false;
+    }
+    if (!m_holder.files().isEmpty())
+        m_holder.removePaths(m_holder.files());
     QFile control(controlPath(m_dataDirectory));
     if (control.open(QIODevice::Append))
         control.close();

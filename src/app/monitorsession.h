@@ -32,7 +32,8 @@ public:
     ~MonitorSession() override;
 
     // Takes the lock and starts Monitor. False when another process holds
-    // the lock; then nothing is watched here.
+    // the lock; then nothing is watched here until that process lets the
+    // lock go, when this one takes over.
     bool begin();
     // Stops Monitor, removes the status file and frees the lock.
     void end();
@@ -60,6 +61,8 @@ private:
     QString m_dataDirectory;
     MonitorLock m_lock;
     QFileSystemWatcher m_control;
+    // The lock file of the process that watches, while this one waits.
+    QFileSystemWatcher m_holder;
     QTimer m_statusWrite;
 };
 

@@ -30,6 +30,7 @@
 #include "gui/settingswindow.h"
 #include "gui/welcomewindow.h"
 #include "ollamapeer.h"
+#include "platform/monitorlock.h"
 #include "profileservices.h"
 #include "workflows/batchrenameviewmodel.h"
 #include "workflows/monitoringviewmodel.h"
@@ -190,15 +191,8 @@ private slots:
         GuiApplication gui(m_profile->services());
         QVERIFY(started(gui));
         OllamaPeer ollama;
-        ollama.answerAlways(OllamaPeer::reply(u"{\"title\":\"Harbour Survey\"}"_s));
-        const QString inbox = m_dir->filePath(u"Inbox"_s);
-        QVERIFY(QDir().mkpath(inbox));
+        const QString inbox = watchInbox(gui, ollama);
         SettingsViewModel &model = *gui.launcher().viewModel();
-        Settings settings = model.settings();
-        settings.watchedFolders = { inbox };
-        settings.namingPattern = u"{title}"_s;
-        model.setSettings(settings);
-        answerLocally(gui, ollama);
         MonitoringViewModel &monitoring = gui.launcher().workflows()->monitoring();
         QTRY_VERIFY(monitoring.isWatching());
         QTest::qWait(100);
@@ -222,6 +216,28 @@ private slots:
         QVERIFY(!model.settings().monitoringPaused);
         // The file that came during the pause is found by the look back.
         QTRY_COMPARE_WITH_TIMEOUT(activity.activityFiles().size(), qsizetype(2), 10000);
+    }
+
+    // While another process watches, the desktop only says so; once that
+    // process lets go, the desktop takes over.
+    void monitorTakenOverWhenTheWatcherEnds()
+    {
+        m_profile->defaults.setValue(SettingsStore::HasCompletedOnboardingKey, true);
+        m_profile->defaults.setValue(ConsentState::HasAgreedToAIDataProcessingKey, true);
+        MonitorLock other(m_profile->dataDirectory);
+        QVERIFY(other.tryLock());
+        GuiApplication gui(m_profile->services());
+        QVERIFY(started(gui));
+        OllamaPeer ollama;
+        watchInbox(gui, ollama);
+        MonitoringViewModel &monitoring = gui.launcher().workflows()->monitoring();
+        QTest::qWait(200);
+        QVERIFY(!monitoring.isWatching());
+        QVERIFY(gui.settingsWindow()->monitorTab()->monitorState()->text().startsWith(u"Monitor runs in"_s));
+
+        other.unlock();
+        QTRY_VERIFY(monitoring.isWatching());
+        QCOMPARE(gui.settingsWindow()->monitorTab()->monitorState()->text(), u"Watching for new files."_s);
     }
 
     // Files handed over before the profile is ready wait through the welcome
@@ -301,6 +317,21 @@ private:
         const QString path = m_dir->filePath(u"link-to-"_s + name);
         QFile::link(m_dir->filePath(name), path);
         return path;
+    }
+
+    // A watched folder whose new files a local model on loopback names.
+    QString watchInbox(GuiApplication &gui, OllamaPeer &ollama)
+    {
+        ollama.answerAlways(OllamaPeer::reply(u"{\"title\":\"Harbour Survey\"}"_s));
+        const QString inbox = m_dir->filePath(u"Inbox"_s);
+        QDir().mkpath(inbox);
+        SettingsViewModel &model = *gui.launcher().viewModel();
+        Settings settings = model.settings();
+        settings.watchedFolders = { inbox };
+        settings.namingPattern = u"{title}"_s;
+        model.setSettings(settings);
+        answerLocally(gui, ollama);
+        return inbox;
     }
 
     // Analysis goes to a local model on loopback.
