@@ -536,7 +536,9 @@ QCoro::Task<> MonitoringViewModel::processBatch(QStringList paths)
 
     // A name the program gave, or content already renamed, is not new.
     const QSet<QString> ignoredHashes = m_undoIgnore.ignoredHashes();
-    auto checking = m_database.run([claimed, ignoredHashes](Database &database) {
+    // Off the database's own thread: hashing a large file must not hold up
+    // everyone else's queries.
+    auto checking = QtConcurrent::run([&database = m_database, claimed, ignoredHashes] {
         QList<Candidate> fresh;
         for (Candidate candidate : claimed) {
             const auto givenName = database.isPathProcessed(candidate.path);
