@@ -323,6 +323,12 @@ AIRoute *GuiApplication::aiRoute(QString *error)
     return m_aiRoute.get();
 }
 
+AIService *GuiApplication::aiService(QString *error)
+{
+    AIRoute *route = aiRoute(error);
+    return route ? &route->service() : nullptr;
+}
+
 void GuiApplication::connectQuickRename()
 {
     SettingsViewModel *model = m_launcher->viewModel();
@@ -334,10 +340,7 @@ void GuiApplication::connectQuickRename()
     if (QGuiApplication::platformName() != u"offscreen")
         m_hotkeys = std::make_unique<DesktopHotkeyService>();
     workflows->setQuickRenameServices({
-        [this](QString *error) -> AIService * {
-            AIRoute *route = aiRoute(error);
-            return route ? &route->service() : nullptr;
-        },
+        [this](QString *error) { return aiService(error); },
         [this]() -> HotkeyService * { return m_hotkeys.get(); },
         [](const QString &title, const QString &body) { DesktopNotifier::post(title, body); },
         [this](HotkeyViewModel::Trigger) { askForConsent(); },
@@ -353,10 +356,7 @@ void GuiApplication::connectBatchRename()
         return;
     m_batchRenameConnected = true;
     workflows->setBatchRenameServices({
-        [this](QString *error) -> AIService * {
-            AIRoute *route = aiRoute(error);
-            return route ? &route->service() : nullptr;
-        },
+        [this](QString *error) { return aiService(error); },
         // Someone watching the list sees the names land; the desktop tells
         // the others.
         [this](const QString &title, const QString &body) {
@@ -389,10 +389,7 @@ void GuiApplication::connectMonitor()
         return;
     NetworkService &network = m_services.networkProvider();
     workflows->setMonitorServices({
-        [this](QString *error) -> AIService * {
-            AIRoute *route = aiRoute(error);
-            return route ? &route->service() : nullptr;
-        },
+        [this](QString *error) { return aiService(error); },
         [](const QString &title, const QString &body) { DesktopNotifier::post(title, body); },
         [&network] { return !network.isConnected(); },
         [model] { return model->consent().isOnboardingComplete(); },

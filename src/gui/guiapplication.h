@@ -13,6 +13,7 @@
 namespace Nomly {
 
 class AIRoute;
+class AIService;
 class AppLauncher;
 class ConsentWindow;
 class HotkeyService;
@@ -85,6 +86,8 @@ private:
     void showMonitorState();
     // The AI route of this process, opened when first needed.
     AIRoute *aiRoute(QString *error);
+    // Its analysis service, for the workflows.
+    AIService *aiService(QString *error);
     void askForConsent();
     // What is sent, and the agreement to it.
     void presentConsent();

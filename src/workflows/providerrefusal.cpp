@@ -53,8 +53,6 @@ bool namesAnInvalidKey(QStringView text)
 std::optional<QString> providerRefusalReason(const QString &failureText)
 {
     const QString text = failureText.trimmed().toLower();
-    if (text.isEmpty())
-        return std::nullopt;
     for (const RefusalWords &refusal : Refusals) {
         for (const QString &needle : refusal.needles) {
             if (text.contains(needle))

@@ -90,8 +90,6 @@ private slots:
             << QStringList { u"c"_s, u"e"_s } << u"en"_s << QStringList { u"c.txt@en"_s, u"e.txt@en"_s };
         QTest::newRow("language-changed-meanwhile")
             << QStringList { u"c"_s, u"d"_s } << u"de"_s << QStringList { u"c.txt@de"_s, u"d.txt@de"_s };
-        QTest::newRow("order-changed-meanwhile")
-            << QStringList { u"d"_s, u"c"_s } << u"en"_s << QStringList { u"d.txt@en"_s, u"c.txt@en"_s };
     }
 
     void secondChunk()

@@ -170,9 +170,7 @@ private slots:
         QTest::newRow("model-missing") << u"Ollama model \"x\" is not installed. Pull it in Ollama."_s
                                        << u"provider_model_unavailable"_s;
         QTest::newRow("busy") << u"OpenAI is temporarily unavailable. Wait a moment, then retry."_s << QString();
-        QTest::newRow("timeout") << u"The request to the AI service timed out."_s << QString();
         QTest::newRow("invalid-json-not-a-key") << u"Local AI returned invalid JSON"_s << QString();
-        QTest::newRow("empty") << QString() << QString();
     }
 
     void refusalReason()
