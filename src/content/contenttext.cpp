@@ -1,6 +1,7 @@
 #include "content/contenttext.h"
 
 #include <QRegularExpression>
+#include <QSet>
 #include <algorithm>
 #include <cmath>
 
@@ -41,6 +42,31 @@ bool isReadableText(QStringView text)
 QString cutText(const QString &text, qsizetype limit)
 {
     return text.size() > limit ? text.left(limit).trimmed() : text;
+}
+
+QString foldedForComparison(QStringView text)
+{
+    const QString decomposed = text.toString().normalized(QString::NormalizationForm_D);
+    QString folded;
+    folded.reserve(decomposed.size());
+    for (const QChar c : decomposed) {
+        if (c.category() != QChar::Mark_NonSpacing)
+            folded.append(c);
+    }
+    return folded.toCaseFolded();
+}
+
+QStringList withoutFoldedDuplicates(const QStringList &strings)
+{
+    QStringList kept;
+    QSet<QString> seen;
+    for (const QString &string : strings) {
+        if (!seen.contains(foldedForComparison(string))) {
+            seen.insert(foldedForComparison(string));
+            kept.append(string);
+        }
+    }
+    return kept;
 }
 
 QList<int> evenlySpacedIndices(int count, int wanted)

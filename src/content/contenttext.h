@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <QStringView>
 
 namespace Nomly {
@@ -19,6 +20,13 @@ bool isReadableText(QStringView text);
 // The first `limit` characters, trimmed, when the text is longer; else the
 // text as it is.
 QString cutText(const QString &text, qsizetype limit);
+
+// The form two strings are compared in when case and accents must not tell
+// them apart ("Résumé" and "resume" are one).
+QString foldedForComparison(QStringView text);
+
+// Later duplicates removed, compared as above; the first of each stays.
+QStringList withoutFoldedDuplicates(const QStringList &strings);
 
 // `wanted` indices spread evenly over 0..count-1, first and last included,
 // ascending and without duplicates; all of them when wanted >= count.

@@ -11,7 +11,9 @@
 #include "content/embeddedaudiometadata.h"
 #include "content/extensiontables.h"
 #include "content/extractionlimits.h"
+#include "content/legacyofficereader.h"
 #include "content/mediafacts.h"
+#include "content/officedocumentreader.h"
 #include "content/pdftext.h"
 #include "content/popplerdocument.h"
 #include "content/rtftext.h"
@@ -206,11 +208,16 @@ FileExtractionResult FileExtractionService::extract(const QString &path, const E
     }
     if (isIn(ExtensionSet::RichText, extension))
         return assembled(path, extension, rtfFileText(path));
-    // Office documents need their readers, which are not here yet.
-    if (isIn(ExtensionSet::OpenDocument, extension) || isIn(ExtensionSet::Word, extension)
-        || isIn(ExtensionSet::Excel, extension) || isIn(ExtensionSet::PowerPoint, extension)
-        || isIn(ExtensionSet::LegacyOffice, extension))
-        return FileExtractionResult::unsupported();
+    if (isIn(ExtensionSet::OpenDocument, extension))
+        return assembled(path, extension, OfficeDocumentReader::openDocumentText(path));
+    if (isIn(ExtensionSet::Word, extension))
+        return assembled(path, extension, OfficeDocumentReader::wordText(path));
+    if (isIn(ExtensionSet::Excel, extension))
+        return assembled(path, extension, OfficeDocumentReader::excelText(path));
+    if (isIn(ExtensionSet::PowerPoint, extension))
+        return assembled(path, extension, OfficeDocumentReader::powerPointText(path));
+    if (isIn(ExtensionSet::LegacyOffice, extension))
+        return assembled(path, extension, LegacyOfficeReader::text(path, extension));
 
     const QList<QMimeType> types = typesOf(extension);
     // A container that holds a video or sound alone (WebM) is listed with

@@ -63,7 +63,7 @@ QHash<QString, QString> officeDocumentFields(const QString &path, const QString 
                            { QStringLiteral("Application") });
         fields.insert(QStringLiteral("author"), core.value(QStringLiteral("dc:creator")));
         fields.insert(QStringLiteral("document_date"), dayOf(core.value(QStringLiteral("dcterms:created"))));
-        fields.insert(QStringLiteral("publisher"), app.value(QStringLiteral("Application")));
+        fields.insert(QStringLiteral("publisher"), app.value(QStringLiteral("Application")).section(u'/', 0, 0));
     } else {
         const auto meta
             = elementTexts(archive->read(QStringLiteral("meta.xml"), MaxPropertyBytes).value_or(QByteArray()),
