@@ -131,7 +131,7 @@ private slots:
                                        << int(AIAnalyzeInputKind::Image);
         QTest::newRow("image not listed") << u"photo.webp"_s << FileExtractionResult::Kind::Unsupported << -1;
         QTest::newRow("unknown extension") << u"archive.xyz123"_s << FileExtractionResult::Kind::Unsupported << -1;
-        QTest::newRow("office, no reader yet") << u"report.docx"_s << FileExtractionResult::Kind::Unsupported << -1;
+        QTest::newRow("office-not-an-archive") << u"report.docx"_s << FileExtractionResult::Kind::Failed << -1;
         QTest::newRow("video") << u"clip.MOV"_s << FileExtractionResult::Kind::Input << int(AIAnalyzeInputKind::Video);
         QTest::newRow("transport stream")
             << u"tv.ts"_s << FileExtractionResult::Kind::Input << int(AIAnalyzeInputKind::Video);
