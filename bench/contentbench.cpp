@@ -13,6 +13,13 @@
 //                  of its time and memory)
 //   pdf text       FileExtractionService::extract of a one-page text PDF
 //                  vs `pdftotext -l 1`
+//   docx text      extraction of a 50-page docx made by pandoc, vs
+//                  `pandoc -t plain` and LibreOffice's conversion to text
+//   xlsx text      a 20-sheet workbook made by LibreOffice, vs its
+//                  conversion to CSV
+//   pptx text      a 40-slide presentation made by pandoc, vs LibreOffice's
+//                  conversion to PDF (it has no plain-text export of slides)
+//                  Goal for the three: faster than each tool, and less memory.
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -23,6 +30,8 @@
 #include <QPageSize>
 #include <QPainter>
 #include <QPdfWriter>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <algorithm>
 #include <cstdio>
@@ -50,16 +59,21 @@ struct Case
     std::function<bool(const QString &path)> work;
 };
 
+bool extracts(const QString &path)
+{
+    return FileExtractionService::extract(path, ExtractionOptions()).analyzeInput() != nullptr;
+}
+
 const std::vector<Case> &cases()
 {
     static const std::vector<Case> all {
         { "content hash", [](const QString &path) { return FileHashService::hash(path).has_value(); } },
         { "jpeg preview",
           [](const QString &path) { return ImageCompressionService::loadImage(path, 1024, 0.6).has_value(); } },
-        { "pdf text",
-          [](const QString &path) {
-              return FileExtractionService::extract(path, ExtractionOptions()).analyzeInput() != nullptr;
-          } },
+        { "pdf text", extracts },
+        { "docx text", extracts },
+        { "xlsx text", extracts },
+        { "pptx text", extracts },
     };
     return all;
 }
@@ -200,6 +214,111 @@ QString statement(const QTemporaryDir &dir)
     return path;
 }
 
+QString writeText(const QTemporaryDir &dir, const QString &name, const QString &text)
+{
+    const QString path = dir.filePath(name);
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(text.toUtf8()) < 0)
+        qFatal("cannot write %s", qPrintable(path));
+    return path;
+}
+
+// A document made by the tool that reads such files, so that ours reads
+// what real writers produce. None when the tool is missing.
+QString made(const QTemporaryDir &dir, const QString &program, const QStringList &arguments, const QString &result)
+{
+    if (QStandardPaths::findExecutable(program).isEmpty()) {
+        std::printf("%-13s skipped: %s is not installed\n", qPrintable(result), qPrintable(program));
+        return {};
+    }
+    QProcess process;
+    process.setWorkingDirectory(dir.path());
+    process.start(program, arguments);
+    if (!process.waitForFinished(300'000) || process.exitCode() != 0 || !QFile::exists(dir.filePath(result)))
+        qFatal("%s could not make %s", qPrintable(program), qPrintable(result));
+    return dir.filePath(result);
+}
+
+QString paragraphs(int count)
+{
+    QString text;
+    for (int i = 0; i < count; ++i)
+        text += QStringLiteral("Clause %1 of the supply agreement sets out the delivery schedule, the prices "
+                               "and the terms of payment agreed between the parties. ")
+                    .arg(i)
+                    .repeated(3)
+            + QStringLiteral("\n\n");
+    return text;
+}
+
+void compareOfficeReaders(const QTemporaryDir &dir)
+{
+    const QString profile = QStringLiteral("-env:UserInstallation=file://") + dir.filePath(QStringLiteral("lo"));
+    const QStringList office { profile, QStringLiteral("--headless"), QStringLiteral("--convert-to") };
+    const QString outDir = dir.filePath(QStringLiteral("converted"));
+
+    // About fifty pages: a page holds some five of these paragraphs.
+    writeText(dir, QStringLiteral("long.md"), paragraphs(250));
+    const QString docx = made(dir,
+                              QStringLiteral("pandoc"),
+                              { QStringLiteral("long.md"), QStringLiteral("-o"), QStringLiteral("long.docx") },
+                              QStringLiteral("long.docx"));
+    if (!docx.isEmpty()) {
+        compare("docx text", docx, QStringLiteral("pandoc"), { QStringLiteral("-t"), QStringLiteral("plain"), docx });
+        if (!QStandardPaths::findExecutable(QStringLiteral("soffice")).isEmpty())
+            compare("docx text",
+                    docx,
+                    QStringLiteral("soffice"),
+                    office + QStringList { QStringLiteral("txt"), QStringLiteral("--outdir"), outDir, docx });
+    }
+
+    // Twenty sheets of a hundred rows, written as a flat OpenDocument file
+    // and saved by LibreOffice as a workbook.
+    QString sheets;
+    for (int sheet = 1; sheet <= 20; ++sheet) {
+        sheets += QStringLiteral("<table:table table:name=\"Region %1\">").arg(sheet);
+        for (int row = 0; row < 100; ++row)
+            sheets += QStringLiteral("<table:table-row><table:table-cell office:value-type=\"string\"><text:p>Item %1"
+                                     "</text:p></table:table-cell><table:table-cell office:value-type=\"float\" "
+                                     "office:value=\"%2\"><text:p>%2</text:p></table:table-cell></table:table-row>")
+                          .arg(row)
+                          .arg(row * sheet);
+        sheets += QStringLiteral("</table:table>");
+    }
+    writeText(dir,
+              QStringLiteral("book.fods"),
+              QStringLiteral("<?xml version=\"1.0\"?><office:document "
+                             "xmlns:office=\"urn:oasis:names:tc:opendocument:xmlns:office:1.0\" "
+                             "xmlns:table=\"urn:oasis:names:tc:opendocument:xmlns:table:1.0\" "
+                             "xmlns:text=\"urn:oasis:names:tc:opendocument:xmlns:text:1.0\" office:version=\"1.2\" "
+                             "office:mimetype=\"application/vnd.oasis.opendocument.spreadsheet\"><office:body>"
+                             "<office:spreadsheet>")
+                  + sheets + QStringLiteral("</office:spreadsheet></office:body></office:document>"));
+    const QString xlsx = made(dir,
+                              QStringLiteral("soffice"),
+                              office + QStringList { QStringLiteral("xlsx"), QStringLiteral("book.fods") },
+                              QStringLiteral("book.xlsx"));
+    if (!xlsx.isEmpty())
+        compare("xlsx text",
+                xlsx,
+                QStringLiteral("soffice"),
+                office + QStringList { QStringLiteral("csv"), QStringLiteral("--outdir"), outDir, xlsx });
+
+    QString slides;
+    for (int i = 1; i <= 40; ++i)
+        slides += QStringLiteral("# Milestone %1\n\n- Scope and budget of phase %1\n- Owners and dates\n\n").arg(i);
+    writeText(dir, QStringLiteral("deck.md"), slides);
+    const QString pptx = made(dir,
+                              QStringLiteral("pandoc"),
+                              { QStringLiteral("deck.md"), QStringLiteral("-o"), QStringLiteral("deck.pptx") },
+                              QStringLiteral("deck.pptx"));
+    if (!pptx.isEmpty() && !QStandardPaths::findExecutable(QStringLiteral("soffice")).isEmpty())
+        compare("pptx text",
+                pptx,
+                QStringLiteral("soffice"),
+                office + QStringList { QStringLiteral("pdf"), QStringLiteral("--outdir"), outDir, pptx });
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -231,5 +350,6 @@ int main(int argc, char *argv[])
             pdf,
             QStringLiteral("pdftotext"),
             { QStringLiteral("-l"), QStringLiteral("1"), pdf, QStringLiteral("-") });
+    compareOfficeReaders(dir);
     return 0;
 }

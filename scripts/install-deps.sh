@@ -51,6 +51,12 @@ packages=(
     qpdf
     exiv2
     ffmpeg
+    # office documents, e-books and web pages made at test time, and the
+    # converter nomly-backend runs for documents it is sent
+    pandoc
+    libreoffice-writer-nogui
+    libreoffice-calc-nogui
+    libreoffice-impress-nogui
     # the desktop face on a virtual display (xvfb-run), and the check of
     # its desktop entry
     xvfb

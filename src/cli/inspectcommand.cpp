@@ -156,8 +156,9 @@ void printPlain(const QJsonObject &object)
             QStringList pages;
             for (const QJsonValue &page : object.value(QStringLiteral("previewPageIndices")).toArray())
                 pages.append(QString::number(page.toInt() + 1));
-            kind += QStringLiteral(", %1 pages, preview pages %2")
-                        .arg(object.value(QStringLiteral("pageCount")).toInt())
+            const int pageCount = object.value(QStringLiteral("pageCount")).toInt();
+            kind += (pageCount == 1 ? QStringLiteral(", 1 page, preview page %1")
+                                    : QStringLiteral(", %1 pages, preview pages %2").arg(pageCount))
                         .arg(pages.join(QStringLiteral(", ")));
         }
         CliOutput::line(QStringLiteral("  kind: ") + kind);
@@ -185,7 +186,8 @@ ExitStatus runInspectCommand(const QStringList &arguments)
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
         "Show what Nomly reads from files on this machine, without sending anything anywhere: each file's kind, "
-        "the text extracted from it (long PDFs as excerpts of the pages chosen, at most 12,000 characters), the "
+        "the text extracted from it (long PDFs as excerpts of the pages chosen; Office and OpenDocument files, legacy "
+        "doc, xls and ppt included; at most 12,000 characters), the "
         "text recognised in an image or a PDF without a text layer, the naming fields the file itself fills "
         "(name = value), and the content hash that tells a file already handled from a new one.\n"
         "A file that cannot be read is reported with the reason, and the exit status is 1."));
