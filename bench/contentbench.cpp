@@ -116,7 +116,8 @@ Run runProgram(const QString &program, const QStringList &arguments)
         for (QByteArray &part : storage)
             argv.push_back(part.data());
         argv.push_back(nullptr);
-        if (!freopen("/dev/null", "w", stdout))
+        // Office suites chatter on stderr about components they lack.
+        if (!freopen("/dev/null", "w", stdout) || !freopen("/dev/null", "w", stderr))
             _exit(126);
         execvp(argv[0], argv.data());
         _exit(127);
