@@ -33,8 +33,9 @@ QStringList RemoteConfig::builtInDesignExtensions()
 
 QStringList RemoteConfig::builtInDocumentExtensions()
 {
-    return words(u"txt md json eml csv tsv log xml yaml yml srt vtt rtf odt ods odp pages numbers key doc docx docm "
-                 u"dotx dotm ppt pptx pptm potx potm ppsx ppsm xls xlsx xlsm xltx xltm");
+    return words(
+        u"txt md json eml csv tsv log xml yaml yml srt vtt rtf odt ods odp pages numbers key doc docx docm "
+        u"dotx dotm ppt pptx pptm potx potm ppsx ppsm xls xlsx xlsm xltx xltm html htm xhtml epub mbox ass ssa");
 }
 
 QStringList RemoteConfig::builtInVideoExtensions()

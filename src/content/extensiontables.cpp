@@ -55,7 +55,7 @@ constexpr std::array<std::pair<const char16_t *, const char16_t *>, 30> MediaMim
 
 const QStringList &extensionsOf(ExtensionSet set)
 {
-    static const std::array<QStringList, 14> Sets {
+    static const std::array<QStringList, 18> Sets {
         words(u"txt md eml log xml yaml yml"),
         words(u"srt vtt"),
         words(u"json"),
@@ -70,6 +70,10 @@ const QStringList &extensionsOf(ExtensionSet set)
         words(u"mp4 mov qt m4v 3gp 3gpp 3g2 3gp2 mpeg mpg m2v dv ts mts m2ts vob mkv avi ogv"),
         words(u"mp3 m4a wav flac ogg webm mpga opus oga aac wma"),
         words(u"bmp gif heic heif jpg jpeg png tif tiff webp"),
+        words(u"html htm xhtml"),
+        words(u"epub"),
+        words(u"mbox"),
+        words(u"ass ssa"),
     };
     return Sets.at(static_cast<size_t>(set));
 }
@@ -116,6 +120,8 @@ QString contentExtension(const QString &path)
         return QStringLiteral("pdf");
     if (type.inherits(QStringLiteral("message/rfc822")))
         return QStringLiteral("eml");
+    if (type.inherits(QStringLiteral("application/mbox")))
+        return QStringLiteral("mbox");
     const QString name = type.name();
     if (name.startsWith(u"image/") || name.startsWith(u"audio/") || name.startsWith(u"video/")) {
         // The first of the type's own suffixes that a reader here knows.

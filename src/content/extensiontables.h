@@ -23,6 +23,11 @@ enum class ExtensionSet
     Video,
     Audio,
     EmbeddedImage,
+    // Kinds common on Linux.
+    Markup,
+    Ebook,
+    Mailbox,
+    StyledSubtitle,
 };
 
 // Lower case, without the dot.

@@ -9,9 +9,12 @@
 #include "content/contenttext.h"
 #include "content/delimitedsummary.h"
 #include "content/embeddedaudiometadata.h"
+#include "content/epubtext.h"
 #include "content/extensiontables.h"
 #include "content/extractionlimits.h"
 #include "content/legacyofficereader.h"
+#include "content/htmltext.h"
+#include "content/mailtext.h"
 #include "content/mediafacts.h"
 #include "content/officedocumentreader.h"
 #include "content/pdftext.h"
@@ -104,6 +107,13 @@ FileExtractionResult assembled(const QString &path, const QString &extension, co
     return FileExtractionResult::input(payload);
 }
 
+// A text file turned into what it says by the reader of its kind.
+std::optional<QString> textFileAs(const QString &path, QString (*reader)(const QString &))
+{
+    const std::optional<QString> raw = readTextFile(path);
+    return raw ? std::optional(reader(*raw)) : std::nullopt;
+}
+
 std::optional<QString> prettyJson(const QString &path)
 {
     QFile file(path);
@@ -193,12 +203,21 @@ FileExtractionResult FileExtractionService::extract(const QString &path, const E
         return FileExtractionResult::unsupported();
     if (isPdf(extension))
         return pdfDocument(path, extension, options);
+    // A saved mail is read as its subject and body when they have text.
+    if (extension == u"eml")
+        return assembled(path, extension, readTextFileThrough(path, mailText));
     if (isIn(ExtensionSet::PlainText, extension))
         return assembled(path, extension, readTextFile(path));
-    if (isIn(ExtensionSet::Subtitle, extension)) {
-        const auto raw = readTextFile(path);
-        return assembled(path, extension, raw ? std::optional(cleanedSubtitleCues(*raw)) : std::nullopt);
-    }
+    if (isIn(ExtensionSet::Mailbox, extension))
+        return assembled(path, extension, readTextFileThrough(path, mailboxText));
+    if (isIn(ExtensionSet::Subtitle, extension))
+        return assembled(path, extension, textFileAs(path, cleanedSubtitleCues));
+    if (isIn(ExtensionSet::StyledSubtitle, extension))
+        return assembled(path, extension, textFileAs(path, styledSubtitleText));
+    if (isIn(ExtensionSet::Markup, extension))
+        return assembled(path, extension, textFileAs(path, htmlText));
+    if (isIn(ExtensionSet::Ebook, extension))
+        return assembled(path, extension, epubText(path));
     if (isIn(ExtensionSet::Structured, extension))
         return assembled(path, extension, prettyJson(path));
     if (isIn(ExtensionSet::Delimited, extension)) {

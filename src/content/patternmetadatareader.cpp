@@ -276,7 +276,8 @@ PatternFileMetadata PatternMetadataReader::read(const QString &path, const Patte
     if (SourceExtensions.contains(extension))
         merge(detected, TextFacts::sourceCode(readText(path, MaxTextBytes)));
     merge(detected, gitFields(path));
-    if (extension == u"eml")
+    // A mailbox's first message heads it.
+    if (extension == u"eml" || extension == u"mbox")
         merge(detected, TextFacts::mailHeaders(readText(path, MaxTextBytes)));
     if (extension == u"svg")
         merge(detected, TextFacts::design(readText(path, MaxTextBytes)));

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "content/contenttext.h"
 #include "content/extractionlimits.h"
 
 namespace Nomly {
@@ -61,9 +62,9 @@ bool hasWindowsPunctuation(const QByteArray &bytes)
     });
 }
 
-} // namespace
-
-std::optional<QString> decodeText(const QByteArray &bytes, bool complete)
+// The decodings of the ladder that take the bytes whole, in order, each
+// offered to `accept` until it takes one.
+template<typename Accept> void offerDecodings(const QByteArray &bytes, bool complete, Accept accept)
 {
     const std::optional<QStringDecoder::Encoding> utf16Order = utf16ByteOrder(bytes);
     if (auto utf8 = decodedWith(QStringDecoder(QStringDecoder::Utf8, flagsFor(complete)), bytes)) {
@@ -72,33 +73,80 @@ std::optional<QString> decodeText(const QByteArray &bytes, bool complete)
         if (!utf16Order || !utf8->contains(QChar(u'\0'))) {
             if (utf8->startsWith(QChar(0xFEFF)))
                 utf8->remove(0, 1);
-            return utf8;
+            if (accept(*utf8))
+                return;
         }
     }
     if (utf16Order) {
         if (auto utf16 = decodedWith(QStringDecoder(*utf16Order, flagsFor(complete)), bytes)) {
             if (utf16->startsWith(QChar(0xFEFF)))
                 utf16->remove(0, 1);
-            return utf16;
+            if (accept(*utf16))
+                return;
         }
     }
     if (hasWindowsPunctuation(bytes)) {
-        if (auto windows = decodedWith(QStringDecoder("windows-1252", flagsFor(complete)), bytes))
-            return windows;
+        if (auto windows = decodedWith(QStringDecoder("windows-1252", flagsFor(complete)), bytes)) {
+            if (accept(*windows))
+                return;
+        }
     }
     // Latin 1 decodes any bytes, so it ends the ladder.
-    return decodedWith(QStringDecoder(QStringDecoder::Latin1, flagsFor(complete)), bytes);
+    if (auto latin1 = decodedWith(QStringDecoder(QStringDecoder::Latin1, flagsFor(complete)), bytes))
+        accept(*latin1);
 }
 
-std::optional<QString> readTextFile(const QString &path)
+// The bytes of a file up to the text-file bound; `complete` says whether the
+// file ends there.
+struct BoundedRead
+{
+    QByteArray bytes;
+    bool complete = false;
+};
+
+std::optional<BoundedRead> readBounded(const QString &path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return std::nullopt;
-    const QByteArray bytes = file.read(ExtractionLimits::MaxTextFileBytes);
+    BoundedRead read { file.read(ExtractionLimits::MaxTextFileBytes) };
     if (file.error() != QFileDevice::NoError)
         return std::nullopt;
-    return decodeText(bytes, file.atEnd());
+    read.complete = file.atEnd();
+    return read;
+}
+
+} // namespace
+
+std::optional<QString> decodeText(const QByteArray &bytes, bool complete)
+{
+    std::optional<QString> text;
+    offerDecodings(bytes, complete, [&text](QString &decoded) {
+        text = std::move(decoded);
+        return true;
+    });
+    return text;
+}
+
+std::optional<QString> readTextFile(const QString &path)
+{
+    const std::optional<BoundedRead> read = readBounded(path);
+    return read ? decodeText(read->bytes, read->complete) : std::nullopt;
+}
+
+std::optional<QString> readTextFileThrough(const QString &path, std::optional<QString> (*reader)(const QString &))
+{
+    const std::optional<BoundedRead> read = readBounded(path);
+    if (!read)
+        return std::nullopt;
+    std::optional<QString> text;
+    offerDecodings(read->bytes, read->complete, [&text, reader](const QString &decoded) {
+        text = reader(decoded);
+        return text && nonWhitespaceCount(*text) >= ExtractionLimits::MinReadableCharacters;
+    });
+    if (text && nonWhitespaceCount(*text) >= ExtractionLimits::MinReadableCharacters)
+        return text;
+    return decodeText(read->bytes, read->complete);
 }
 
 } // namespace Nomly

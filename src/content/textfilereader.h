@@ -17,4 +17,10 @@ std::optional<QString> readTextFile(const QString &path);
 // where the read stopped, not where the file does.
 std::optional<QString> decodeText(const QByteArray &bytes, bool complete = true);
 
+// Read text file for a kind with a reader of its own (a mail, a mailbox):
+// each decoding of the ladder in turn goes through `reader`, and the first
+// result with enough text to count wins. Without one, the text as
+// readTextFile gives it.
+std::optional<QString> readTextFileThrough(const QString &path, std::optional<QString> (*reader)(const QString &));
+
 } // namespace Nomly

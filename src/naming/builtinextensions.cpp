@@ -32,7 +32,7 @@ const QStringList &BuiltInExtensions::document()
 {
     static const QStringList list = listOf(
         u"txt md json eml csv tsv log xml yaml yml srt vtt rtf odt ods odp pages numbers key doc docx docm dotx "
-        u"dotm ppt pptx pptm potx potm ppsx ppsm xls xlsx xlsm xltx xltm");
+        u"dotm ppt pptx pptm potx potm ppsx ppsm xls xlsx xlsm xltx xltm html htm xhtml epub mbox ass ssa");
     return list;
 }
 

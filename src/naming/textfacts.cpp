@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "naming/dateformats.h"
+#include "naming/mailencoding.h"
 
 namespace Nomly::TextFacts {
 
@@ -166,36 +167,30 @@ Fields sourceCode(const QString &text)
 
 Fields mailHeaders(const QString &text)
 {
-    // Headers end at the first blank line, with either line ending; folded
-    // lines continue with a blank.
-    QHash<QString, QString> headers;
-    QString last;
-    for (const QString &line : text.split(u'\n')) {
-        const QString clean = QString(line).remove(u'\r');
-        if (clean.isEmpty())
-            break; // the body starts here
-        if ((clean.startsWith(u' ') || clean.startsWith(u'\t')) && !last.isEmpty()) {
-            headers[last] += u' ' + clean.trimmed();
-            continue;
-        }
-        const qsizetype colon = clean.indexOf(u':');
-        if (colon <= 0)
-            continue;
-        last = clean.left(colon).trimmed().toLower();
-        if (!headers.contains(last))
-            headers.insert(last, clean.mid(colon + 1).trimmed());
-    }
+    // The header block ends at the first blank line, with either line ending;
+    // a file of headers alone is all header block.
+    QString unified = text;
+    unified.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    unified.replace(u'\r', u'\n');
+    const qsizetype blankLine = unified.indexOf(QStringLiteral("\n\n"));
+    const MailEncoding::HeaderMap headers
+        = MailEncoding::parsedHeaders(blankLine < 0 ? QStringView(unified) : QStringView(unified).left(blankLine));
+    const auto header = [&headers](const char16_t *name) {
+        return MailEncoding::decodedHeaderWords(headers.value(QString::fromUtf16(name)));
+    };
     Fields fields;
-    put(fields, QStringLiteral("sender"), person(headers.value(QStringLiteral("from"))));
-    put(fields, QStringLiteral("recipient"), person(headers.value(QStringLiteral("to"))));
-    const QString subject = headers.value(QStringLiteral("subject"));
+    put(fields, QStringLiteral("sender"), person(header(u"from")));
+    put(fields, QStringLiteral("recipient"), person(header(u"to")));
+    const QString subject = header(u"subject");
     put(fields, QStringLiteral("message_subject"), subject);
     QString thread = subject;
     static const QRegularExpression reply(QStringLiteral("^(?i)(re|fw|fwd):\\s*"));
     while (reply.match(thread).hasMatch())
         thread = thread.remove(reply).trimmed();
     put(fields, QStringLiteral("thread_name"), thread);
-    const QString date = headers.value(QStringLiteral("date"));
+    // Mailers often add the zone's name as a comment: "+0000 (UTC)".
+    static const QRegularExpression comment(QStringLiteral("\\s*\\([^()]*\\)\\s*$"));
+    const QString date = headers.value(QStringLiteral("date")).remove(comment);
     for (const char16_t *pattern : { u"EEE, d MMM yyyy HH:mm:ss Z",
                                      u"EEE, dd MMM yyyy HH:mm:ss Z",
                                      u"d MMM yyyy HH:mm:ss Z",

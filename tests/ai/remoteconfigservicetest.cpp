@@ -39,7 +39,7 @@ private slots:
         const RemoteConfig config;
         QCOMPARE(config.imageExtensions.size(), 41);
         QCOMPARE(config.designExtensions.size(), 4);
-        QCOMPARE(config.documentExtensions.size(), 36);
+        QCOMPARE(config.documentExtensions.size(), 43);
         QCOMPARE(config.videoExtensions.size(), 19);
         QCOMPARE(config.audioExtensions.size(), 11);
         QVERIFY(config.imageExtensions.contains(u"raw"_s) && config.documentExtensions.contains(u"xltm"_s));

@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QImage>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QStringEncoder>
 #include <QTemporaryDir>
@@ -426,6 +427,117 @@ private slots:
             QVERIFY(writeFile(path, QByteArray()));
         }
         QCOMPARE(FileExtractionService::extract(path, options()).failureReason(), failure);
+    }
+
+    // Mail, markup, books and subtitles written by the programs people use:
+    // Python's email library, pandoc and ffmpeg. Each reads to the text it
+    // holds, without the markup, encodings or attachments around it.
+    void documentsMadeByTools_data()
+    {
+        QTest::addColumn<QString>("program");
+        QTest::addColumn<QStringList>("arguments"); // "in" and "out" stand for the two files
+        QTest::addColumn<QByteArray>("input");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("text"); // a part of the text, or the failure
+        QTest::addColumn<QString>("absent");
+        QTest::addColumn<QString>("mime"); // empty when extraction fails
+        QTest::addColumn<QString>("subject");
+        const QString python = u"python3"_s;
+        const QStringList script { u"in"_s, u"out"_s };
+        const QString fact = u"invoice INV-2026-0420"_s;
+        QTest::newRow("python-alternative-with-pdf-attachment") << python << script << QByteArray(R"py(import sys
+from email.message import EmailMessage
+m = EmailMessage()
+m['From'] = 'Dana Lee <dana@example.com>'
+m['Subject'] = 'Rechnung f\u00fcr M\u00e4rz'
+m.set_content('Please pay invoice INV-2026-0420 by Friday.')
+m.add_alternative('<p>HTML copy of the same</p>', subtype='html')
+m.add_attachment(b'%PDF-1.4 ' + bytes(range(256)) * 400, maintype='application', subtype='pdf', filename='a.pdf')
+open(sys.argv[1], 'wb').write(m.as_bytes(policy=m.policy.clone(linesep='\r\n')))
+)py") << u"mail.eml"_s << u"Rechnung für März\n\nPlease pay "_s + fact
+                                                                << u"JVBERi"_s << u"message/rfc822"_s
+                                                                << u"Rechnung für März"_s;
+        QTest::newRow("python-html-quoted-printable-latin-1-subject") << python << script << QByteArray(R"py(import sys
+from email import charset
+from email.header import Header
+from email.mime.text import MIMEText
+qp = charset.Charset('utf-8')
+qp.body_encoding = charset.QP
+m = MIMEText('<html><head><style>p {color: red}</style></head><body><p>Pay invoice INV-2026-0420 &amp; '
+             'the caf\u00e9 ' + 'order ' * 20 + '</p></body></html>', 'html', qp)
+m['Subject'] = Header('Caf\u00e9 order', 'iso-8859-1')
+open(sys.argv[1], 'wb').write(m.as_bytes())
+)py") << u"paid.eml"_s << u"Café order\n\nPay "_s + fact + u" & the café order order"_s
+                                                                      << u"color"_s << u"message/rfc822"_s
+                                                                      << u"Café order"_s;
+        QTest::newRow("python-mailbox") << python << script << QByteArray(R"py(import mailbox, sys
+from email.message import EmailMessage
+box = mailbox.mbox(sys.argv[1])
+for text in ['Please pay invoice INV-2026-0420 by Friday.', 'The delivery arrives on Monday morning.']:
+    m = EmailMessage()
+    m['From'] = 'dana@example.com'
+    m.set_content(text)
+    box.add(m)
+box.flush()
+)py") << u"orders.mbox"_s << fact + u" by Friday.\n\nThe delivery"_s
+                                        << u"dana@"_s << u"application/mbox"_s << QString();
+        const QByteArray markdown = "# Ledger\n\nPlease pay invoice INV-2026-0420 *by Friday* & thanks.\n";
+        QTest::newRow("pandoc-epub") << u"pandoc"_s
+                                     << QStringList { u"-f"_s, u"markdown"_s, u"--metadata"_s, u"title=L"_s,
+                                                      u"in"_s, u"-o"_s,       u"out"_s }
+                                     << markdown << u"book.epub"_s << fact + u" by Friday & thanks."_s << u"<"_s
+                                     << u"application/epub+zip"_s << QString();
+        QTest::newRow("pandoc-html") << u"pandoc"_s
+                                     << QStringList { u"-s"_s,      u"-f"_s, u"markdown"_s, u"--metadata"_s,
+                                                      u"title=L"_s, u"in"_s, u"-o"_s,       u"out"_s }
+                                     << markdown << u"page.html"_s << fact + u" by Friday & thanks."_s << u"<"_s
+                                     << u"text/html"_s << QString();
+        QTest::newRow("ffmpeg-ass-from-srt")
+            << u"ffmpeg"_s << QStringList { u"-v"_s, u"error"_s, u"-f"_s, u"srt"_s, u"-i"_s, u"in"_s, u"out"_s }
+            << QByteArray("1\n00:00:01,000 --> 00:00:02,000\n<i>Please pay</i> invoice INV-2026-0420\n")
+            << u"talk.ass"_s << u"Please pay "_s + fact << u"Dialogue"_s << u"text/x-ssa"_s << QString();
+        QTest::newRow("broken-epub") << QString() << QStringList() << QByteArray("PK\x03\x04 not a zip")
+                                     << u"broken.epub"_s << u"Failed to read file"_s << QString() << QString()
+                                     << QString();
+    }
+
+    void documentsMadeByTools()
+    {
+        QFETCH(QString, program);
+        QFETCH(QStringList, arguments);
+        QFETCH(QByteArray, input);
+        QFETCH(QString, name);
+        QFETCH(QString, text);
+        QFETCH(QString, absent);
+        QFETCH(QString, mime);
+        QFETCH(QString, subject);
+        const QString path = m_dir->filePath(name);
+        if (program.isEmpty()) {
+            QVERIFY(writeFile(path, input));
+        } else {
+            if (QStandardPaths::findExecutable(program).isEmpty())
+                QSKIP(qPrintable(program + u" is not installed"_s));
+            const QString in = m_dir->filePath(u"input"_s);
+            QVERIFY(writeFile(in, input));
+            if (program == u"python3")
+                arguments = QStringList { u"-c"_s, QString::fromUtf8(input), u"out"_s };
+            arguments.replaceInStrings(QRegularExpression(u"^in$"_s), in);
+            arguments.replaceInStrings(QRegularExpression(u"^out$"_s), path);
+            QCOMPARE(QProcess::execute(program, arguments), 0);
+        }
+        const FileExtractionResult result = FileExtractionService::extract(path, options());
+        if (mime.isEmpty()) {
+            QCOMPARE(result.failureReason(), text);
+            return;
+        }
+        QVERIFY2(result.analyzeInput(), qPrintable(result.failureReason()));
+        const auto *payload = result.analyzeInput()->get<FileTextAnalysisPayload>();
+        QVERIFY(payload);
+        QVERIFY2(payload->text.contains(text), qPrintable(payload->text));
+        QVERIFY2(!payload->text.contains(absent), qPrintable(payload->text));
+        QCOMPARE(payload->mimeType, mime);
+        if (!subject.isEmpty())
+            QCOMPARE(PatternMetadataReader::read(path, {}).detectedFields.value(u"message_subject"_s), subject);
     }
 
 private:

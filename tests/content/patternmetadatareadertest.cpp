@@ -254,17 +254,35 @@ private slots:
         QCOMPARE(PatternMetadataReader::read(download, {}).detectedFields.value(u"source"_s), u"files.example.org"_s);
     }
 
-    void mailHeaders()
+    void mailHeaders_data()
     {
-        const QString mail
+        QTest::addColumn<QString>("mail");
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<QString>("value");
+        const QString plain
             = u"From: \"Dana Lee\" <dana@example.com>\r\nTo: ops@example.com\r\nSubject: Re: Fwd:\r\n Budget\r\n"
               u"Date: Tue, 4 Mar 2025 09:30:00 +0000\r\n\r\nSubject: not a header\r\n"_s;
-        const Fields fields = TextFacts::mailHeaders(mail);
-        QCOMPARE(fields.value(u"sender"_s), u"Dana Lee"_s);
-        QCOMPARE(fields.value(u"recipient"_s), u"ops@example.com"_s);
-        QCOMPARE(fields.value(u"message_subject"_s), u"Re: Fwd: Budget"_s);
-        QCOMPARE(fields.value(u"thread_name"_s), u"Budget"_s);
-        QCOMPARE(fields.value(u"message_date"_s), u"2025-03-04"_s);
+        QTest::newRow("display-name") << plain << u"sender"_s << u"Dana Lee"_s;
+        QTest::newRow("bare-address") << plain << u"recipient"_s << u"ops@example.com"_s;
+        QTest::newRow("folded-subject-whole") << plain << u"message_subject"_s << u"Re: Fwd: Budget"_s;
+        QTest::newRow("thread-without-replies") << plain << u"thread_name"_s << u"Budget"_s;
+        QTest::newRow("date-as-day") << plain << u"message_date"_s << u"2025-03-04"_s;
+        QTest::newRow("encoded-subject-decoded") << u"Subject: Re: =?utf-8?b?UmVjaG51bmcgZsO8ciBNw6Ryeg==?=\n\nbody"_s
+                                                 << u"thread_name"_s << u"Rechnung für März"_s;
+        QTest::newRow("encoded-sender-name")
+            << u"From: =?iso-8859-1?q?J=FCrgen_M=FCller?= <j@example.com>\n"_s << u"sender"_s << u"Jürgen Müller"_s;
+        QTest::newRow("later-subject-stands")
+            << u"Subject: Draft\nSubject: Final budget\n"_s << u"message_subject"_s << u"Final budget"_s;
+        QTest::newRow("date-with-zone-comment")
+            << u"Date: Tue, 4 Mar 2025 23:30:00 -0000 (UTC)\n"_s << u"message_date"_s << u"2025-03-04"_s;
+    }
+
+    void mailHeaders()
+    {
+        QFETCH(QString, mail);
+        QFETCH(QString, field);
+        QFETCH(QString, value);
+        QCOMPARE(TextFacts::mailHeaders(mail).value(field), value);
     }
 
     void smallForms_data()
