@@ -13,6 +13,9 @@
 //                  of its time and memory)
 //   pdf text       FileExtractionService::extract of a one-page text PDF
 //                  vs `pdftotext -l 1`
+//   heic preview   ImageCompressionService::loadImage, 1024 px of a
+//                  12-megapixel HEIC made by `heif-enc`, vs `heif-convert`
+//                  to a JPEG then `vipsthumbnail` of that, run by `sh`
 //   docx text      extraction of a 50-page docx made by pandoc, vs
 //                  `pandoc -t plain` and LibreOffice's conversion to text
 //   xlsx text      a 20-sheet workbook made by LibreOffice, vs its
@@ -74,6 +77,8 @@ const std::vector<Case> &cases()
         { "docx text", extracts },
         { "xlsx text", extracts },
         { "pptx text", extracts },
+        { "heic preview",
+          [](const QString &path) { return ImageCompressionService::loadImage(path, 1024, 0.6).has_value(); } },
     };
     return all;
 }
@@ -186,11 +191,11 @@ QString largeFile(const QTemporaryDir &dir)
     return path;
 }
 
-QString photograph(const QTemporaryDir &dir)
+QString photograph(const QTemporaryDir &dir, const QString &name, QSize size)
 {
-    const QString path = dir.filePath(QStringLiteral("photo.jpg"));
+    const QString path = dir.filePath(name);
     // Detail everywhere, as a photograph has, so the decoder does real work.
-    QImage photo(6000, 4000, QImage::Format_RGB32);
+    QImage photo(size, QImage::Format_RGB32);
     for (int y = 0; y < photo.height(); ++y) {
         auto *line = reinterpret_cast<QRgb *>(photo.scanLine(y));
         for (int x = 0; x < photo.width(); ++x)
@@ -337,7 +342,7 @@ int main(int argc, char *argv[])
     const QString large = largeFile(dir);
     compare(
         "content hash", large, QStringLiteral("openssl"), { QStringLiteral("dgst"), QStringLiteral("-sha256"), large });
-    const QString photo = photograph(dir);
+    const QString photo = photograph(dir, QStringLiteral("photo.jpg"), QSize(6000, 4000));
     compare("jpeg preview",
             photo,
             QStringLiteral("vipsthumbnail"),
@@ -351,6 +356,19 @@ int main(int argc, char *argv[])
             pdf,
             QStringLiteral("pdftotext"),
             { QStringLiteral("-l"), QStringLiteral("1"), pdf, QStringLiteral("-") });
+    // A phone's 12 megapixels, encoded as heif-enc does by default.
+    const QString heic = dir.filePath(QStringLiteral("photo.heic"));
+    runProgram(QStringLiteral("heif-enc"),
+               { QStringLiteral("-o"), heic, photograph(dir, QStringLiteral("phone.jpg"), QSize(4032, 3024)) });
+    compare("heic preview",
+            heic,
+            QStringLiteral("sh"),
+            { QStringLiteral("-c"),
+              QStringLiteral("heif-convert -q 90 \"$0\" \"$1\" >/dev/null && vipsthumbnail \"$1\" --size 1024 -o "
+                             "\"$2\""),
+              heic,
+              dir.filePath(QStringLiteral("converted.jpg")),
+              dir.filePath(QStringLiteral("heic-%s.jpg[Q=60]")) });
     compareOfficeReaders(dir);
     return 0;
 }

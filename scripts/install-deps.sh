@@ -22,12 +22,14 @@ packages=(
     libsqlite3-dev
     libssl-dev
     # reading files: PDF text, OCR with its English data, ZIP containers,
-    # embedded metadata, and the image decoders Qt loads at run time
+    # embedded metadata, HEIC and AVIF pictures, and the image decoders Qt
+    # loads at run time
     libpoppler-qt6-dev
     libtesseract-dev
     tesseract-ocr-eng
     libzip-dev
     libexiv2-dev
+    libheif-dev
     libavformat-dev
     libavcodec-dev
     libavutil-dev
@@ -47,10 +49,13 @@ packages=(
     dbus
     dbus-bin
     gnome-keyring
-    # tests of reading files: locking PDFs, writing EXIF, making media
+    # tests of reading files: locking PDFs, writing EXIF, making media, and
+    # making HEIC and AVIF pictures (heif-enc; heif-convert is the content
+    # benchmark's reference)
     qpdf
     exiv2
     ffmpeg
+    libheif-examples
     # office documents, e-books and web pages made at test time, and the
     # converter nomly-backend runs for documents it is sent
     pandoc

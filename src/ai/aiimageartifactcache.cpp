@@ -5,7 +5,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QImage>
-#include <QImageReader>
 #include <QJsonDocument>
 #include <QSaveFile>
 #include <QStandardPaths>
@@ -17,6 +16,7 @@
 
 #include "content/imagecompressionservice.h"
 #include "content/localmetadatatext.h"
+#include "content/picturereader.h"
 #include "content/textrecognizer.h"
 #include "history/filehashservice.h"
 #include "platform/logcategories.h"
@@ -43,12 +43,11 @@ std::optional<QString> recognizedText(const QImage &image)
     return TextRecognizer::recognize(image);
 }
 
-// Text in the file itself, read at its own resolution where Qt can decode it.
+// Text in the file itself, read at its own resolution where it can be decoded.
 std::optional<QString> recognizedTextInFile(const QString &path)
 {
-    QImageReader reader(path);
-    reader.setAutoTransform(true);
-    return recognizedText(reader.read());
+    const Result<QImage> picture = PictureReader::read(path);
+    return picture ? recognizedText(picture.value()) : std::nullopt;
 }
 
 std::optional<QString> trimmedOrNone(const std::optional<QString> &text)

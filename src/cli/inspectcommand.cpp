@@ -2,7 +2,6 @@
 
 #include <QCommandLineParser>
 #include <QFileInfo>
-#include <QImageReader>
 #include <QJsonArray>
 #include <QJsonObject>
 
@@ -12,6 +11,7 @@
 #include "content/fileextractionservice.h"
 #include "content/patternmetadatareader.h"
 #include "content/pdfpagerenderer.h"
+#include "content/picturereader.h"
 #include "content/textrecognizer.h"
 #include "history/filehashservice.h"
 #include "platform/userdefaults.h"
@@ -60,12 +60,9 @@ Inspection inspect(const QString &path, const ExtractionOptions &options, const 
     if (const AIAnalyzeInput *input = out.extraction.analyzeInput()) {
         if (input->kind() == AIAnalyzeInputKind::Image) {
             // Decoded at the size pages are read at, not at full size.
-            QImageReader reader(path);
-            reader.setAutoTransform(true);
-            const QSize size = reader.size();
-            if (size.isValid() && std::max(size.width(), size.height()) > OcrPageLongEdge)
-                reader.setScaledSize(size.scaled(OcrPageLongEdge, OcrPageLongEdge, Qt::KeepAspectRatio));
-            out.recognizedText = TextRecognizer::recognize(reader.read());
+            const Result<QImage> picture = PictureReader::read(path, QSize(OcrPageLongEdge, OcrPageLongEdge));
+            if (picture)
+                out.recognizedText = TextRecognizer::recognize(picture.value());
         } else if (const auto *document = input->get<FileDocumentAnalysisPayload>(); document && !document->text) {
             out.recognizedText
                 = TextRecognizer::recognize(renderedPdfPages(path, document->previewPageIndices, OcrPageLongEdge));

@@ -69,7 +69,7 @@ const QStringList &extensionsOf(ExtensionSet set)
         words(u"pages numbers key"),
         words(u"mp4 mov qt m4v 3gp 3gpp 3g2 3gp2 mpeg mpg m2v dv ts mts m2ts vob mkv avi ogv"),
         words(u"mp3 m4a wav flac ogg webm mpga opus oga aac wma"),
-        words(u"bmp gif heic heif jpg jpeg png tif tiff webp"),
+        words(u"avif bmp gif heic heif jpg jpeg png tif tiff webp"),
         words(u"html htm xhtml"),
         words(u"epub"),
         words(u"mbox"),

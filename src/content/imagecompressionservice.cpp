@@ -15,6 +15,8 @@
 
 #include "content/embeddedpreview.h"
 #include "content/extensiontables.h"
+#include "content/picturefit_p.h"
+#include "content/picturereader.h"
 #include "content/popplerdocument.h"
 #include "content/previewentries.h"
 #include "platform/logcategories.h"
@@ -39,14 +41,6 @@ std::optional<QByteArray> encodedJpeg(const QImage &image, double quality)
     if (!writer.write(image))
         return std::nullopt;
     return bytes;
-}
-
-// The size that fits inside target by target; never larger than `size`.
-QSize fittedSize(const QSize &size, int target)
-{
-    const double scale = std::min({ double(target) / size.width(), double(target) / size.height(), 1.0 });
-    return QSize(std::max(1, int(std::lround(size.width() * scale))),
-                 std::max(1, int(std::lround(size.height() * scale))));
 }
 
 std::optional<QByteArray> svgRender(const QString &path, int target, double quality)
@@ -103,19 +97,12 @@ std::optional<QByteArray> cachedThumbnail(const QString &path, int target, doubl
 
 std::optional<QByteArray> decodedPreview(const QByteArray &data, const QString &path, int target, double quality)
 {
-    QBuffer buffer;
-    buffer.setData(data);
-    QImageReader reader(&buffer);
-    reader.setAutoTransform(true);
-    const QSize size = reader.size();
-    if (size.isValid() && !size.isEmpty())
-        reader.setScaledSize(fittedSize(size, target));
-    const QImage image = reader.read();
-    if (image.isNull()) {
-        qCWarning(lcProcessing).noquote() << "Archive preview image could not be decoded:" << path;
+    const Result<QImage> image = PictureReader::read(data, QSize(target, target));
+    if (!image) {
+        qCWarning(lcProcessing).noquote() << "Archive preview image could not be decoded:" << path << image.error();
         return std::nullopt;
     }
-    return ImageCompressionService::resizeImage(image, target, quality);
+    return ImageCompressionService::resizeImage(image.value(), target, quality);
 }
 
 std::optional<QByteArray> archivePreview(const QString &path, int target, double quality)
@@ -160,24 +147,12 @@ std::optional<QByteArray> archivePreview(const QString &path, int target, double
 // decodes), with the orientation the file asks for.
 std::optional<QByteArray> imageSource(const QString &path, int target, double quality)
 {
-    QImageReader reader(path);
-    reader.setAutoTransform(true);
-    if (!reader.canRead()) {
-        qCWarning(lcProcessing).noquote() << "Failed to create image source for:" << path;
+    const Result<QImage> image = PictureReader::read(path, QSize(target, target));
+    if (!image) {
+        qCWarning(lcProcessing).noquote() << "Failed to decode picture:" << path << image.error();
         return std::nullopt;
     }
-    const QSize size = reader.size();
-    if (!size.isValid() || size.isEmpty()) {
-        qCWarning(lcProcessing).noquote() << "Invalid image properties:" << path;
-        return std::nullopt;
-    }
-    reader.setScaledSize(fittedSize(size, target));
-    const QImage image = reader.read();
-    if (image.isNull()) {
-        qCWarning(lcProcessing).noquote() << "Failed to create resized thumbnail for:" << path << reader.errorString();
-        return std::nullopt;
-    }
-    return ImageCompressionService::resizeImage(image, target, quality);
+    return ImageCompressionService::resizeImage(image.value(), target, quality);
 }
 
 std::optional<QByteArray> firstPdfPage(const QString &path, int target, double quality)
@@ -297,7 +272,7 @@ std::optional<QByteArray> ImageCompressionService::resizeImage(const QImage &ima
         qCWarning(lcProcessing).noquote() << "Invalid target image size for resize:" << target;
         return std::nullopt;
     }
-    const QSize size = fittedSize(image.size(), target);
+    const QSize size = fittedSize(image.size(), QSize(target, target));
     // Transparent areas come out white, as the AI would see them on paper.
     QImage canvas(size, QImage::Format_RGB32);
     canvas.fill(Qt::white);

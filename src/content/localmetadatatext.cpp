@@ -1,9 +1,7 @@
 #include "content/localmetadatatext.h"
 
-#include <QBuffer>
 #include <QFileInfo>
 #include <QImage>
-#include <QImageReader>
 #include <QLocale>
 #include <QMimeDatabase>
 #include <QStringList>
@@ -13,6 +11,7 @@
 #include "content/exiffacts.h"
 #include "content/extensiontables.h"
 #include "content/extractionlimits.h"
+#include "content/picturereader.h"
 #include "content/textrecognizer.h"
 #include "platform/ziparchive.h"
 
@@ -95,13 +94,9 @@ std::optional<QString> embeddedImagesText(const QString &path)
         if (!data || data->isEmpty())
             continue;
         // Decoded no larger than recognition reads it.
-        QBuffer buffer;
-        buffer.setData(*data);
-        QImageReader reader(&buffer);
-        const QSize size = reader.size();
-        if (size.isValid() && std::max(size.width(), size.height()) > EmbeddedImageEdge)
-            reader.setScaledSize(size.scaled(EmbeddedImageEdge, EmbeddedImageEdge, Qt::KeepAspectRatio));
-        images.append(reader.read());
+        const Result<QImage> image = PictureReader::read(*data, QSize(EmbeddedImageEdge, EmbeddedImageEdge));
+        if (image)
+            images.append(image.value());
     }
     return TextRecognizer::recognize(images);
 }

@@ -2,13 +2,13 @@
 
 #include <QFileInfo>
 #include <QGuiApplication>
-#include <QImageReader>
 #include <QPointer>
 
 #include <QtConcurrent/QtConcurrentRun>
 #include <qcoro/qcorofuture.h>
 
 #include "content/pdfpagerenderer.h"
+#include "content/picturereader.h"
 
 namespace Nomly {
 
@@ -20,7 +20,8 @@ bool isPdf(const QString &path)
 }
 
 // Reads the picture at no more than `bound` pixels each way: a JPEG is
-// decoded at the reduced size itself, so a large photo costs little.
+// decoded at the reduced size itself, so a large photo costs little; a
+// HEIC photo uses the thumbnail inside it when that is large enough.
 QImage readThumbnail(const QString &path, QSize bound)
 {
     QImage image;
@@ -28,16 +29,10 @@ QImage readThumbnail(const QString &path, QSize bound)
         const QList<QImage> pages = renderedPdfPages(path, { 0 }, std::max(bound.width(), bound.height()));
         if (!pages.isEmpty())
             image = pages.first();
-    } else {
-        QImageReader reader(path);
-        reader.setAutoTransform(true);
-        const QSize size = reader.size();
-        if (size.isValid() && (size.width() > bound.width() || size.height() > bound.height()))
-            reader.setScaledSize(size.scaled(bound, Qt::KeepAspectRatio));
-        image = reader.read();
+    } else if (const Result<QImage> picture = PictureReader::read(path, bound)) {
+        image = picture.value();
     }
-    // A page, or a format that cannot be read at a reduced size, comes back
-    // larger than the row.
+    // A page comes back larger than the row.
     if (!image.isNull() && (image.width() > bound.width() || image.height() > bound.height()))
         image = image.scaled(bound, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     return image;
@@ -66,8 +61,8 @@ bool ThumbnailLoader::hasPreview(const QString &path)
 {
     if (isPdf(path))
         return true;
-    const QByteArray suffix = QFileInfo(path).suffix().toLower().toLatin1();
-    return !suffix.isEmpty() && QImageReader::supportedImageFormats().contains(suffix);
+    const QString suffix = QFileInfo(path).suffix().toLower();
+    return !suffix.isEmpty() && PictureReader::readsExtension(suffix);
 }
 
 QImage ThumbnailLoader::thumbnail(const QString &path)

@@ -18,6 +18,7 @@
 #include "content/patternmetadatareader.h"
 #include "filesystemfixtures.h"
 #include "samplepdfs.h"
+#include "samplepictures.h"
 
 using namespace Qt::StringLiterals;
 using namespace Nomly;
@@ -28,7 +29,7 @@ namespace {
 ExtractionOptions options()
 {
     ExtractionOptions out;
-    out.imageExtensions = { u"png"_s, u" .JPG "_s, u"pdf"_s };
+    out.imageExtensions = { u"png"_s, u" .JPG "_s, u"pdf"_s, u"heic"_s, u"avif"_s };
     out.designExtensions = { u"psd"_s };
     return out;
 }
@@ -250,11 +251,13 @@ private slots:
     // nothing about its name changes.
     void kindsByContentWithoutExtension_data()
     {
-        QTest::addColumn<QString>("content"); // pdf, png, text, unknown
+        QTest::addColumn<QString>("content"); // pdf, png, heic, avif, text, unknown
         QTest::addColumn<int>("inputKind"); // -1: unsupported
 
         QTest::newRow("pdf") << u"pdf"_s << int(AIAnalyzeInputKind::Document);
         QTest::newRow("picture") << u"png"_s << int(AIAnalyzeInputKind::Image);
+        QTest::newRow("heic-picture") << u"heic"_s << int(AIAnalyzeInputKind::Image);
+        QTest::newRow("avif-picture") << u"avif"_s << int(AIAnalyzeInputKind::Image);
         QTest::newRow("plain-text") << u"text"_s << int(AIAnalyzeInputKind::Text);
         QTest::newRow("unknown-bytes") << u"unknown"_s << -1;
     }
@@ -266,10 +269,18 @@ private slots:
         const QString path = m_dir->filePath(u"scan"_s);
         if (content == u"pdf") {
             QVERIFY(writeTextPdf(path, { u"Quarterly budget review for the northern region"_s }));
-        } else if (content == u"png") {
+        } else if (content == u"png" || content == u"heic" || content == u"avif") {
             QImage picture(64, 48, QImage::Format_RGB32);
             picture.fill(Qt::darkBlue);
-            QVERIFY(picture.save(path, "PNG"));
+            if (content == u"png") {
+                QVERIFY(picture.save(path, "PNG"));
+            } else if (const QString missing = heifSampleMissing(content); !missing.isEmpty()) {
+                QSKIP(qPrintable(missing));
+            } else {
+                const QStringList format = content == u"avif" ? QStringList { u"-A"_s } : QStringList();
+                const QString made = writeHeif(path, picture, { .exif = {}, .encoderArguments = format });
+                QVERIFY2(made.isEmpty(), qPrintable(made));
+            }
         } else if (content == u"text") {
             QVERIFY(writeFile(path, "Minutes of the planning meeting with the product team about the roadmap."));
         } else {

@@ -1,6 +1,7 @@
 // The JPEG the AI sees, from real files made here: sizes at the target's
 // edges, orientation from EXIF, SVG, PDF pages, transparency, design archives
-// with their own previews, the desktop's thumbnail cache, and hostile input.
+// with their own previews, the desktop's thumbnail cache, HEIC and AVIF
+// pictures, and hostile input.
 
 #include <QBuffer>
 #include <QCryptographicHash>
@@ -17,7 +18,9 @@
 #include <QUrl>
 
 #include "content/imagecompressionservice.h"
+#include "content/picturereader.h"
 #include "content/previewentries.h"
+#include "content/textrecognizer.h"
 #include "filesystemfixtures.h"
 #include "platform/ziparchive.h"
 #include "samplepdfs.h"
@@ -246,6 +249,115 @@ private slots:
         const QImage image = decoded(ImageCompressionService::loadImage(path, 1024, 0.6));
         QVERIFY(image.width() <= 1024 && image.height() <= 1024);
         QVERIFY2(timer.elapsed() < 20000, "decoding must stay bounded");
+    }
+
+    // HEIF pictures made by heif-enc from a 640 by 480 drawing, red on the
+    // left and blue on the right: decoded by their content whatever their
+    // name, upright, fitted to the target, from the thumbnail inside only
+    // when that is large enough.
+    void heifPreviews_data()
+    {
+        QTest::addColumn<QString>("name"); // ".avif" makes an AVIF
+        QTest::addColumn<QStringList>("encoderArguments");
+        QTest::addColumn<bool>("quarterTurn");
+        QTest::addColumn<int>("target");
+        QTest::addColumn<QSize>("expected");
+        QTest::addColumn<QPointF>("redAt"); // a fraction of the width and height
+        QTest::newRow("heic-scaled-to-target")
+            << u"IMG_0001.heic"_s << QStringList() << false << 320 << QSize(320, 240) << QPointF(0.25, 0.5);
+        QTest::newRow("avif-scaled-to-target")
+            << u"IMG_0001.avif"_s << QStringList() << false << 320 << QSize(320, 240) << QPointF(0.25, 0.5);
+        QTest::newRow("heic-named-jpg") << u"IMG_0001.jpg"_s << QStringList() << false << 1024 << QSize(640, 480)
+                                        << QPointF(0.25, 0.5);
+        QTest::newRow("heic-without-extension")
+            << u"IMG_0001"_s << QStringList() << false << 1024 << QSize(640, 480) << QPointF(0.25, 0.5);
+        QTest::newRow("stored-on-its-side-stands-upright")
+            << u"IMG_0001.heic"_s << QStringList() << true << 1024 << QSize(480, 640) << QPointF(0.5, 0.75);
+        QTest::newRow("thumbnail-too-small-passed-over") << u"IMG_0001.heic"_s << QStringList { u"-t"_s, u"128"_s }
+                                                         << false << 1024 << QSize(640, 480) << QPointF(0.25, 0.5);
+        QTest::newRow("thumbnail-large-enough-used") << u"IMG_0001.heic"_s << QStringList { u"-t"_s, u"256"_s } << false
+                                                     << 100 << QSize(100, 75) << QPointF(0.25, 0.5);
+    }
+
+    void heifPreviews()
+    {
+        QFETCH(QString, name);
+        QFETCH(QStringList, encoderArguments);
+        QFETCH(bool, quarterTurn);
+        QFETCH(int, target);
+        QFETCH(QSize, expected);
+        QFETCH(QPointF, redAt);
+        if (const QString missing = heifSampleMissing(name.endsWith(u".avif"_s) ? u"avif"_s : u"heic"_s);
+            !missing.isEmpty())
+            QSKIP(qPrintable(missing));
+        QImage drawing(640, 480, QImage::Format_RGB32);
+        drawing.fill(Qt::blue);
+        QPainter(&drawing).fillRect(0, 0, 320, 480, Qt::red);
+        const QString path = m_dir->filePath(name);
+        const QString made = writeHeif(
+            path, drawing, { .exif = {}, .encoderArguments = encoderArguments, .quarterTurn = quarterTurn });
+        QVERIFY2(made.isEmpty(), qPrintable(made));
+        const QImage image = decoded(ImageCompressionService::loadImage(path, target, 0.9));
+        QCOMPARE(image.size(), expected);
+        // Red where the drawing's left half lies, blue opposite it.
+        const QColor red = image.pixelColor(int(redAt.x() * expected.width()), int(redAt.y() * expected.height()));
+        const QColor blue
+            = image.pixelColor(int((1 - redAt.x()) * expected.width()), int((1 - redAt.y()) * expected.height()));
+        QVERIFY2(red.red() > 200 && red.blue() < 60, qPrintable(red.name()));
+        QVERIFY2(blue.blue() > 200 && blue.red() < 60, qPrintable(blue.name()));
+    }
+
+    // A damaged HEIC gives no picture and says why, rather than garbage or
+    // a crash; a size no photograph has is refused before decoding.
+    void damagedHeif_data()
+    {
+        QTest::addColumn<QString>("damage");
+        QTest::addColumn<QString>("failure");
+        QTest::newRow("truncated") << u"truncated"_s << u"end of file"_s;
+        QTest::newRow("lying-size") << u"lying-size"_s << u"too large"_s;
+        QTest::newRow("not-a-heif-inside") << u"garbage"_s << u"Unsupported image format"_s;
+    }
+
+    void damagedHeif()
+    {
+        QFETCH(QString, damage);
+        QFETCH(QString, failure);
+        if (const QString missing = heifSampleMissing(u"heic"_s); !missing.isEmpty())
+            QSKIP(qPrintable(missing));
+        const QString path = m_dir->filePath(u"IMG_0002.heic"_s);
+        QVERIFY(writeHeif(path, textImage({ u"Harbour at dawn"_s })).isEmpty());
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QByteArray bytes = file.readAll();
+        if (damage == u"truncated") {
+            bytes.truncate(bytes.size() / 2);
+        } else if (damage == u"lying-size") {
+            // The stored size after the property's type, version and flags.
+            const qsizetype at = bytes.indexOf("ispe");
+            QVERIFY(at > 0);
+            bytes.replace(at + 8, 8, QByteArray::fromHex("00004e2000004e20")); // 20000 by 20000
+        } else {
+            bytes = QByteArray(4096, 'x');
+        }
+        QVERIFY(file.resize(0) && file.write(bytes) == bytes.size());
+        file.close();
+        QVERIFY(!ImageCompressionService::loadImage(path, 1024, 0.6));
+        const QString error = PictureReader::read(path).error();
+        QVERIFY2(error.contains(failure, Qt::CaseInsensitive), qPrintable(error));
+    }
+
+    // Text drawn into a HEIC is read back from the preview the AI sees.
+    void heicPreviewIsLegible()
+    {
+        if (const QString missing = heifSampleMissing(u"heic"_s); !missing.isEmpty())
+            QSKIP(qPrintable(missing));
+        if (!TextRecognizer::isAvailable())
+            QSKIP("the English OCR data is not installed");
+        const QString path = m_dir->filePath(u"IMG_0003.heic"_s);
+        QVERIFY(writeHeif(path, textImage({ u"HARBOUR INVOICE 2291"_s, u"Total due 128.50 EUR"_s })).isEmpty());
+        const QString text = TextRecognizer::recognize(decoded(ImageCompressionService::loadImage(path, 1024, 0.8)))
+                                 .value_or(QString());
+        QVERIFY2(text.contains(u"HARBOUR INVOICE 2291"_s) && text.contains(u"128.50 EUR"_s), qPrintable(text));
     }
 
 private:

@@ -1,6 +1,7 @@
 // A file's own facts as names use them: the forms of the camera fields, what
 // manifests, mail and drawings give away, and real files read end to end —
-// a JPEG with EXIF written by exiv2, a PDF, a git checkout.
+// a JPEG with EXIF written by exiv2, HEIC and AVIF pictures, a PDF, a git
+// checkout.
 
 #include <QDir>
 #include <QFile>
@@ -18,6 +19,7 @@
 #include "naming/textfacts.h"
 #include "platform/extendedattributes.h"
 #include "samplepdfs.h"
+#include "samplepictures.h"
 #include "samplezips.h"
 
 using namespace Qt::StringLiterals;
@@ -358,6 +360,49 @@ private slots:
         QCOMPARE(facts.detectedFields.value(u"type"_s), u"image"_s);
         QCOMPARE(facts.parentFolder, QDir(dir.path()).dirName());
         QCOMPARE(facts.sizeBytes, QFileInfo(path).size());
+    }
+
+    // HEIF pictures made by heif-enc from a JPEG holding EXIF, which it
+    // carries over: the camera fields fill as for a JPEG, and the size is
+    // the upright one even when the picture is stored on its side.
+    void heifCameraFacts_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<bool>("quarterTurn");
+        QTest::addColumn<QString>("resolution");
+        QTest::addColumn<QString>("orientation");
+        QTest::newRow("heic") << u"IMG_0001.heic"_s << false << u"640x480"_s << u"Landscape"_s;
+        QTest::newRow("avif") << u"IMG_0001.avif"_s << false << u"640x480"_s << u"Landscape"_s;
+        QTest::newRow("heic-stored-on-its-side") << u"IMG_0001.heic"_s << true << u"480x640"_s << u"Portrait"_s;
+    }
+
+    void heifCameraFacts()
+    {
+        QFETCH(QString, name);
+        QFETCH(bool, quarterTurn);
+        QFETCH(QString, resolution);
+        QFETCH(QString, orientation);
+        if (const QString missing = heifSampleMissing(name.section(u'.', -1)); !missing.isEmpty())
+            QSKIP(qPrintable(missing));
+        QTemporaryDir dir;
+        const QString path = dir.filePath(name);
+        QImage image(640, 480, QImage::Format_RGB32);
+        image.fill(Qt::darkGreen);
+        const QString made = writeHeif(path,
+                                       image,
+                                       { .exif = { u"set Exif.Image.Model Pixel 8 Pro"_s,
+                                                   u"set Exif.Photo.DateTimeOriginal 2025:07:14 09:15:30"_s },
+                                         .encoderArguments = {},
+                                         .quarterTurn = quarterTurn });
+        QVERIFY2(made.isEmpty(), qPrintable(made));
+        PatternMetadataOptions options;
+        options.imageExtensions = BuiltInExtensions::image();
+        const PatternFileMetadata facts = PatternMetadataReader::read(path, options);
+        QCOMPARE(facts.cameraModel, u"Pixel 8 Pro"_s);
+        QCOMPARE(facts.captureDate, u"2025-07-14"_s);
+        QCOMPARE(facts.resolution, resolution);
+        QCOMPARE(facts.orientation, orientation);
+        QCOMPARE(facts.detectedFields.value(u"type"_s), u"image"_s);
     }
 
     void officeProperties_data()
