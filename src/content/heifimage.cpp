@@ -4,6 +4,7 @@
 #include <QtEndian>
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <memory>
 #include <vector>
 
