@@ -1,10 +1,13 @@
 #include "platform/folderzip.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QThread>
 
+#include <openssl/crypto.h>
 #include <zip.h>
 
 namespace Nomly {
@@ -31,9 +34,17 @@ bool addStored(zip *archive, const QString &name, const QFileInfo &item)
     return index >= 0 && zip_set_file_compression(archive, zip_uint64_t(index), ZIP_CM_STORE, 0) == 0;
 }
 
-} // namespace
+// libzip names the file it writes first with OpenSSL's random numbers, whose
+// state stays with the thread; a pool thread may still be alive when the
+// program ends, so a worker lets that state go once its archive is written.
+void releaseThreadState()
+{
+    const QCoreApplication *application = QCoreApplication::instance();
+    if (application && QThread::currentThread() != application->thread())
+        OPENSSL_thread_stop();
+}
 
-Result<> zipFolderStored(const QString &folder, const QString &archivePath)
+Result<> writeStored(const QString &folder, const QString &archivePath)
 {
     const QFileInfo root(folder);
     if (!root.isDir())
@@ -64,6 +75,15 @@ Result<> zipFolderStored(const QString &folder, const QString &archivePath)
         return Failure { QStringLiteral("Cannot write the archive ") + archivePath + QStringLiteral(": ") + reason };
     }
     return {};
+}
+
+} // namespace
+
+Result<> zipFolderStored(const QString &folder, const QString &archivePath)
+{
+    Result<> written = writeStored(folder, archivePath);
+    releaseThreadState();
+    return written;
 }
 
 } // namespace Nomly
