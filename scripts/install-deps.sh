@@ -42,6 +42,11 @@ packages=(
     qtkeychain-qt6-dev
     # nomly-backend, and the provider peers the AI route tests talk to
     qt6-httpserver-dev
+    # nomly-backend's iWork export: LibreOffice without its desktop, whose
+    # import filters read Pages, Numbers and Keynote documents
+    libreoffice-writer-nogui
+    libreoffice-calc-nogui
+    libreoffice-impress-nogui
     # getfattr and setfattr, to look at the attributes renamed files carry
     attr
     # a private Secret Service for the key custody tests: dbus-run-session

@@ -327,6 +327,7 @@ AIService::AIService(QNetworkAccessManager &network,
     , m_remoteProvider(std::move(remoteProvider))
     , m_hostedTimeout(AICloudAnalyzeClient::DefaultTimeout)
     , m_localTimeout(AILocalOllamaAnalyzeClient::DefaultTimeout)
+    , m_iWorkExport(network, m_backend, device)
 {}
 
 QCoro::Task<Result<AIAnalyzeBatchResult, AIServiceError>> AIService::analyzeBatch(QList<AIAnalyzeInput> inputs,

@@ -10,6 +10,7 @@
 #include "ai/aiserviceerror.h"
 #include "ai/analyzebatchoptions.h"
 #include "ai/hostedbackend.h"
+#include "ai/iworkpdfexportservice.h"
 #include "ai/preparedanalyzerequests.h"
 #include "content/aianalyzeinput.h"
 #include "platform/result.h"
@@ -49,6 +50,10 @@ public:
 
     QCoro::Task<Result<AIAnalyzeBatchResult, AIServiceError>> sendPreparedRequests(PreparedAnalyzeRequests prepared);
 
+    // Exports iWork documents through the same hosted backend, for
+    // extraction to fall back on when a document's own preview is weak.
+    IWorkPDFExportService &iWorkPDFExportService() { return m_iWorkExport; }
+
     // Tests shorten the clients' time-outs.
     void setHostedTimeout(std::chrono::milliseconds timeout) { m_hostedTimeout = timeout; }
 
@@ -63,6 +68,7 @@ private:
     RemoteProvider m_remoteProvider;
     std::chrono::milliseconds m_hostedTimeout;
     std::chrono::milliseconds m_localTimeout;
+    IWorkPDFExportService m_iWorkExport;
 };
 
 } // namespace Nomly

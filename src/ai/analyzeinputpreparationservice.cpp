@@ -15,13 +15,23 @@ namespace {
 
 const QString UnsupportedFileType = QStringLiteral("Unsupported file type");
 
+// One extraction, started on the thread that awaits the batch.
+using Extraction = std::function<QCoro::Task<FileExtractionResult>(QString path, ExtractionOptions options)>;
+
+QCoro::Task<FileExtractionResult> onWorker(Extractor extractor, QString path, ExtractionOptions options)
+{
+    auto extracting
+        = QtConcurrent::run([extractor = std::move(extractor), path, options] { return extractor(path, options); });
+    co_return co_await extracting;
+}
+
 // What the lanes share. Only the thread that awaits them touches it, since
 // each lane resumes there after its extraction.
 struct Batch
 {
     QStringList paths;
     ExtractionOptions options;
-    Extractor extractor;
+    Extraction extraction;
     std::function<bool()> isCancelled;
     qsizetype next = 0;
     std::vector<std::optional<FileExtractionResult>> results;
@@ -35,10 +45,7 @@ QCoro::Task<> runLane(Batch &batch)
         if (batch.isCancelled && batch.isCancelled())
             co_return;
         const qsizetype index = batch.next++;
-        auto extracting
-            = QtConcurrent::run([extractor = batch.extractor, path = batch.paths.at(index), options = batch.options] {
-                  return extractor(path, options);
-              });
+        auto extracting = batch.extraction(batch.paths.at(index), batch.options);
         batch.results[std::size_t(index)] = co_await extracting;
     }
 }
@@ -57,9 +64,7 @@ AIAnalyzeInput withKnownHash(const AIAnalyzeInput &input, const QString &path, c
     return payload;
 }
 
-} // namespace
-
-QCoro::Task<PreparedAnalyzeInputs> prepare(QStringList paths, Options options, Extractor extractor)
+QCoro::Task<PreparedAnalyzeInputs> prepareWith(QStringList paths, Options options, Extraction extraction)
 {
     if (options.resolveSymlinks) {
         for (QString &path : paths)
@@ -74,7 +79,7 @@ QCoro::Task<PreparedAnalyzeInputs> prepare(QStringList paths, Options options, E
     if (paths.isEmpty())
         co_return prepared;
 
-    Batch batch { paths, options.extraction, std::move(extractor), options.isCancelled, 0, {} };
+    Batch batch { paths, options.extraction, std::move(extraction), options.isCancelled, 0, {} };
     batch.results.resize(std::size_t(paths.size()));
     const qsizetype width = std::max<qsizetype>(1, std::min<qsizetype>(options.maximumWidth, paths.size()));
     std::vector<QCoro::Task<>> lanes;
@@ -107,9 +112,23 @@ QCoro::Task<PreparedAnalyzeInputs> prepare(QStringList paths, Options options, E
     co_return prepared;
 }
 
+} // namespace
+
+QCoro::Task<PreparedAnalyzeInputs> prepare(QStringList paths, Options options, Extractor extractor)
+{
+    Extraction extraction = [extractor = std::move(extractor)](QString path, ExtractionOptions extractionOptions) {
+        return onWorker(extractor, std::move(path), std::move(extractionOptions));
+    };
+    auto preparing = prepareWith(std::move(paths), std::move(options), std::move(extraction));
+    co_return co_await preparing;
+}
+
 QCoro::Task<PreparedAnalyzeInputs> prepare(QStringList paths, Options options)
 {
-    auto preparing = prepare(std::move(paths), std::move(options), &FileExtractionService::extract);
+    Extraction extraction = [exporter = options.iWorkExporter](QString path, ExtractionOptions extractionOptions) {
+        return FileExtractionService::extract(std::move(path), std::move(extractionOptions), exporter);
+    };
+    auto preparing = prepareWith(std::move(paths), std::move(options), std::move(extraction));
     co_return co_await preparing;
 }
 

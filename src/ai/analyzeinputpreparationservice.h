@@ -29,6 +29,9 @@ struct Options
     // Asked before each extraction is started; once true, no further one
     // starts, and the paths not reached appear nowhere in the result.
     std::function<bool()> isCancelled;
+    // Turns iWork documents with weak previews into PDFs; none keeps every
+    // iWork document as its preview. Must outlive the preparation.
+    IWorkPDFExporter *iWorkExporter = nullptr;
 };
 
 // Called on a worker thread, up to `maximumWidth` at once.
@@ -36,7 +39,8 @@ using Extractor = std::function<FileExtractionResult(const QString &path, const 
 
 QCoro::Task<PreparedAnalyzeInputs> prepare(QStringList paths, Options options, Extractor extractor);
 
-// With FileExtractionService::extract.
+// With FileExtractionService::extract and the options' iWork exporter: an
+// iWork export waits on the calling thread, every other read on a worker.
 QCoro::Task<PreparedAnalyzeInputs> prepare(QStringList paths, Options options);
 
 } // namespace AnalyzeInputPreparationService

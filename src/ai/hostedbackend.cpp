@@ -1,7 +1,11 @@
 #include "ai/hostedbackend.h"
 
 #include <QHostAddress>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <array>
+
+#include "platform/logcategories.h"
 
 namespace Nomly {
 
@@ -118,6 +122,21 @@ Result<QNetworkRequest> HostedBackend::request(BackendFunction function) const
         request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/json"));
     }
     return request;
+}
+
+bool HostedBackend::isDeviceRefusal(int status, const QByteArray &body)
+{
+    if (status != 401)
+        return false;
+    const QJsonObject json = QJsonDocument::fromJson(body).object();
+    for (const char *key : { "error", "message" }) {
+        if (json.value(QLatin1StringView(key)).toString().contains(u"device", Qt::CaseInsensitive)) {
+            qCWarning(lcDevice).noquote()
+                << "The backend refused this device's identity: status 401, body of" << body.size() << "bytes";
+            return true;
+        }
+    }
+    return false;
 }
 
 } // namespace Nomly

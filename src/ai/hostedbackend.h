@@ -48,6 +48,15 @@ public:
     // header and, for JSON bodies, the content type.
     Result<QNetworkRequest> request(BackendFunction function) const;
 
+    // The token every call carries; a secret of the build, never logged.
+    const QString &gatewayToken() const { return m_gatewayToken; }
+
+    // The device check on an answer: a 401 whose error speaks of the device
+    // means the backend refused this installation's identifier or secret.
+    // Logged without the body; the caller then fails as it would on any
+    // other refusal. True when it was such a refusal.
+    static bool isDeviceRefusal(int status, const QByteArray &body);
+
 private:
     QString m_configuredBaseUrl;
     QString m_gatewayToken;

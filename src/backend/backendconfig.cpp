@@ -47,6 +47,8 @@ BackendConfig BackendConfig::fromEnvironment()
         config.ollamaModel = model;
     if (const QString provider = valueOf(QLatin1StringView("NOMLY_BACKEND_PROVIDER")); !provider.isEmpty())
         config.defaultProvider = provider.toLower();
+    if (const QString converter = valueOf(QLatin1StringView("NOMLY_DOCUMENT_CONVERTER")); !converter.isEmpty())
+        config.documentConverter = converter;
     config.gatewayToken = valueOf(QLatin1StringView("NOMLY_BACKEND_TOKEN"));
     return config;
 }

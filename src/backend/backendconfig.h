@@ -12,6 +12,7 @@ struct BackendConfig
 {
     static constexpr qint64 DefaultMaxRequestBytes = 64 * 1024 * 1024;
     static constexpr std::chrono::milliseconds DefaultProviderTimeout { 100'000 };
+    static constexpr std::chrono::milliseconds DefaultConversionTimeout { 25'000 };
 
     // The Bearer token every call must carry; empty refuses every call.
     QString gatewayToken;
@@ -29,6 +30,13 @@ struct BackendConfig
     // How long one provider call may take; shorter than the client's own
     // 120 seconds, so that a slow provider is a per-file failure.
     std::chrono::milliseconds providerTimeout = DefaultProviderTimeout;
+    // The LibreOffice program that converts documents for the iWork export:
+    // a name looked up in PATH, or a path. When none is found, the export is
+    // refused.
+    QString documentConverter = QStringLiteral("soffice");
+    // How long one conversion may take; shorter than the client's own 30
+    // seconds, so that the client hears why.
+    std::chrono::milliseconds conversionTimeout = DefaultConversionTimeout;
 
     // The NOMLY_* variables over the defaults; unset or empty variables keep
     // the default.

@@ -15,11 +15,13 @@
 #include <qcoro/qcorotask.h>
 
 #include "ai/analyzejson.h"
+#include "ai/hostedbackend.h"
 #include "ai/keysyncjson.h"
 #include "backend/backendanalyzer.h"
 #include "backend/backendconfigresponse.h"
 #include "backend/backendkeystore.h"
 #include "backend/backendlog.h"
+#include "backend/documentconverter.h"
 #include "backend/providerclient.h"
 #include "backend/requestgate.h"
 
@@ -56,6 +58,32 @@ void answer(QHttpServerResponder &responder, const QJsonObject &body, Status sta
                     status);
 }
 
+// The document export's answer when it gives no PDF: a status the client
+// acts on (429 is sent again) and the text it shows.
+std::pair<Status, QString> exportRefusal(DocumentConverter::Status status)
+{
+    switch (status) {
+    case DocumentConverter::Status::Unavailable:
+        return { Status::NotImplemented,
+                 QStringLiteral("Document conversion needs LibreOffice (soffice), which is not installed on this "
+                                "backend.") };
+    case DocumentConverter::Status::Busy:
+        return { Status::TooManyRequests, QStringLiteral("The document converter is busy. Try again shortly.") };
+    case DocumentConverter::Status::TimedOut:
+        return { Status::GatewayTimeout, QStringLiteral("The document took too long to convert.") };
+    case DocumentConverter::Status::Failed:
+    case DocumentConverter::Status::Converted:
+        break;
+    }
+    return { Status::UnprocessableEntity, QStringLiteral("The document could not be converted to PDF.") };
+}
+
+// The format the client names, lower case.
+QString documentExtension(const QHttpServerRequest &request)
+{
+    return QString::fromUtf8(headerOf(request, "x-file-extension")).trimmed().toLower();
+}
+
 } // namespace
 
 struct BackendServer::Parts
@@ -64,6 +92,7 @@ struct BackendServer::Parts
         : config(std::move(backendConfig))
         , providers(network, config.providerTimeout)
         , analyzer(config, keys, providers)
+        , converter(config.documentConverter, config.conversionTimeout)
     {}
 
     // Whether the call may go on; answers it when it may not.
@@ -73,6 +102,8 @@ struct BackendServer::Parts
     void analyze(const QHttpServerRequest &request, QHttpServerResponder &&responder);
     QCoro::Task<> answerBatch(QHttpServerResponder responder, QList<AnalyzeRequest> requests);
     QCoro::Task<> answerKeySync(QHttpServerResponder responder, QJsonObject json);
+    void exportDocument(const QHttpServerRequest &request, QHttpServerResponder &&responder);
+    QCoro::Task<> answerExport(QHttpServerResponder responder, QByteArray document, QString extension);
 
     BackendConfig config;
     BackendKeyStore keys;
@@ -86,6 +117,9 @@ struct BackendServer::Parts
     // Last, so that it goes first: calls in flight end while everything they
     // use is still there.
     QNetworkAccessManager network;
+    // After the network: conversions still running end first, and answer
+    // their callers while everything else is there.
+    DocumentConverter converter;
 };
 
 bool BackendServer::Parts::admit(const QHttpServerRequest &request, QHttpServerResponder &responder) const
@@ -213,6 +247,46 @@ QCoro::Task<> BackendServer::Parts::answerBatch(QHttpServerResponder responder, 
     answer(responder, toJson(response), Status::Ok);
 }
 
+void BackendServer::Parts::exportDocument(const QHttpServerRequest &request, QHttpServerResponder &&responder)
+{
+    if (!admit(request, responder))
+        return;
+    if (headerOf(request, "x-device-id").isEmpty() || headerOf(request, "x-device-secret").isEmpty()) {
+        answer(responder, errorBody(QStringLiteral("The device identity is missing.")), Status::Unauthorized);
+        return;
+    }
+    const QString extension = documentExtension(request);
+    if (!DocumentConverter::converts(extension)) {
+        answer(responder,
+               errorBody(QStringLiteral("Only Pages, Numbers and Keynote documents are exported (x-file-extension "
+                                        "pages, numbers or key).")),
+               Status::UnsupportedMediaType);
+        return;
+    }
+    // Runs on after this returns; the responder answers when the converter has.
+    answerExport(std::move(responder), request.body(), extension);
+}
+
+QCoro::Task<> BackendServer::Parts::answerExport(QHttpServerResponder responder, QByteArray document, QString extension)
+{
+    const QPointer<QTcpSocket> socket(responder.socket());
+    auto converting = converter.convert(std::move(document), std::move(extension));
+    const DocumentConverter::Outcome outcome = co_await converting;
+    if (!socket || socket->state() != QAbstractSocket::ConnectedState) {
+        qCInfo(lcBackend) << "Caller left before the export was answered";
+        co_return;
+    }
+    if (outcome.status == DocumentConverter::Status::Converted) {
+        responder.write(outcome.pdf,
+                        { { QByteArrayLiteral("Content-Type"), QByteArrayLiteral("application/pdf") },
+                          { QByteArrayLiteral("Cache-Control"), QByteArrayLiteral("no-store") } },
+                        Status::Ok);
+        co_return;
+    }
+    const auto [status, message] = exportRefusal(outcome.status);
+    answer(responder, errorBody(message), status);
+}
+
 BackendServer::BackendServer(BackendConfig config, QObject *parent)
     : QObject(parent)
     , m_parts(std::make_unique<Parts>(std::move(config)))
@@ -231,15 +305,9 @@ BackendServer::BackendServer(BackendConfig config, QObject *parent)
         AnalyzePath, Method::Post, [&parts](const QHttpServerRequest &request, QHttpServerResponder &&responder) {
             parts.analyze(request, std::move(responder));
         });
-    // Conversion of iWork documents needs the maker's software; the
-    // application falls back to the document's own preview.
     parts.http.route(
         IWorkExportPath, Method::Post, [&parts](const QHttpServerRequest &request, QHttpServerResponder &&responder) {
-            if (parts.admit(request, responder)) {
-                answer(responder,
-                       errorBody(QStringLiteral("Document conversion is not offered by this backend.")),
-                       Status::NotImplemented);
-            }
+            parts.exportDocument(request, std::move(responder));
         });
     parts.http.setMissingHandler([](const QHttpServerRequest &request, QHttpServerResponder &&responder) {
         qCInfo(lcBackend).noquote() << "No function at" << request.url().path();
@@ -251,7 +319,11 @@ BackendServer::~BackendServer() = default;
 
 bool BackendServer::listen(const QHostAddress &address, quint16 port)
 {
-    auto *server = new RequestGate(m_parts->config.gatewayToken.toUtf8(), m_parts->config.maxRequestBytes, this);
+    // A document over the export's limit is refused before it is read.
+    auto *server = new RequestGate(m_parts->config.gatewayToken.toUtf8(),
+                                   m_parts->config.maxRequestBytes,
+                                   { { IWorkExportPath.toUtf8(), HostedBackend::MaxIWorkExportBytes } },
+                                   this);
     if (!server->listen(address, port)) {
         m_parts->error = server->errorString();
         delete server;

@@ -10,8 +10,9 @@
 namespace Nomly {
 
 // The hosted backend's four functions on one HTTP port: configuration, key
-// sync, analysis through the chosen provider, and a refusal of document
-// conversion. Every call must carry the gateway token. Runs as the
+// sync, analysis through the chosen provider, and the export of iWork
+// documents to PDF through LibreOffice where it is installed. Every call must
+// carry the gateway token. Runs as the
 // nomly-backend program or inside another Nomly process.
 class BackendServer final : public QObject
 {

@@ -53,7 +53,8 @@ int main(int argc, char *argv[])
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
-        "Answers Nomly's analysis, key sync and configuration calls, and asks the chosen AI provider.\n\n"
+        "Answers Nomly's analysis, key sync, configuration and iWork export calls, and asks the chosen AI\n"
+        "provider.\n\n"
         "Environment:\n"
         "  NOMLY_BACKEND_TOKEN       the Bearer token every caller must send (required)\n"
         "  NOMLY_BACKEND_PROVIDER    openai, gemini, claude, groq or ollama: used when a request names none\n"
@@ -65,7 +66,9 @@ int main(int argc, char *argv[])
         "                            without the version: http://127.0.0.1:1234/v1 and http://127.0.0.1:1234\n"
         "                            both reach /v1/chat/completions\n"
         "  NOMLY_OLLAMA_URL, NOMLY_OLLAMA_MODEL\n"
-        "                            the Ollama server and model of the ollama provider\n\n"
+        "                            the Ollama server and model of the ollama provider\n"
+        "  NOMLY_DOCUMENT_CONVERTER  LibreOffice's soffice (default: soffice in PATH), which turns Pages,\n"
+        "                            Numbers and Keynote documents into PDFs for the iWork export\n\n"
         "Keys that clients sync are held in memory only, never written to disk; after a restart each\n"
         "client's own key comes with its next analysis."));
     parser.addHelpOption();

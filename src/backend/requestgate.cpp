@@ -2,6 +2,7 @@
 
 #include <QTcpSocket>
 #include <QTimer>
+#include <algorithm>
 #include <chrono>
 #include <optional>
 
@@ -19,6 +20,7 @@ constexpr const char *DecidedProperty = "nomlyGateDecided";
 
 struct RequestHead
 {
+    QByteArray target; // the path of the request line, as sent
     QByteArray authorization;
     std::optional<qint64> contentLength;
     bool chunked = false;
@@ -29,6 +31,7 @@ RequestHead parseHead(const QByteArray &head)
 {
     RequestHead parsed;
     const QList<QByteArray> lines = head.split('\n');
+    parsed.target = lines.value(0).trimmed().split(' ').value(1);
     for (qsizetype i = 1; i < lines.size(); ++i) {
         const QByteArray line = lines.at(i).trimmed();
         const qsizetype colon = line.indexOf(':');
@@ -74,10 +77,14 @@ bool sameSecret(const QByteArray &given, const QByteArray &expected)
     return difference == 0;
 }
 
-RequestGate::RequestGate(QByteArray gatewayToken, qint64 maxBodyBytes, QObject *parent)
+RequestGate::RequestGate(QByteArray gatewayToken,
+                         qint64 maxBodyBytes,
+                         QHash<QByteArray, qint64> pathBodyLimits,
+                         QObject *parent)
     : QTcpServer(parent)
     , m_expectedAuthorization(gatewayToken.isEmpty() ? QByteArray() : "Bearer " + gatewayToken)
     , m_maxBodyBytes(maxBodyBytes)
+    , m_pathBodyLimits(std::move(pathBodyLimits))
 {}
 
 void RequestGate::incomingConnection(qintptr descriptor)
@@ -124,7 +131,8 @@ void RequestGate::decide(QTcpSocket *socket)
         refuse(socket, 411, "Length Required", "The request must declare its length.");
         return;
     }
-    if (head.contentLength.value_or(0) > m_maxBodyBytes) {
+    if (head.contentLength.value_or(0)
+        > std::min(m_maxBodyBytes, m_pathBodyLimits.value(head.target, m_maxBodyBytes))) {
         qCWarning(lcBackend) << "Refused a declared body of" << *head.contentLength << "bytes before reading it";
         refuse(socket, 413, "Payload Too Large", "The request is too large.");
         return;

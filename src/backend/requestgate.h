@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QHash>
 #include <QTcpServer>
 
 namespace Nomly {
@@ -20,7 +21,12 @@ class RequestGate final : public QTcpServer
     Q_OBJECT
 
 public:
-    RequestGate(QByteArray gatewayToken, qint64 maxBodyBytes, QObject *parent = nullptr);
+    // `pathBodyLimits` holds smaller limits of single paths ("/functions/v1/
+    // iwork-export"), which a request's target must match exactly.
+    RequestGate(QByteArray gatewayToken,
+                qint64 maxBodyBytes,
+                QHash<QByteArray, qint64> pathBodyLimits,
+                QObject *parent = nullptr);
 
 protected:
     void incomingConnection(qintptr descriptor) override;
@@ -32,6 +38,7 @@ private:
 
     QByteArray m_expectedAuthorization;
     qint64 m_maxBodyBytes;
+    QHash<QByteArray, qint64> m_pathBodyLimits;
 };
 
 } // namespace Nomly

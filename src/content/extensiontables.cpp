@@ -97,6 +97,13 @@ QString normalizedExtension(QString extension)
     return extension.toLower();
 }
 
+QString documentMimeType(const QString &extension)
+{
+    static const QMimeDatabase database;
+    const QList<QMimeType> types = database.mimeTypesForFileName(QStringLiteral("file.") + extension);
+    return types.isEmpty() ? QStringLiteral("text/plain") : types.first().name();
+}
+
 QString dispatchExtension(const QString &path)
 {
     // The file name's own last dot decides; a name ending in blanks or dots

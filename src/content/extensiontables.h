@@ -42,6 +42,10 @@ inline bool isIn(ExtensionSet set, const QString &extension)
 // the type database; empty for others.
 QString mediaMimeType(const QString &extension);
 
+// The MIME type of a text or document extension: the type database's first
+// type for it, else "text/plain".
+QString documentMimeType(const QString &extension);
+
 // A path's extension as dispatch compares it: trimmed of blanks, then of
 // dots, in lower case.
 QString dispatchExtension(const QString &path);

@@ -6,14 +6,19 @@
 #include <functional>
 #include <memory>
 
+#include <QtConcurrent/QtConcurrentRun>
+#include <qcoro/qcorofuture.h>
+
 #include "content/contenttext.h"
 #include "content/delimitedsummary.h"
 #include "content/embeddedaudiometadata.h"
 #include "content/epubtext.h"
 #include "content/extensiontables.h"
+#include "content/extractionfailures.h"
 #include "content/extractionlimits.h"
-#include "content/legacyofficereader.h"
 #include "content/htmltext.h"
+#include "content/iworkextraction.h"
+#include "content/legacyofficereader.h"
 #include "content/mailtext.h"
 #include "content/mediafacts.h"
 #include "content/officedocumentreader.h"
@@ -29,14 +34,9 @@
 namespace Nomly {
 
 namespace Limits = ExtractionLimits;
+using namespace ExtractionFailures;
 
 namespace {
-
-const QString FileNotFound = QStringLiteral("File not found");
-const QString FailedToRead = QStringLiteral("Failed to read file");
-const QString NoReadableText = QStringLiteral("No readable text found");
-const QString FailedToReadPdf = QStringLiteral("Failed to read PDF");
-const QString PdfLocked = QStringLiteral("PDF is password protected");
 
 // Every type the MIME database gives the extension: ".ts" is both an MPEG
 // transport stream and a translation source, and either may be meant.
@@ -74,12 +74,6 @@ bool isPdf(const QString &extension)
 {
     return extension == u"pdf"
         || conformsTo(typesOf(extension), [](const QMimeType &type) { return type.name() == u"application/pdf"; });
-}
-
-QString documentMimeType(const QString &extension)
-{
-    const QList<QMimeType> types = typesOf(extension);
-    return types.isEmpty() ? QStringLiteral("text/plain") : types.first().name();
 }
 
 QString mediaMime(const QString &extension, const QString &fallback)
@@ -127,21 +121,6 @@ std::optional<QString> prettyJson(const QString &path)
     return decodeText(bytes, file.atEnd());
 }
 
-// Typeset PDFs keep "fi", "ffl" and their kin as single ligature characters,
-// which neither the AI nor a file name should see.
-QString withoutLigatures(QString text)
-{
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const char16_t c = text.at(i).unicode();
-        if (c >= 0xFB00 && c <= 0xFB06) {
-            const QString expanded = text.mid(i, 1).normalized(QString::NormalizationForm_KC);
-            text.replace(i, 1, expanded);
-            i += expanded.size() - 1;
-        }
-    }
-    return text;
-}
-
 FileExtractionResult pdfDocument(const QString &path, const QString &extension, const ExtractionOptions &options)
 {
     const std::unique_ptr<Poppler::Document> document = openPdf(path);
@@ -153,19 +132,8 @@ FileExtractionResult pdfDocument(const QString &path, const QString &extension, 
     if (pageCount <= 0)
         return FileExtractionResult::failed(FailedToReadPdf);
 
-    std::optional<QString> text;
-    if (options.pdfTextExtractionEnabled) {
-        QList<PdfPageText> pages;
-        for (const int index : pdfTextPageIndices(pageCount)) {
-            const std::unique_ptr<Poppler::Page> page = document->page(index);
-            if (!page)
-                continue;
-            const QString pageText = normalizedText(withoutLigatures(page->text(QRectF())));
-            if (isReadableText(pageText))
-                pages.append({ index, pageText });
-        }
-        text = assembledPdfText(pageCount, pages);
-    }
+    const std::optional<QString> text
+        = options.pdfTextExtractionEnabled ? selectedPageText(*document) : std::optional<QString>();
     FileDocumentAnalysisPayload payload;
     payload.originalPath = path;
     payload.text = text;
@@ -185,22 +153,39 @@ bool listed(const QStringList &list, const QString &extension)
     });
 }
 
+// A Pages, Numbers or Keynote document is a file or a folder (a package).
+bool isIWorkDocument(const QString &path)
+{
+    return isIn(ExtensionSet::IWork, dispatchExtension(path)) && (QFileInfo(path).isDir() || leadsToRegularFile(path));
+}
+
 } // namespace
+
+QCoro::Task<FileExtractionResult> FileExtractionService::extract(QString path,
+                                                                 ExtractionOptions options,
+                                                                 IWorkPDFExporter *exporter)
+{
+    if (QFileInfo::exists(path) && isIWorkDocument(path)) {
+        auto extracting = extractIWork(path, options, exporter);
+        co_return co_await extracting;
+    }
+    auto extracting = QtConcurrent::run([path, options] { return extract(path, options); });
+    co_return co_await extracting;
+}
 
 FileExtractionResult FileExtractionService::extract(const QString &path, const ExtractionOptions &options)
 {
     const QFileInfo file(path);
     if (!file.exists())
         return FileExtractionResult::failed(FileNotFound);
+    if (isIWorkDocument(path))
+        return extractIWorkLocally(path);
     // A FIFO or a device named like a document would block the read forever.
     if (!leadsToRegularFile(path))
-        return FileExtractionResult::failed(QStringLiteral("Not a regular file"));
+        return FileExtractionResult::failed(NotRegularFile);
     // A file without an extension is read as the kind its content shows.
     const QString extension = contentExtension(path);
 
-    // iWork documents need their own reader, which is not here yet.
-    if (isIn(ExtensionSet::IWork, extension))
-        return FileExtractionResult::unsupported();
     if (isPdf(extension))
         return pdfDocument(path, extension, options);
     // A saved mail is read as its subject and body when they have text.

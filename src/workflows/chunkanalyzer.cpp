@@ -1,7 +1,9 @@
 #include "workflows/chunkanalyzer.h"
 
+#include <QFile>
 #include <QHash>
 #include <QMap>
+#include <utility>
 
 #include <QtConcurrent/QtConcurrentRun>
 #include <qcoro/qcorofuture.h>
@@ -16,10 +18,54 @@
 
 namespace Nomly {
 
+namespace {
+
+// The temporary files that extraction made for a chunk's inputs to render
+// from (an iWork document's exported PDF). They go when the work on the chunk
+// ends, however it ends: answered, failed, or a prefetch never used.
+class TemporaryPreviewSources final
+{
+public:
+    TemporaryPreviewSources() = default;
+
+    explicit TemporaryPreviewSources(const QList<AIAnalyzeInput> &inputs)
+    {
+        for (const AIAnalyzeInput &input : inputs) {
+            const auto *document = input.get<FileDocumentAnalysisPayload>();
+            if (document && document->temporaryPreviewSourcePath)
+                m_paths.append(*document->temporaryPreviewSourcePath);
+        }
+    }
+
+    TemporaryPreviewSources(TemporaryPreviewSources &&other) noexcept
+        : m_paths(std::exchange(other.m_paths, {}))
+    {}
+
+    TemporaryPreviewSources &operator=(TemporaryPreviewSources &&other) noexcept
+    {
+        std::swap(m_paths, other.m_paths);
+        return *this;
+    }
+
+    ~TemporaryPreviewSources()
+    {
+        for (const QString &path : std::as_const(m_paths)) {
+            if (!QFile::remove(path) && QFile::exists(path))
+                qCWarning(lcProcessing).noquote() << "Could not delete temporary preview source:" << path;
+        }
+    }
+
+private:
+    QStringList m_paths;
+};
+
+} // namespace
+
 struct ChunkAnalyzer::Prepared
 {
     QHash<QString, QString> hashes; // by path as given
     PreparedAnalyzeInputs inputs;
+    TemporaryPreviewSources temporaryFiles;
     std::optional<Result<PreparedAnalyzeRequests, AIServiceError>> requests;
 };
 
@@ -76,10 +122,12 @@ QCoro::Task<ChunkAnalyzer::Prepared> ChunkAnalyzer::prepare(QStringList paths,
     preparation.extraction = options.extraction;
     preparation.resolveSymlinks = options.resolveSymlinks;
     preparation.isCancelled = isCancelled;
+    preparation.iWorkExporter = &m_service.iWorkPDFExportService();
     for (auto it = prepared.hashes.cbegin(); it != prepared.hashes.cend(); ++it)
         preparation.hashes.insert(it.key(), it.value());
     auto preparing = AnalyzeInputPreparationService::prepare(paths, preparation);
     prepared.inputs = co_await preparing;
+    prepared.temporaryFiles = TemporaryPreviewSources(prepared.inputs.inputs);
     if (isCancelled() || prepared.inputs.inputs.isEmpty())
         co_return prepared;
 

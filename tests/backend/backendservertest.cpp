@@ -2,16 +2,21 @@
 // and key sync bodies, with each AI provider stood in for by a loopback peer
 // that speaks that provider's format.
 
+#include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <QStandardPaths>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
+#include <algorithm>
+#include <csignal>
 #include <memory>
+#include <vector>
 
 #include <qcoro/qcorosignal.h>
 
@@ -19,11 +24,14 @@
 #include "ai/configresponse.h"
 #include "ai/keysyncjson.h"
 #include "backend/backendserver.h"
+#include "content/fileextractionservice.h"
 #include "providerpeer.h"
+#include "samplezips.h"
 
 using namespace Nomly;
 using namespace Nomly::Test;
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -158,6 +166,54 @@ struct Rig
     QNetworkAccessManager network;
 };
 
+// A Pages document in the XML form that LibreOffice's import reads: one
+// paragraph of body text.
+QByteArray pagesDocument(const QString &text)
+{
+    const QByteArray index = "<?xml version='1.0' encoding='UTF-8'?>\n"
+                             "<sl:document xmlns:sl='http://developer.apple.com/namespaces/sl'"
+                             " xmlns:sf='http://developer.apple.com/namespaces/sf'"
+                             " xmlns:sfa='http://developer.apple.com/namespaces/sfa' sl:version='92008102400'>"
+                             "<sf:text-storage sf:kind='body' sfa:ID='body-1'><sf:text-body><sf:section><sf:layout>"
+                             "<sf:p>"_ba
+        + text.toUtf8() + "</sf:p></sf:layout></sf:section></sf:text-body></sf:text-storage></sl:document>\n"_ba;
+    QTemporaryDir dir;
+    const QString path = dir.filePath(u"document.pages"_s);
+    if (!writeZip(path, { { u"index.xml"_s, index } }))
+        return {};
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// `copies` export calls at once; each one's status and body, in the order
+// of the statuses.
+QList<HttpReply> exportCalls(const QString &url, const QByteArray &document, const QByteArray &extension, int copies)
+{
+    QNetworkAccessManager network;
+    QNetworkRequest request { QUrl(url + u"/functions/v1/iwork-export"_s) };
+    request.setHeader(QNetworkRequest::ContentTypeHeader, QByteArrayLiteral("application/octet-stream"));
+    request.setRawHeader("Authorization", "Bearer " + Token.toUtf8());
+    request.setRawHeader("x-file-extension", extension);
+    request.setTransferTimeout(60'000);
+    if (extension != "anonymous") {
+        request.setRawHeader("x-device-id", "DEVICE-1");
+        request.setRawHeader("x-device-secret", "device-secret-1");
+    }
+    std::vector<std::unique_ptr<QNetworkReply>> replies;
+    for (int i = 0; i < copies; ++i)
+        replies.emplace_back(network.post(request, document));
+    // Unfinished replies show as status 0.
+    const bool finished = QTest::qWaitFor(
+        [&] { return std::all_of(replies.cbegin(), replies.cend(), [](const auto &r) { return r->isFinished(); }); },
+        90'000);
+    Q_UNUSED(finished);
+    QList<HttpReply> out;
+    for (const auto &reply : replies)
+        out.append({ reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), reply->readAll() });
+    std::sort(out.begin(), out.end(), [](const HttpReply &a, const HttpReply &b) { return a.status < b.status; });
+    return out;
+}
+
 BYOKSyncRequest keySync(const QString &key, bool enabled)
 {
     BYOKSyncRequest request;
@@ -185,6 +241,8 @@ private slots:
         // Every place the backend could write to lies in this folder.
         QVERIFY(m_home.isValid());
         qputenv("HOME", QFile::encodeName(m_home.path()));
+        QVERIFY(QDir(m_home.path()).mkpath(u"tmp"_s));
+        qputenv("TMPDIR", QFile::encodeName(m_home.filePath(u"tmp"_s)));
         for (const char *variable : { "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME" })
             qputenv(variable, QFile::encodeName(m_home.filePath(QString::fromLatin1(variable))));
     }
@@ -485,7 +543,8 @@ private slots:
         QTest::newRow("token-prefix") << u"/functions/v1/analyze"_s << QByteArray("POST") << Token.left(10) << 2 << 401;
         QTest::newRow("oversized") << u"/functions/v1/analyze"_s << QByteArray("POST") << Token << 5000 << 413;
         QTest::newRow("at-limit") << u"/functions/v1/analyze"_s << QByteArray("POST") << Token << 4096 << 200;
-        QTest::newRow("iwork-export") << u"/functions/v1/iwork-export"_s << QByteArray("POST") << Token << 10 << 501;
+        QTest::newRow("iwork-export-without-device")
+            << u"/functions/v1/iwork-export"_s << QByteArray("POST") << Token << 10 << 401;
         QTest::newRow("unknown") << u"/functions/v1/other"_s << QByteArray("GET") << Token << 0 << 404;
     }
 
@@ -508,6 +567,91 @@ private slots:
         QVERIFY(QJsonDocument::fromJson(reply.body).isObject());
         if (status != 200)
             QVERIFY(!QJsonDocument::fromJson(reply.body)[u"error"_s].toString().isEmpty());
+    }
+
+    // The export converts with LibreOffice where it is installed and says why
+    // it gives no PDF otherwise.
+    void documentExport_data()
+    {
+        QTest::addColumn<QString>("converter");
+        QTest::addColumn<QByteArray>("extension");
+        QTest::addColumn<QByteArray>("document");
+        QTest::addColumn<int>("copies");
+        QTest::addColumn<QList<int>>("statuses");
+        QTest::addColumn<QString>("found"); // in the PDF's text, or the error
+
+        const QByteArray pages = pagesDocument(u"Invoice INV-2026-0420 for the harbour office"_s);
+        QTest::newRow("pages-converted") << u"soffice"_s << "pages"_ba << pages << 1 << QList { 200 }
+                                         << u"INV-2026-0420"_s;
+        QTest::newRow("third-at-once-busy")
+            << u"soffice"_s << "pages"_ba << pages << 3 << QList { 200, 200, 429 } << u"INV-2026-0420"_s;
+        QTest::newRow("unreadable-document")
+            << u"soffice"_s << "pages"_ba
+            << "not a document at all"_ba << 1 << QList { 422 } << u"could not be converted"_s;
+        QTest::newRow("overstaying-conversion-killed")
+            << u"slow"_s << "key"_ba << pages << 1 << QList { 504 } << u"too long"_s;
+        QTest::newRow("no-converter") << u"/nonexistent/soffice"_s << "pages"_ba << pages << 1 << QList { 501 }
+                                      << u"LibreOffice"_s;
+        QTest::newRow("no-device-identity")
+            << u"soffice"_s << "anonymous"_ba << pages << 1 << QList { 401 } << u"device"_s;
+        QTest::newRow("not-an-iwork-format")
+            << u"soffice"_s << "docx"_ba << pages << 1 << QList { 415 } << u"Keynote"_s;
+    }
+
+    void documentExport()
+    {
+        QFETCH(QString, converter);
+        QFETCH(QByteArray, extension);
+        QFETCH(QByteArray, document);
+        QFETCH(int, copies);
+        QFETCH(QList<int>, statuses);
+        QFETCH(QString, found);
+
+        if (statuses.contains(200) && QStandardPaths::findExecutable(converter).isEmpty())
+            QSKIP("LibreOffice (soffice) is not installed");
+        BackendConfig config;
+        config.documentConverter = converter;
+        // A converter that never finishes, and leaves a child behind as the
+        // office's own launcher does.
+        const QString childPid = m_home.filePath(u"child.pid"_s);
+        if (converter == u"slow") {
+            config.documentConverter = m_home.filePath(u"slow-soffice"_s);
+            config.conversionTimeout = 1s;
+            QFile script(config.documentConverter);
+            QVERIFY(script.open(QIODevice::WriteOnly));
+            script.write("#!/bin/sh\nsleep 60 &\necho $! > '" + QFile::encodeName(childPid) + "'\nwait\n");
+            script.close();
+            QVERIFY(script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        }
+        Rig rig(u"openai"_s, config);
+        const QList<HttpReply> replies = exportCalls(rig.url, document, extension, copies);
+        if (converter == u"slow") {
+            QFile pid(childPid);
+            QVERIFY(pid.open(QIODevice::ReadOnly));
+            const pid_t child = pid_t(pid.readAll().trimmed().toLongLong());
+            QVERIFY(child > 0);
+            QVERIFY(QTest::qWaitFor([child] { return ::kill(child, 0) != 0; }, 5000));
+        }
+
+        QList<int> got;
+        for (const HttpReply &reply : replies)
+            got.append(reply.status);
+        QCOMPARE(got, statuses);
+        const HttpReply &first = replies.first();
+        if (first.status != 200) {
+            QVERIFY2(QJsonDocument::fromJson(first.body)[u"error"_s].toString().contains(found), first.body);
+            return;
+        }
+        QTemporaryDir dir;
+        const QString pdf = dir.filePath(u"export.pdf"_s);
+        QFile file(pdf);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(first.body) == first.body.size());
+        file.close();
+        const FileExtractionResult read = FileExtractionService::extract(pdf, ExtractionOptions());
+        QVERIFY(read.analyzeInput());
+        QVERIFY(read.analyzeInput()->get<FileDocumentAnalysisPayload>()->text->contains(found));
+        // Nothing of the run stays behind.
+        QCOMPARE(QDir(QDir::tempPath()).entryList({ u"nomly-convert-*"_s }), QStringList());
     }
 
     void emptyTokenRefusesAll()
@@ -691,8 +835,11 @@ private slots:
                                             << QByteArray("HTTP/1.1 401");
         QTest::newRow("wrong-token") << start + "Authorization: Bearer guessed\r\nContent-Length: 10\r\n\r\n"
                                      << QByteArray("HTTP/1.1 401");
-        QTest::newRow("declared-body-over-limit") << start + token + "Content-Length: 4097\r\n\r\n"
+        QTest::newRow("declared-body-over-limit") << start + token + "Content-Length: 67108865\r\n\r\n"
                                                   << QByteArray("HTTP/1.1 413");
+        QTest::newRow("document-over-export-limit") << "POST /functions/v1/iwork-export HTTP/1.1\r\nHost: 127.0.0.1\r\n"
+                + token
+                + "Content-Length: 52428801\r\n\r\n" << QByteArray("HTTP/1.1 413");
         QTest::newRow("chunked-body") << start + token + "Transfer-Encoding: chunked\r\n\r\n"
                                       << QByteArray("HTTP/1.1 411");
     }
@@ -702,9 +849,7 @@ private slots:
         QFETCH(QByteArray, head);
         QFETCH(QByteArray, statusLine);
 
-        BackendConfig config;
-        config.maxRequestBytes = 4096;
-        Rig rig(u"openai"_s, config);
+        Rig rig(u"openai"_s);
         // The server lives on this thread: waits keep its event loop going.
         QTcpSocket socket;
         QByteArray reply;

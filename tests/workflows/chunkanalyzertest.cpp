@@ -2,11 +2,14 @@
 // chunk is prepared while one is out, and what is sent is always the chunk
 // asked for, with the options asked for, however the batch changed meanwhile.
 
+#include <QDir>
 #include <QFile>
+#include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -18,6 +21,9 @@
 #include "filesystemfixtures.h"
 #include "loopbackresponder.h"
 #include "profileservices.h"
+#include "samplepdfs.h"
+#include "samplepictures.h"
+#include "samplezips.h"
 #include "workflows/chunkanalyzer.h"
 
 using namespace Qt::StringLiterals;
@@ -26,12 +32,17 @@ using namespace Nomly::Test;
 
 namespace {
 
+const QByteArray TwoTitles = R"({"results":[{"title":"First"},{"title":"Second"}]})"_ba;
+
 struct Rig
 {
-    Rig()
+    // The backend answers with `script`, one step per call; by default every
+    // call with two titles.
+    explicit Rig(QList<LoopbackResponder::Step> script
+                 = { { LoopbackResponder::Step::Action::Answer, 200, TwoTitles } })
         : profile(dir.path(), ProfileServices::Keys::InFile)
         , device(profile.defaults, *profile.secrets, nullptr, dir.filePath(u"no-machine-id"_s))
-        , hosted(200, R"({"results":[{"title":"First"},{"title":"Second"}]})"_ba)
+        , hosted(std::move(script))
         , service(network,
                   HostedBackend(hosted.baseUrl(), u"gateway.token-for-tests.signature"_s),
                   device,
@@ -128,7 +139,66 @@ private slots:
         QCOMPARE(next.files.at(0).analysis->title, u"First"_s);
         QVERIFY(!analyzer.hasPrefetch());
     }
+
+    // An iWork document with an empty preview goes as the PDF the backend
+    // exported, rendered from a temporary file; the file goes when the work
+    // on the chunk ends, whichever way it ends.
+    void temporaryPreviewDeleted_data()
+    {
+        QTest::addColumn<QString>("ending");
+
+        QTest::newRow("answered") << u"answered"_s;
+        QTest::newRow("analysis-refused") << u"refused"_s;
+        QTest::newRow("prefetch-never-used") << u"prefetch-dropped"_s;
+    }
+
+    void temporaryPreviewDeleted()
+    {
+        QFETCH(QString, ending);
+
+        QTemporaryDir tmp;
+        qputenv("TMPDIR", QFile::encodeName(tmp.path()));
+        const auto restore = qScopeGuard([] { qunsetenv("TMPDIR"); });
+        const QString pdf = tmp.filePath(u"exported.pdf"_s);
+        QVERIFY(writeTextPdf(pdf, numberedPages(2)));
+        using Step = LoopbackResponder::Step;
+        const Step exported { Step::Action::Answer, 200, readFile(pdf) };
+        const Step titled { Step::Action::Answer, 200, R"({"results":[{"title":"Minutes"}]})"_ba };
+        const Step refused { Step::Action::Answer, 400, R"({"error":"bad request"})"_ba };
+        QVERIFY(QFile::remove(pdf));
+        m_rig = std::make_unique<Rig>(ending == u"prefetch-dropped" ? QList { titled, exported }
+                                          : ending == u"refused"    ? QList { exported, refused }
+                                                                    : QList { exported, titled });
+        QImage empty(600, 800, QImage::Format_RGB32);
+        empty.fill(Qt::white);
+        const QString pages = m_rig->dir.filePath(u"Minutes.pages"_s);
+        QVERIFY(
+            writeZip(pages, { { u"Index/Document.iwa"_s, "iwa" }, { u"preview.jpg"_s, encodedImage(empty, "JPG") } }));
+        const QString text = m_rig->dir.filePath(u"notes.txt"_s);
+        QVERIFY(writeFile(text, "Minutes of the planning meeting held by the harbour office"));
+        const auto exportedFiles = [&tmp] { return QDir(tmp.path()).entryList({ u"NomlyIWorkPreview-*"_s }); };
+
+        ChunkAnalyzer analyzer(m_rig->service);
+        ChunkAnalysisOptions options;
+        options.extraction.iWorkOnlinePreviewsEnabled = true;
+        if (ending == u"prefetch-dropped") {
+            options.prefetch = true;
+            QCoro::waitFor(analyzer.analyze({ text }, options, { pages }));
+            QVERIFY(QTest::qWaitFor([&] { return !exportedFiles().isEmpty(); }, 20000));
+            QCoro::waitFor(analyzer.cancelPrefetch());
+        } else {
+            const ChunkAnalysis analysis = QCoro::waitFor(analyzer.analyze({ pages }, options));
+            QCOMPARE(analysis.files.at(0).succeeded(), ending == u"answered");
+            const QJsonObject sent
+                = QJsonDocument::fromJson(m_rig->hosted.received.value(1).body).array().at(0).toObject();
+            QCOMPARE(sent.value("content_kind"_L1).toString(), u"document"_s);
+            QCOMPARE(sent.value("images"_L1).toArray().size(), 2);
+        }
+        QCOMPARE(m_rig->hosted.received.value(1).path,
+                 ending == u"prefetch-dropped" ? "/functions/v1/iwork-export"_ba : "/functions/v1/analyze"_ba);
+        QCOMPARE(exportedFiles(), QStringList());
+    }
 };
 
-QTEST_GUILESS_MAIN(ChunkAnalyzerTest)
+QTEST_MAIN(ChunkAnalyzerTest)
 #include "chunkanalyzertest.moc"
