@@ -122,7 +122,10 @@ QCoro::Task<ChunkAnalyzer::Prepared> ChunkAnalyzer::prepare(QStringList paths,
     preparation.extraction = options.extraction;
     preparation.resolveSymlinks = options.resolveSymlinks;
     preparation.isCancelled = isCancelled;
-    preparation.iWorkExporter = &m_service.iWorkPDFExportService();
+    // The export uploads the whole document to the hosted backend; a user
+    // who chose the local route sends nothing there, so the preview stands.
+    if (!options.batch.usesLocalAI())
+        preparation.iWorkExporter = &m_service.iWorkPDFExportService();
     for (auto it = prepared.hashes.cbegin(); it != prepared.hashes.cend(); ++it)
         preparation.hashes.insert(it.key(), it.value());
     auto preparing = AnalyzeInputPreparationService::prepare(paths, preparation);
