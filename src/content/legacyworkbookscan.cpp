@@ -238,8 +238,7 @@ QStringList sortedBy(QStringList strings, int (*score)(const QString &))
     return strings;
 }
 
-} // namespace
-
+// The strings the scan keeps: UTF-16 runs, then 8-bit ones, in file order.
 QStringList legacyWorkbookStrings(const QByteArray &bytes)
 {
     QStringList strings;
@@ -251,6 +250,8 @@ QStringList legacyWorkbookStrings(const QByteArray &bytes)
     }
     return withoutFoldedDuplicates(strings);
 }
+
+} // namespace
 
 std::optional<QString> legacyWorkbookText(const QByteArray &bytes)
 {

@@ -14,8 +14,4 @@ namespace Nomly {
 // readable is left.
 std::optional<QString> legacyWorkbookText(const QByteArray &bytes);
 
-// The strings the scan keeps, in file order (UTF-16 runs first), before
-// they are ordered; exposed for tests of the filter.
-QStringList legacyWorkbookStrings(const QByteArray &bytes);
-
 } // namespace Nomly

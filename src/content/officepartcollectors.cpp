@@ -21,27 +21,35 @@ QString withEntitiesDecoded(QString value)
     return value;
 }
 
-// The attribute of exactly this name, else the same name under a prefix.
-QString exactThenPrefixed(const QXmlStreamReader &reader, QStringView name)
+enum class Lookup
+{
+    ExactFirst,
+    PrefixedFirst,
+};
+
+// The attribute named `name`, either exactly or as the part after a prefix
+// ("r:id"); writers differ in which they use, and a part may carry both.
+QString attributeNamed(const QXmlStreamReader &reader, QStringView name, Lookup order)
 {
     const QXmlStreamAttributes attributes = reader.attributes();
-    for (const QXmlStreamAttribute &attribute : attributes) {
-        if (attribute.qualifiedName() == name)
-            return attribute.value().toString();
-    }
-    for (const QXmlStreamAttribute &attribute : attributes) {
-        const QStringView qualified = attribute.qualifiedName();
-        const qsizetype colon = qualified.lastIndexOf(u':');
-        if (colon >= 0 && qualified.mid(colon + 1) == name)
-            return attribute.value().toString();
-    }
-    return {};
+    const auto find = [&attributes, name](bool prefixed) -> std::optional<QString> {
+        for (const QXmlStreamAttribute &attribute : attributes) {
+            const QStringView qualified = attribute.qualifiedName();
+            const qsizetype colon = qualified.lastIndexOf(u':');
+            const bool matches = prefixed ? colon >= 0 && qualified.mid(colon + 1) == name : qualified == name;
+            if (matches)
+                return attribute.value().toString();
+        }
+        return std::nullopt;
+    };
+    const bool prefixedFirst = order == Lookup::PrefixedFirst;
+    return find(prefixedFirst).value_or(find(!prefixedFirst).value_or(QString()));
 }
 
 QString firstOf(const QXmlStreamReader &reader, QStringView name, QStringView alternative)
 {
-    const QString value = exactThenPrefixed(reader, name);
-    return value.isEmpty() ? exactThenPrefixed(reader, alternative) : value;
+    const QString value = attributeNamed(reader, name, Lookup::ExactFirst);
+    return value.isEmpty() ? attributeNamed(reader, alternative, Lookup::ExactFirst) : value;
 }
 
 } // namespace
@@ -89,8 +97,8 @@ void WorkbookSheetCollector::parse(const QByteArray &xml)
     while (!reader.atEnd()) {
         if (reader.readNext() != QXmlStreamReader::StartElement || localNameOf(reader) != u"sheet")
             continue;
-        const QString name = exactThenPrefixed(reader, u"name");
-        const QString id = prefixedAttribute(reader, u"id");
+        const QString name = attributeNamed(reader, u"name", Lookup::ExactFirst);
+        const QString id = attributeNamed(reader, u"id", Lookup::PrefixedFirst);
         if (!name.isEmpty() && !id.isEmpty())
             sheets.append({ withEntitiesDecoded(name), withEntitiesDecoded(id) });
     }
@@ -117,7 +125,7 @@ void PPTXSlideOrderCollector::parse(const QByteArray &xml)
     while (!reader.atEnd()) {
         if (reader.readNext() != QXmlStreamReader::StartElement || localNameOf(reader) != u"sldId")
             continue;
-        if (const QString id = prefixedAttribute(reader, u"id"); !id.isEmpty())
+        if (const QString id = attributeNamed(reader, u"id", Lookup::PrefixedFirst); !id.isEmpty())
             relationshipIds.append(id);
     }
 }

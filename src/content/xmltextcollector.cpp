@@ -13,22 +13,6 @@ QString localNameOf(const QXmlStreamReader &reader)
     return name.mid(name.lastIndexOf(u':') + 1).toString();
 }
 
-QString prefixedAttribute(const QXmlStreamReader &reader, QStringView name)
-{
-    const QXmlStreamAttributes attributes = reader.attributes();
-    for (const QXmlStreamAttribute &attribute : attributes) {
-        const QStringView qualified = attribute.qualifiedName();
-        const qsizetype colon = qualified.lastIndexOf(u':');
-        if (colon >= 0 && qualified.mid(colon + 1) == name)
-            return attribute.value().toString();
-    }
-    for (const QXmlStreamAttribute &attribute : attributes) {
-        if (attribute.qualifiedName() == name)
-            return attribute.value().toString();
-    }
-    return {};
-}
-
 QStringList XMLTextCollector::collect(const QByteArray &xml, const QSet<QString> &localNames)
 {
     XMLTextCollector collector;

@@ -34,8 +34,4 @@ struct XMLTextCollector
 // whatever prefix the writing application chose.
 QString localNameOf(const QXmlStreamReader &reader);
 
-// The value of the attribute whose local name is `name`: one with a prefix
-// first, then one of exactly that name. Empty when there is none.
-QString prefixedAttribute(const QXmlStreamReader &reader, QStringView name);
-
 } // namespace Nomly
