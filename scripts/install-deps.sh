@@ -33,6 +33,13 @@ packages=(
     libavformat-dev
     libavcodec-dev
     libavutil-dev
+    libswscale-dev
+    libswresample-dev
+    # speech heard on this machine (English model), and the fingerprints of
+    # music
+    libpocketsphinx-dev
+    pocketsphinx-en-us
+    libchromaprint-dev
     libtag1-dev
     # the language of extracted text
     libexttextcat-dev
@@ -61,6 +68,9 @@ packages=(
     exiv2
     ffmpeg
     libheif-examples
+    # recordings made at test time: speech, tones and silence
+    espeak-ng
+    sox
     # office documents, e-books and web pages made at test time, and the
     # converter nomly-backend runs for documents it is sent
     pandoc
@@ -80,6 +90,7 @@ packages=(
     libxml2-utils
     # benchmarks: the reference tools the content benchmark compares with
     libvips-tools
+    pocketsphinx
     poppler-utils
     libbenchmark-dev
 )

@@ -10,12 +10,12 @@
 
 extern "C" {
 #include <libavformat/avformat.h>
-#include <libavutil/display.h>
 }
 
 #include <taglib/fileref.h>
 #include <taglib/tpropertymap.h>
 
+#include "content/mediainput.h"
 #include "naming/dateformats.h"
 #include "naming/valuevariants.h"
 
@@ -23,8 +23,7 @@ namespace Nomly {
 
 namespace {
 
-// Probing reads at most this much of the file, for at most this long.
-constexpr int64_t ProbeBytes = 5'000'000;
+// Reading the facts takes at most this long.
 constexpr int ProbeMilliseconds = 5'000;
 
 QString codecName(const AVCodecParameters *parameters)
@@ -102,66 +101,26 @@ void readContainerTags(AVDictionary *dictionary, PatternFileMetadata &metadata)
         metadata.detectedFields.insert(QStringLiteral("release_year"), year);
 }
 
-// Whether the stream is a picture, not a video: a cover or a thumbnail.
-bool isVideo(const AVStream *stream)
-{
-    return !(stream->disposition & AV_DISPOSITION_ATTACHED_PIC);
-}
-
-// Ends the probe of a file that keeps it waiting.
-int interruptWhenLate(void *deadline)
-{
-    return static_cast<QDeadlineTimer *>(deadline)->hasExpired() ? 1 : 0;
-}
-
-// The file opened and its streams found, within the probe's bounds; null
-// when it cannot be read.
-using ProbedFile = std::unique_ptr<AVFormatContext, void (*)(AVFormatContext *)>;
-
-ProbedFile probed(const QString &path, QDeadlineTimer &deadline)
-{
-    const auto close = [](AVFormatContext *context) { avformat_close_input(&context); };
-    AVFormatContext *context = avformat_alloc_context();
-    if (!context)
-        return ProbedFile(nullptr, close);
-    context->interrupt_callback = { &interruptWhenLate, &deadline };
-    context->probesize = ProbeBytes;
-    context->max_analyze_duration = int64_t(ProbeMilliseconds) * 1000;
-    if (avformat_open_input(&context, QFile::encodeName(path).constData(), nullptr, nullptr) < 0)
-        return ProbedFile(nullptr, close); // the context is freed on failure
-    ProbedFile file(context, close);
-    if (avformat_find_stream_info(context, nullptr) < 0)
-        return ProbedFile(nullptr, close);
-    return file;
-}
-
 void readStreams(const QString &path, const QString &datePattern, PatternFileMetadata &metadata)
 {
-    QDeadlineTimer deadline(ProbeMilliseconds);
-    const ProbedFile file = probed(path, deadline);
+    const std::optional<MediaInput> file = MediaInput::open(path, QDeadlineTimer(ProbeMilliseconds));
     if (!file)
         return;
-    AVFormatContext *context = file.get();
-    if (context->duration > 0) {
-        const double seconds = double(context->duration) / AV_TIME_BASE;
-        metadata.durationSeconds = seconds;
-        metadata.duration = MediaText::duration(seconds);
+    AVFormatContext *context = file->context();
+    if (const std::optional<double> seconds = file->durationSeconds()) {
+        metadata.durationSeconds = *seconds;
+        metadata.duration = MediaText::duration(*seconds);
     }
     if (context->bit_rate > 0)
         metadata.bitrate = MediaText::bitrate(double(context->bit_rate));
-    const int video = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-    if (video >= 0 && isVideo(context->streams[video])) {
+    const int video = file->videoStream();
+    if (video >= 0) {
         const AVStream *stream = context->streams[video];
         int width = stream->codecpar->width;
         int height = stream->codecpar->height;
         // A clip filmed upright is stored on its side with a rotation.
-        size_t size = 0;
-        const uint8_t *matrix = av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
-        if (matrix && size >= 9 * sizeof(int32_t)) {
-            const double rotation = std::abs(av_display_rotation_get(reinterpret_cast<const int32_t *>(matrix)));
-            if (std::lround(rotation) % 180 == 90)
-                std::swap(width, height);
-        }
+        if (file->videoRotation() % 180 == 90)
+            std::swap(width, height);
         if (width >= 1 && height >= 1) {
             metadata.width = QString::number(width);
             metadata.height = QString::number(height);
@@ -172,7 +131,7 @@ void readStreams(const QString &path, const QString &datePattern, PatternFileMet
             metadata.frameRate = MediaText::frameRate(av_q2d(rate));
         metadata.codec = codecName(stream->codecpar);
     }
-    const int audio = av_find_best_stream(context, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
+    const int audio = file->audioStream();
     if (audio >= 0)
         metadata.audioCodec = codecName(context->streams[audio]->codecpar);
 
@@ -259,35 +218,16 @@ QString frameRate(double framesPerSecond)
 
 } // namespace MediaText
 
-namespace {
-
-void quietFFmpeg()
-{
-    static const bool quiet = [] {
-        av_log_set_level(AV_LOG_QUIET);
-        return true;
-    }();
-    Q_UNUSED(quiet);
-}
-
-} // namespace
-
 void readMediaFacts(const QString &path, const QString &datePattern, PatternFileMetadata &metadata)
 {
-    quietFFmpeg();
     readStreams(path, datePattern, metadata);
     readTags(path, metadata);
 }
 
 bool carriesVideo(const QString &path)
 {
-    quietFFmpeg();
-    QDeadlineTimer deadline(ProbeMilliseconds);
-    const ProbedFile file = probed(path, deadline);
-    if (!file)
-        return false;
-    const int video = av_find_best_stream(file.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-    return video >= 0 && isVideo(file->streams[video]);
+    const std::optional<MediaInput> file = MediaInput::open(path, QDeadlineTimer(ProbeMilliseconds));
+    return file && file->videoStream() >= 0;
 }
 
 } // namespace Nomly

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+namespace Nomly::Test {
+
+// Recordings made at test time by espeak-ng, sox and ffmpeg. Each function
+// writes `path` (its extension picks the container: wav, mp3, m4a, ogg,
+// opus, flac, webm, mkv, mp4, avi, ...) and returns what went wrong, empty
+// on success.
+
+// Why these recordings cannot be made here (a program is missing); empty
+// when they can.
+QString recordingToolsMissing();
+
+// The sentence spoken by espeak-ng, then encoded for the container.
+// `ffmpegArguments` go to the encoder ("-metadata", "title=..."), before
+// the output file.
+QString writeSpeech(const QString &path, const QString &sentence, const QStringList &ffmpegArguments = {});
+
+// Digital silence of the given length.
+QString writeSilence(const QString &path, double seconds);
+
+// A steady sine tone.
+QString writeTone(const QString &path, double seconds, int frequency = 440);
+
+// The sentence spoken over a steady tone at a quarter of full scale.
+QString writeSpeechOverTone(const QString &path, const QString &sentence, int frequency = 440);
+
+// Runs ffmpeg quietly with `-y` and the arguments; empty on success, else
+// its error output.
+QString runFFmpeg(const QStringList &arguments);
+
+} // namespace Nomly::Test
