@@ -16,6 +16,7 @@
 #include "ai/aimessagelocalizer.h"
 #include "ai/analysisprompt.h"
 #include "ai/analyzeresponsemapping.h"
+#include "ai/recognizedaudiotrack.h"
 #include "platform/logcategories.h"
 
 namespace Nomly {
@@ -246,7 +247,7 @@ QCoro::Task<Result<ImageAnalysis, AIServiceError>> AILocalOllamaAnalyzeClient::a
         analysis.description.clear();
     if (!request.wantsTags())
         analysis.tags.clear();
-    co_return analysis;
+    co_return withRecognizedTrack(std::move(analysis), request);
 }
 
 std::optional<QUrl> ollamaEndpointUrl(const QString &endpoint, const QString &path)
