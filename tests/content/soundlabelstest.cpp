@@ -45,8 +45,8 @@ private slots:
             << Observations { { u"a"_s, 0.08 }, { u"a"_s, 0.3 } } << Labels { { u"a"_s, (0.08 + 0.3) / 2, 0.3, 2 } };
         QTest::newRow("floor-drops-below-0.08")
             << Observations { { u"a"_s, 0.079 }, { u"a"_s, 0.3 } } << Labels { { u"a"_s, 0.3, 0.3, 1 } };
-        QTest::newRow("kept-at-peak-0.18")
-            << Observations { { u"a"_s, 0.18 }, { u"a"_s, 0.08 } } << Labels { { u"a"_s, (0.18 + 0.08) / 2, 0.18, 2 } };
+        QTest::newRow("kept-at-peak-0.18") << Observations { { u"a"_s, 0.18 }, { u"a"_s, 0.08 }, { u"a"_s, 0.08 } }
+                                           << Labels { { u"a"_s, (0.18 + 0.08 + 0.08) / 3, 0.18, 3 } };
         QTest::newRow("dropped-below-peak-and-average")
             << Observations { { u"a"_s, 0.17 }, { u"a"_s, 0.08 }, { u"a"_s, 0.08 } } << Labels {};
         QTest::newRow("kept-at-average-0.12")
