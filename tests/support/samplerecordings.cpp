@@ -97,3 +97,56 @@ QString writeSpeechOverTone(const QString &path, const QString &sentence, int fr
 }
 
 } // namespace Nomly::Test
+
+namespace Nomly::Test {
+
+QString writeMelody(const QString &path, double seconds, int seed)
+{
+    static const char *const Scale[] = { "C4", "D4", "E4", "F4", "G4", "A4", "B4", "C5", "D5", "E5" };
+    QTemporaryDir scratch;
+    const QString wave = scratch.filePath(QStringLiteral("melody.wav"));
+    QStringList arguments { QStringLiteral("-n"), QStringLiteral("-r"), QStringLiteral("22050"), wave };
+    unsigned state = unsigned(seed) * 2654435761u + 1;
+    for (int note = 0; note < int(seconds * 2); ++note) {
+        state = state * 1103515245u + 12345u;
+        if (note > 0)
+            arguments.append(QStringLiteral(":"));
+        arguments << QStringLiteral("synth") << QStringLiteral("0.5") << QStringLiteral("pluck")
+                  << QString::fromLatin1(Scale[(state >> 16) % (sizeof(Scale) / sizeof(Scale[0]))]);
+    }
+    if (QString error = run(QStringLiteral("sox"), arguments); !error.isEmpty())
+        return error;
+    return encoded(wave, path, {});
+}
+
+QString writeSpeechInVoice(const QString &path, const QString &sentence, const QString &voice)
+{
+    QTemporaryDir scratch;
+    const QString wave = scratch.filePath(QStringLiteral("speech.wav"));
+    if (QString error
+        = run(QStringLiteral("espeak-ng"), { QStringLiteral("-v"), voice, QStringLiteral("-w"), wave, sentence });
+        !error.isEmpty())
+        return error;
+    return encoded(wave, path, {});
+}
+
+QString writeNoise(const QString &path, double seconds, const QString &colour)
+{
+    QTemporaryDir scratch;
+    const QString wave = scratch.filePath(QStringLiteral("noise.wav"));
+    if (QString error = run(QStringLiteral("sox"),
+                            { QStringLiteral("-n"),
+                              QStringLiteral("-r"),
+                              QStringLiteral("22050"),
+                              wave,
+                              QStringLiteral("synth"),
+                              QString::number(seconds),
+                              colour,
+                              QStringLiteral("vol"),
+                              QStringLiteral("0.3") });
+        !error.isEmpty())
+        return error;
+    return encoded(wave, path, {});
+}
+
+} // namespace Nomly::Test

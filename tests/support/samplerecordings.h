@@ -33,3 +33,17 @@ QString writeSpeechOverTone(const QString &path, const QString &sentence, int fr
 QString runFFmpeg(const QStringList &arguments);
 
 } // namespace Nomly::Test
+
+namespace Nomly::Test {
+
+// A tune of plucked notes, one every half second, drawn from a scale by
+// `seed`: two seeds give two different tunes, one seed always the same.
+QString writeMelody(const QString &path, double seconds, int seed = 1);
+
+// The sentence spoken by espeak-ng in the given voice ("en", "en-us+f3").
+QString writeSpeechInVoice(const QString &path, const QString &sentence, const QString &voice);
+
+// Noise of the given colour ("whitenoise", "pinknoise").
+QString writeNoise(const QString &path, double seconds, const QString &colour = QStringLiteral("pinknoise"));
+
+} // namespace Nomly::Test
