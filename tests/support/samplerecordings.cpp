@@ -96,6 +96,23 @@ QString writeSpeechOverTone(const QString &path, const QString &sentence, int fr
     return encoded(mixed, path, {});
 }
 
+QString writeClearSpeech(const QString &path, const QString &sentence, const QStringList &ffmpegArguments)
+{
+    QTemporaryDir scratch;
+    const QString wave = scratch.filePath(QStringLiteral("speech.wav"));
+    if (QString error = run(QStringLiteral("espeak-ng"),
+                            { QStringLiteral("-v"),
+                              QStringLiteral("en-us+klatt"),
+                              QStringLiteral("-s"),
+                              QStringLiteral("150"),
+                              QStringLiteral("-w"),
+                              wave,
+                              sentence });
+        !error.isEmpty())
+        return error;
+    return encoded(wave, path, ffmpegArguments);
+}
+
 } // namespace Nomly::Test
 
 namespace Nomly::Test {

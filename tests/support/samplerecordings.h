@@ -32,6 +32,11 @@ QString writeSpeechOverTone(const QString &path, const QString &sentence, int fr
 // its error output.
 QString runFFmpeg(const QStringList &arguments);
 
+// The sentence spoken by espeak-ng in its Klatt voice at 150 words a minute,
+// which the English pocketsphinx model recognises far better than the
+// default voice; encoded as `writeSpeech` does.
+QString writeClearSpeech(const QString &path, const QString &sentence, const QStringList &ffmpegArguments = {});
+
 } // namespace Nomly::Test
 
 namespace Nomly::Test {
