@@ -29,6 +29,7 @@ bench: release
 	build-release/bench/nomly-bench
 	build-release/bench/nomly-history-bench
 	build-release/bench/nomly-content-bench
+	build-release/bench/nomly-media-bench
 	build-release/bench/nomly-rename-bench
 	build-release/bench/nomly-watch-bench --idle-seconds 20
 

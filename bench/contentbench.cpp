@@ -42,15 +42,15 @@
 #include <functional>
 #include <vector>
 
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include "content/fileextractionservice.h"
 #include "content/imagecompressionservice.h"
 #include "history/filehashservice.h"
+#include "programrun.h"
 
 using namespace Nomly;
+using Nomly::Bench::median;
+using Nomly::Bench::Run;
+using Nomly::Bench::runProgram;
 
 namespace {
 
@@ -90,49 +90,6 @@ const Case &caseNamed(const char *name)
             return each;
     }
     qFatal("no case %s", name);
-}
-
-struct Run
-{
-    double seconds = 0;
-    long peakKiB = 0;
-};
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-// Runs a program and answers its time and maximum resident size, read from
-// the kernel's accounting of that one child.
-Run runProgram(const QString &program, const QStringList &arguments)
-{
-    QElapsedTimer timer;
-    timer.start();
-    // Whatever waits in the buffer would be written twice, by both processes.
-    std::fflush(stdout);
-    const pid_t pid = fork();
-    if (pid == 0) {
-        std::vector<QByteArray> storage { QFile::encodeName(program) };
-        for (const QString &argument : arguments)
-            storage.push_back(argument.toLocal8Bit());
-        std::vector<char *> argv;
-        for (QByteArray &part : storage)
-            argv.push_back(part.data());
-        argv.push_back(nullptr);
-        // Office suites chatter on stderr about components they lack.
-        if (!freopen("/dev/null", "w", stdout) || !freopen("/dev/null", "w", stderr))
-            _exit(126);
-        execvp(argv[0], argv.data());
-        _exit(127);
-    }
-    int status = 0;
-    rusage usage {};
-    wait4(pid, &status, 0, &usage);
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
-        qFatal("%s failed", qPrintable(program));
-    return { timer.nsecsElapsed() / 1e9, usage.ru_maxrss };
 }
 
 void compare(const char *name, const QString &path, const QString &tool, const QStringList &arguments)

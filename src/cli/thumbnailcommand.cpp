@@ -6,16 +6,43 @@
 
 #include "cli/clioutput.h"
 #include "cli/commandparsing.h"
+#include "content/extensiontables.h"
 #include "content/imagecompressionservice.h"
+#include "content/mediafacts.h"
+#include "content/videoframesampler.h"
+#include "naming/builtinextensions.h"
 
 namespace Nomly {
+
+namespace {
+
+// Decided as extraction decides: by what the file holds, and for a container
+// that may hold sound alone (WebM), by whether it carries a video stream.
+bool isVideo(const QString &path)
+{
+    const QString extension = contentExtension(path);
+    return isIn(ExtensionSet::Video, extension)
+        || (BuiltInExtensions::audioOrVideo().contains(extension) && carriesVideo(path));
+}
+
+// The still the AI would see of a video asked for one frame: its middle.
+std::optional<QByteArray> videoStill(const QString &path, int edge, double quality)
+{
+    const VideoFrameSamples samples = VideoFrameSampler::sample(path, 1, edge, quality);
+    if (samples.frames.isEmpty())
+        return std::nullopt;
+    return samples.frames.first().data;
+}
+
+} // namespace
 
 ExitStatus runThumbnailCommand(const QStringList &arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
-        "Write the JPEG the AI would see of an image, design file or PDF (its first page): scaled down to fit "
-        "the edge, never up, on white, at the JPEG quality given. An existing output file is not replaced."));
+        "Write the JPEG the AI would see of an image, design file, PDF (its first page) or video (its middle "
+        "frame, upright): scaled down to fit the edge, never up, on white, at the JPEG quality given. An existing "
+        "output file is not replaced."));
     const QCommandLineOption helpOption = parser.addHelpOption();
     const QCommandLineOption edgeOption(QStringLiteral("edge"),
                                         QStringLiteral("Longest edge in pixels (default 1024)."),
@@ -64,7 +91,8 @@ ExitStatus runThumbnailCommand(const QStringList &arguments)
         return ExitStatus::ItemFailed;
     }
 
-    const auto jpeg = ImageCompressionService::loadImage(files.first(), edge, quality);
+    const auto jpeg = isVideo(files.first()) ? videoStill(files.first(), edge, quality)
+                                             : ImageCompressionService::loadImage(files.first(), edge, quality);
     if (!jpeg) {
         CliOutput::error(QStringLiteral("%1: no preview could be made").arg(files.first()));
         return ExitStatus::ItemFailed;

@@ -73,24 +73,11 @@ std::optional<QByteArray> svgRender(const QString &path, int target, double qual
     return encodedJpeg(canvas, quality);
 }
 
-// The freedesktop thumbnail of the file, when the cache holds one made
-// after the file's last change; the largest size first.
+// The desktop's thumbnail of the file, fitted to the target.
 std::optional<QByteArray> cachedThumbnail(const QString &path, int target, double quality)
 {
-    const QFileInfo file(path);
-    const QByteArray uri = QUrl::fromLocalFile(file.absoluteFilePath()).toEncoded();
-    const QString name = QString::fromLatin1(QCryptographicHash::hash(uri, QCryptographicHash::Md5).toHex()) + u".png";
-    const QDir cache(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) + u"/thumbnails");
-    for (const char *size : { "xx-large", "x-large", "large", "normal" }) {
-        // Thumbnails are small; the text chunk that dates one may follow the
-        // pixels, so the whole picture is read first.
-        const QImage image(cache.filePath(QString::fromLatin1(size) + u'/' + name), "png");
-        if (image.isNull())
-            continue;
-        if (image.text(QStringLiteral("Thumb::MTime")).toLongLong() != file.lastModified().toSecsSinceEpoch())
-            continue;
-        return ImageCompressionService::resizeImage(image, target, quality);
-    }
+    if (const auto image = ImageCompressionService::desktopThumbnail(path))
+        return ImageCompressionService::resizeImage(*image, target, quality);
     qCInfo(lcProcessing).noquote() << "No desktop thumbnail for:" << path;
     return std::nullopt;
 }
@@ -221,6 +208,25 @@ std::optional<QByteArray> ImageCompressionService::loadImage(const QString &path
         }
     }
     return cachedThumbnail(path, target, quality);
+}
+
+std::optional<QImage> ImageCompressionService::desktopThumbnail(const QString &path)
+{
+    const QFileInfo file(path);
+    const QByteArray uri = QUrl::fromLocalFile(file.absoluteFilePath()).toEncoded();
+    const QString name = QString::fromLatin1(QCryptographicHash::hash(uri, QCryptographicHash::Md5).toHex()) + u".png";
+    const QDir cache(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) + u"/thumbnails");
+    for (const char *size : { "xx-large", "x-large", "large", "normal" }) {
+        // Thumbnails are small; the text chunk that dates one may follow the
+        // pixels, so the whole picture is read first.
+        const QImage image(cache.filePath(QString::fromLatin1(size) + u'/' + name), "png");
+        if (image.isNull())
+            continue;
+        if (image.text(QStringLiteral("Thumb::MTime")).toLongLong() != file.lastModified().toSecsSinceEpoch())
+            continue;
+        return image;
+    }
+    return std::nullopt;
 }
 
 QList<QByteArray> ImageCompressionService::renderPdfPages(const QString &path,

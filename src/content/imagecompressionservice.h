@@ -33,6 +33,10 @@ public:
     // Scaled down to fit the target (never up), on white, as JPEG.
     static std::optional<QByteArray> resizeImage(const QImage &image, int target, double quality);
 
+    // The freedesktop thumbnail cache's picture of the file, when it holds
+    // one made after the file's last change; the largest size first.
+    static std::optional<QImage> desktopThumbnail(const QString &path);
+
     // The extension groups that take another way than plain decoding.
     static const QStringList &archivePreviewExtensions();
     static const QStringList &pdfCompatiblePreviewExtensions();
