@@ -3,9 +3,17 @@
 #include <QFile>
 #include <QRegularExpression>
 #include <QStringList>
+#include <algorithm>
+#include <array>
+
+extern "C" {
+#include <libavformat/avformat.h>
+}
 
 #include <taglib/fileref.h>
 #include <taglib/tpropertymap.h>
+
+#include "content/mediainput.h"
 
 namespace Nomly {
 
@@ -13,19 +21,26 @@ namespace {
 
 // The fields in the order their lines are written, with the property names
 // under which the tag formats file them.
+// Containers the tag reader doesn't know (Matroska, WebM, AVI) keep them
+// in FFmpeg's metadata under the container key.
 struct TagField
 {
     const char *label;
     std::initializer_list<const char *> properties;
+    const char *containerKey;
 };
 
-const TagField Title { "Title", { "TITLE" } };
-const TagField Artist { "Artist", { "ARTIST" } };
-const TagField AlbumArtist { "Album artist", { "ALBUMARTIST" } };
-const TagField Album { "Album", { "ALBUM" } };
-const TagField Genre { "Genre", { "GENRE" } };
-const TagField ReleaseDate { "Release date", { "DATE", "YEAR", "ORIGINALDATE" } };
-const TagField Composer { "Composer", { "COMPOSER" } };
+const TagField Title { "Title", { "TITLE" }, "title" };
+const TagField Artist { "Artist", { "ARTIST" }, "artist" };
+const TagField AlbumArtist { "Album artist", { "ALBUMARTIST" }, "album_artist" };
+const TagField Album { "Album", { "ALBUM" }, "album" };
+const TagField Genre { "Genre", { "GENRE" }, "genre" };
+const TagField ReleaseDate { "Release date", { "DATE", "YEAR", "ORIGINALDATE" }, "date" };
+const TagField Composer { "Composer", { "COMPOSER" }, "composer" };
+const std::array<const TagField *, 7> Fields { &Title, &Artist, &AlbumArtist, &Album, &Genre, &ReleaseDate, &Composer };
+
+// Reading the container's tags takes at most this long.
+constexpr int ContainerProbeMilliseconds = 3'000;
 
 // Runs of white space become one blank; empty counts as absent.
 QString cleaned(const QString &value)
@@ -48,25 +63,49 @@ QString firstValue(const TagLib::PropertyMap &properties, const TagField &field)
     return {};
 }
 
+using FieldValues = std::array<QString, Fields.size()>;
+
+bool allEmpty(const FieldValues &values)
+{
+    return std::all_of(values.cbegin(), values.cend(), [](const QString &value) { return value.isEmpty(); });
+}
+
+FieldValues taggedValues(const QString &path)
+{
+    FieldValues values;
+    const TagLib::FileRef file(QFile::encodeName(path).constData(), false);
+    if (file.isNull() || !file.file())
+        return values;
+    const TagLib::PropertyMap properties = file.file()->properties();
+    for (size_t i = 0; i < Fields.size(); ++i)
+        values[i] = firstValue(properties, *Fields[i]);
+    return values;
+}
+
+FieldValues containerValues(const QString &path)
+{
+    FieldValues values;
+    const std::optional<MediaInput> input = MediaInput::open(path, QDeadlineTimer(ContainerProbeMilliseconds));
+    if (!input)
+        return values;
+    for (size_t i = 0; i < Fields.size(); ++i) {
+        if (const AVDictionaryEntry *entry
+            = av_dict_get(input->context()->metadata, Fields[i]->containerKey, nullptr, 0))
+            values[i] = cleaned(QString::fromUtf8(entry->value));
+    }
+    return values;
+}
+
 } // namespace
 
 std::optional<QString> embeddedAudioMetadataText(const QString &path)
 {
-    const TagLib::FileRef file(QFile::encodeName(path).constData(), false);
-    if (file.isNull() || !file.file())
+    FieldValues values = taggedValues(path);
+    if (allEmpty(values))
+        values = containerValues(path);
+    if (allEmpty(values))
         return std::nullopt;
-    const TagLib::PropertyMap properties = file.file()->properties();
-
-    const QString title = firstValue(properties, Title);
-    const QString artist = firstValue(properties, Artist);
-    const QString albumArtist = firstValue(properties, AlbumArtist);
-    const QString album = firstValue(properties, Album);
-    const QString genre = firstValue(properties, Genre);
-    const QString releaseDate = firstValue(properties, ReleaseDate);
-    const QString composer = firstValue(properties, Composer);
-    if (title.isEmpty() && artist.isEmpty() && albumArtist.isEmpty() && album.isEmpty() && genre.isEmpty()
-        && releaseDate.isEmpty() && composer.isEmpty())
-        return std::nullopt;
+    const auto &[title, artist, albumArtist, album, genre, releaseDate, composer] = values;
 
     QStringList lines { QStringLiteral("Embedded audio metadata") };
     const QString performer = artist.isEmpty() ? albumArtist : artist;

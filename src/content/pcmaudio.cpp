@@ -130,7 +130,8 @@ Result<PCMAudio> decodeAudio(
         // Landing a little early lets decoders that carry state from frame
         // to frame (MP3's reservoir) settle before the window begins.
         const double landing = std::max(0.0, start - SeekLeadSeconds);
-        const int64_t target = av_rescale_q(int64_t(landing * AV_TIME_BASE), AVRational{1, AV_TIME_BASE}, stream->time_base);
+        const int64_t target
+            = av_rescale_q(int64_t(landing * AV_TIME_BASE), AVRational { 1, AV_TIME_BASE }, stream->time_base);
         // A file that cannot seek is read from its start; the collector
         // drops what lies before the window.
         if (av_seek_frame(format, index, target, AVSEEK_FLAG_BACKWARD) >= 0)
