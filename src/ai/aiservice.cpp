@@ -18,11 +18,15 @@
 #include "ai/ailocalollamaanalyzeclient.h"
 #include "ai/analysistext.h"
 #include "ai/analyzeresponsemapping.h"
+#include "ai/audioevidence.h"
 #include "ai/deviceservice.h"
 #include "ai/keycustody.h"
 #include "content/imagecompressionservice.h"
 #include "content/localmetadatatext.h"
+#include "content/nocataloguesongrecognizer.h"
 #include "content/textrecognizer.h"
+#include "content/videoaudiocontext.h"
+#include "content/videoframesampler.h"
 #include "platform/logcategories.h"
 #include "settings/outputlanguage.h"
 
@@ -40,17 +44,21 @@ struct RenderParameters
 
 constexpr RenderParameters LocalRendering { 384, 0.45 };
 constexpr RenderParameters HostedRendering { 1024, 0.6 };
+// A local model reads one frame of a video; a hosted one sees its course.
+constexpr int LocalVideoFrames = 1;
+constexpr int HostedVideoFrames = 5;
 
 constexpr int NativePdfMaxPages = 20;
 constexpr qint64 NativePdfMaxBytes = 4 * 1024 * 1024;
 constexpr int NativePdfPreviewPages = 5;
-constexpr qint64 AudioUploadMaxBytes = 18 * 1024 * 1024;
 // Rendered pages failed: the PDF's own text has to carry the request alone.
 constexpr qsizetype EnoughPdfText = 199;
 constexpr qsizetype EnoughPdfTextForFields = 39;
 
 const QString EmbeddedImagesHeading = QStringLiteral("Visible text extracted locally from embedded document images");
 const QString RenderedPagesHeading = QStringLiteral("Visible text extracted locally from rendered page previews");
+const QString SampledFramesHeading = QStringLiteral("Visible text extracted locally from sampled video frames");
+const QString SoundTrackHeading = QStringLiteral("Audio track recognition context");
 const QString ImageJpeg = QStringLiteral("image/jpeg");
 
 // What every request of one batch shares, decided once before the children
@@ -59,6 +67,8 @@ struct BatchContext
 {
     AnalyzeRequest common; // the fields every request carries
     RenderParameters rendering;
+    int videoFrames = 0;
+    AudioEvidenceRoute audioRoute;
     bool local = false;
     bool byokEnabled = false;
     bool aiProviderGiven = false;
@@ -216,25 +226,82 @@ QCoro::Task<std::optional<AnalyzeRequest>> documentRequest(FileDocumentAnalysisP
     co_return request;
 }
 
-std::optional<AnalyzeRequest> videoRequest(const FileVideoAnalysisPayload &payload, const BatchContext &context)
+struct SampledFrames
 {
-    // No frames are sampled on this platform yet, so a video always goes with
-    // its text: the sidecar subtitles or transcript, else its metadata.
-    qCInfo(lcAI).noquote() << "Failed to render video frames; using video text fallback:" << payload.originalPath;
-    std::optional<QString> text = mergedUnderHeading(payload.text, std::nullopt, QString());
+    VideoFrameSamples samples;
+    std::optional<QString> text; // read from the frames
+};
+
+// The frames and the sound track are read side by side; a video whose
+// frames cannot be rendered goes with its texts alone.
+QCoro::Task<std::optional<AnalyzeRequest>> videoRequest(FileVideoAnalysisPayload payload,
+                                                        BatchContext context,
+                                                        std::shared_ptr<const SongRecognizer> recognizer)
+{
+    const QString path = payload.originalPath;
+    auto sampling = QtConcurrent::run([path, count = context.videoFrames, rendering = context.rendering] {
+        SampledFrames sampled;
+        sampled.samples = VideoFrameSampler::sample(path, count, rendering.target, rendering.quality);
+        QList<QByteArray> jpegs;
+        for (const VideoFramePreview &frame : std::as_const(sampled.samples.frames))
+            jpegs.append(frame.data);
+        if (!jpegs.isEmpty())
+            sampled.text = recognizedTextOf(jpegs);
+        return sampled;
+    });
+    auto hearing = QtConcurrent::run([path, recognizer] { return VideoAudioContext::contextText(path, *recognizer); });
+    const SampledFrames sampled = co_await sampling;
+    const QString soundTrack = co_await hearing;
+
+    std::optional<QString> text = mergedUnderHeading(payload.text, sampled.text, SampledFramesHeading);
+    text = mergedUnderHeading(text, soundTrack, SoundTrackHeading);
+    AnalyzeRequest request = startedRequest(
+        context, QStringLiteral("video"), payload.filename, payload.originalExtension, payload.mimeType);
+    request.durationSeconds = sampled.samples.durationSeconds;
+    if (!sampled.samples.frames.isEmpty()) {
+        QList<QByteArray> frames;
+        QList<double> timestamps;
+        for (const VideoFramePreview &frame : sampled.samples.frames) {
+            frames.append(frame.data);
+            timestamps.append(frame.timestampSeconds);
+        }
+        request.images = frames;
+        request.imageMimeType = ImageJpeg;
+        request.previewTimestamps = timestamps;
+        request.text = text;
+        co_return request;
+    }
+    qCInfo(lcAI).noquote() << "Failed to render video frames; using video text fallback:" << path;
     if (!text)
         text = videoFileMetadataText(payload);
     if (!text) {
-        qCWarning(lcAI).noquote() << "Failed to load/resize video:" << payload.originalPath;
-        return std::nullopt;
+        qCWarning(lcAI).noquote() << "Failed to load/resize video:" << path;
+        co_return std::nullopt;
     }
-    AnalyzeRequest request = startedRequest(
-        context, QStringLiteral("video"), payload.filename, payload.originalExtension, payload.mimeType);
     request.text = text;
-    return request;
+    co_return request;
 }
 
-QCoro::Task<std::optional<AnalyzeRequest>> audioRequest(FileAudioAnalysisPayload payload, BatchContext context)
+const char *evidenceLog(AudioEvidenceSource source)
+{
+    switch (source) {
+    case AudioEvidenceSource::EmbeddedMetadata:
+        return "Using embedded audio metadata context:";
+    case AudioEvidenceSource::SongRecognition:
+        return "Using fingerprint audio recognition context:";
+    case AudioEvidenceSource::SoundClassification:
+        return "Using sound classification audio context:";
+    case AudioEvidenceSource::LocalTranscript:
+        return "Using local speech transcription context:";
+    case AudioEvidenceSource::None:
+        break;
+    }
+    return nullptr;
+}
+
+QCoro::Task<std::optional<AnalyzeRequest>> audioRequest(FileAudioAnalysisPayload payload,
+                                                        BatchContext context,
+                                                        std::shared_ptr<const SongRecognizer> recognizer)
 {
     AnalyzeRequest request = startedRequest(
         context, QStringLiteral("audio"), payload.filename, payload.originalExtension, payload.mimeType);
@@ -243,15 +310,16 @@ QCoro::Task<std::optional<AnalyzeRequest>> audioRequest(FileAudioAnalysisPayload
         request.text = sidecar;
         co_return request;
     }
-    // A file's own tags name it; the sound then stays on this machine.
-    if (payload.embeddedMetadataText) {
-        qCInfo(lcAI).noquote() << "Using embedded audio metadata context:" << payload.originalPath;
-        request.text = payload.embeddedMetadataText;
+    auto gathering = QtConcurrent::run(
+        [payload, route = context.audioRoute, recognizer] { return gatherAudioEvidence(payload, route, *recognizer); });
+    const AudioEvidence evidence = co_await gathering;
+    request.durationSeconds = evidence.durationSeconds;
+    if (evidence.text) {
+        qCInfo(lcAI).noquote() << evidenceLog(evidence.source) << payload.originalPath;
+        request.text = evidence.text;
         co_return request;
     }
-    const bool uploadAllowed = !context.local && (!context.byokEnabled || context.byokUsable) && payload.sizeBytes
-        && *payload.sizeBytes >= 1 && *payload.sizeBytes <= AudioUploadMaxBytes;
-    if (uploadAllowed) {
+    if (evidence.upload) {
         auto reading = QtConcurrent::run([path = payload.originalPath]() -> std::optional<QByteArray> {
             QFile file(path);
             if (!file.open(QIODevice::ReadOnly))
@@ -275,7 +343,8 @@ QCoro::Task<std::optional<AnalyzeRequest>> audioRequest(FileAudioAnalysisPayload
 
 QCoro::Task<std::optional<AnalyzeRequest>> requestFor(AIAnalyzeInput input,
                                                       BatchContext context,
-                                                      AIImageArtifactCache &artifacts)
+                                                      AIImageArtifactCache &artifacts,
+                                                      std::shared_ptr<const SongRecognizer> recognizer)
 {
     const AIAnalyzeInput::Payload &payload = input.payload();
     switch (input.kind()) {
@@ -291,10 +360,12 @@ QCoro::Task<std::optional<AnalyzeRequest>> requestFor(AIAnalyzeInput input,
         auto preparing = documentRequest(std::get<FileDocumentAnalysisPayload>(payload), context);
         co_return co_await preparing;
     }
-    case AIAnalyzeInputKind::Video:
-        co_return videoRequest(std::get<FileVideoAnalysisPayload>(payload), context);
+    case AIAnalyzeInputKind::Video: {
+        auto preparing = videoRequest(std::get<FileVideoAnalysisPayload>(payload), context, recognizer);
+        co_return co_await preparing;
+    }
     case AIAnalyzeInputKind::Audio: {
-        auto preparing = audioRequest(std::get<FileAudioAnalysisPayload>(payload), context);
+        auto preparing = audioRequest(std::get<FileAudioAnalysisPayload>(payload), context, recognizer);
         co_return co_await preparing;
     }
     }
@@ -328,6 +399,7 @@ AIService::AIService(QNetworkAccessManager &network,
     , m_hostedTimeout(AICloudAnalyzeClient::DefaultTimeout)
     , m_localTimeout(AILocalOllamaAnalyzeClient::DefaultTimeout)
     , m_iWorkExport(network, m_backend, device)
+    , m_songRecognizer(std::make_shared<NoCatalogueSongRecognizer>())
 {}
 
 QCoro::Task<Result<AIAnalyzeBatchResult, AIServiceError>> AIService::analyzeBatch(QList<AIAnalyzeInput> inputs,
@@ -364,6 +436,7 @@ QCoro::Task<Result<PreparedAnalyzeRequests, AIServiceError>> AIService::prepareB
     BatchContext context;
     context.local = options.usesLocalAI();
     context.rendering = context.local ? LocalRendering : HostedRendering;
+    context.videoFrames = context.local ? LocalVideoFrames : HostedVideoFrames;
     context.remoteProvider = m_remoteProvider ? m_remoteProvider().trimmed().toLower() : QString();
     context.byokEnabled = options.byokEnabled;
     context.aiProviderGiven = options.aiProvider.has_value();
@@ -397,6 +470,9 @@ QCoro::Task<Result<PreparedAnalyzeRequests, AIServiceError>> AIService::prepareB
     if (options.regenerate)
         common.regenerate = true;
     common.language = resolvedOutputLanguage(options.outputLanguage, preferredLanguages, localeName);
+    context.audioRoute = AudioEvidenceRoute { context.local,      context.byokEnabled,
+                                              context.byokUsable, common.language.value_or(options.outputLanguage),
+                                              preferredLanguages, localeName };
     common.byokEnabled = options.byokEnabled;
     if (options.aiProvider)
         common.aiProvider = rawValue(*options.aiProvider);
@@ -418,7 +494,7 @@ QCoro::Task<Result<PreparedAnalyzeRequests, AIServiceError>> AIService::prepareB
     std::vector<QCoro::Task<std::optional<AnalyzeRequest>>> children;
     children.reserve(inputs.size());
     for (const AIAnalyzeInput &input : std::as_const(inputs))
-        children.push_back(requestFor(input, context, m_artifacts));
+        children.push_back(requestFor(input, context, m_artifacts, m_songRecognizer));
     for (int index = 0; index < int(children.size()); ++index) {
         std::optional<AnalyzeRequest> request = co_await children[index];
         if (!request)

@@ -3,6 +3,7 @@
 #include <QList>
 #include <QString>
 #include <functional>
+#include <memory>
 
 #include <qcoro/qcorotask.h>
 
@@ -22,6 +23,7 @@ namespace Nomly {
 class AIImageArtifactCache;
 class DeviceService;
 class KeyCustody;
+class SongRecognizer;
 
 // Turns prepared inputs into analyses. For each input it decides what the
 // chosen route may see (a resized picture, rendered pages, text read on this
@@ -59,6 +61,13 @@ public:
 
     void setLocalTimeout(std::chrono::milliseconds timeout) { m_localTimeout = timeout; }
 
+    // What names a song from a sample of it. No catalogue ships with the
+    // program, so by default no song is recognised; tests bring their own.
+    void setSongRecognizer(std::shared_ptr<const SongRecognizer> recognizer)
+    {
+        m_songRecognizer = std::move(recognizer);
+    }
+
 private:
     QNetworkAccessManager &m_network;
     HostedBackend m_backend;
@@ -69,6 +78,7 @@ private:
     std::chrono::milliseconds m_hostedTimeout;
     std::chrono::milliseconds m_localTimeout;
     IWorkPDFExportService m_iWorkExport;
+    std::shared_ptr<const SongRecognizer> m_songRecognizer;
 };
 
 } // namespace Nomly
