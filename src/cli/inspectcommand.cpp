@@ -4,15 +4,24 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QLocale>
+#include <algorithm>
+#include <cmath>
 
+#include "ai/audioevidence.h"
 #include "ai/remoteconfigservice.h"
 #include "cli/clioutput.h"
 #include "cli/commandparsing.h"
+#include "content/audiounderstanding.h"
 #include "content/fileextractionservice.h"
+#include "content/localspeechtranscriber.h"
+#include "content/nocataloguesongrecognizer.h"
 #include "content/patternmetadatareader.h"
 #include "content/pdfpagerenderer.h"
 #include "content/picturereader.h"
 #include "content/textrecognizer.h"
+#include "content/videoaudiocontext.h"
+#include "content/videoframesampler.h"
 #include "history/filehashservice.h"
 #include "platform/userdefaults.h"
 
@@ -22,6 +31,10 @@ namespace {
 
 // Pages rendered for recognition: large enough for small print.
 constexpr int OcrPageLongEdge = 2000;
+// A video as a hosted model sees it.
+constexpr int HostedVideoFrames = 5;
+constexpr int HostedFrameEdge = 1024;
+constexpr double HostedFrameQuality = 0.6;
 constexpr int PlainTextLines = 6;
 
 const char *kindName(AIAnalyzeInputKind kind)
@@ -50,9 +63,99 @@ struct Inspection
     std::optional<QString> recognizedText;
     std::optional<QString> contentHash;
     QList<std::pair<QString, QString>> facts;
+    // What is heard in a sound, and what each route would make of it.
+    std::optional<QJsonObject> sound;
+    // The frames a hosted model would see of a video, and its sound track.
+    std::optional<QJsonObject> video;
 };
 
-Inspection inspect(const QString &path, const ExtractionOptions &options, const PatternMetadataOptions &factOptions)
+const char *evidenceName(AudioEvidenceSource source)
+{
+    switch (source) {
+    case AudioEvidenceSource::EmbeddedMetadata:
+        return "embedded metadata";
+    case AudioEvidenceSource::SongRecognition:
+        return "song recognition";
+    case AudioEvidenceSource::SoundClassification:
+        return "sound classification";
+    case AudioEvidenceSource::LocalTranscript:
+        return "local transcript";
+    case AudioEvidenceSource::None:
+        break;
+    }
+    return "none";
+}
+
+QJsonObject routeJson(const AudioEvidence &evidence)
+{
+    QJsonObject route { { QStringLiteral("evidence"), QString::fromLatin1(evidenceName(evidence.source)) },
+                        { QStringLiteral("upload"), evidence.upload } };
+    if (evidence.text)
+        route.insert(QStringLiteral("text"), *evidence.text);
+    return route;
+}
+
+QJsonObject soundJson(const FileAudioAnalysisPayload &payload, const SongRecognizer &recognizer)
+{
+    const QStringList languages = QLocale::system().uiLanguages();
+    const QString localeName = QLocale::system().name();
+    const QString language = languages.isEmpty() ? localeName : languages.first();
+    AudioEvidenceRoute cloud { false, false, false, language, languages, localeName };
+    AudioEvidenceRoute local = cloud;
+    local.local = true;
+    const AudioEvidence hosted = gatherAudioEvidence(payload, cloud, recognizer);
+    QJsonObject sound { { QStringLiteral("cloud"), routeJson(hosted) },
+                        { QStringLiteral("local"), routeJson(gatherAudioEvidence(payload, local, recognizer)) } };
+    if (hosted.durationSeconds)
+        sound.insert(QStringLiteral("durationSeconds"), *hosted.durationSeconds);
+
+    QJsonArray labels;
+    for (const AudioSoundAnalysisLabel &label : AudioUnderstanding::soundLabels(payload.originalPath)) {
+        labels.append(QJsonObject { { QStringLiteral("label"), label.identifier },
+                                    { QStringLiteral("peak"), label.peakConfidence },
+                                    { QStringLiteral("average"), label.averageConfidence },
+                                    { QStringLiteral("windows"), label.occurrenceCount } });
+    }
+    sound.insert(QStringLiteral("labels"), labels);
+
+    LocalSpeechRequest request;
+    request.path = payload.originalPath;
+    request.filename = payload.filename;
+    request.durationSeconds = hosted.durationSeconds;
+    request.language = language;
+    request.preferredLanguages = languages;
+    request.localeName = localeName;
+    const LocalSpeechTranscript heard = LocalSpeechTranscriber::transcribe(request);
+    if (heard.text)
+        sound.insert(QStringLiteral("transcript"), *heard.text);
+    else
+        sound.insert(QStringLiteral("transcriptRefused"), heard.reason);
+    return sound;
+}
+
+QJsonObject videoJson(const QString &path, const SongRecognizer &recognizer)
+{
+    const VideoFrameSamples samples
+        = VideoFrameSampler::sample(path, HostedVideoFrames, HostedFrameEdge, HostedFrameQuality);
+    QJsonArray times;
+    QList<QImage> frames;
+    for (const VideoFramePreview &frame : samples.frames) {
+        times.append(frame.timestampSeconds);
+        frames.append(QImage::fromData(frame.data, "JPEG"));
+    }
+    QJsonObject video { { QStringLiteral("frameSeconds"), times },
+                        { QStringLiteral("soundTrack"), VideoAudioContext::contextText(path, recognizer) } };
+    if (samples.durationSeconds)
+        video.insert(QStringLiteral("durationSeconds"), *samples.durationSeconds);
+    if (const std::optional<QString> text = TextRecognizer::recognize(frames))
+        video.insert(QStringLiteral("frameText"), *text);
+    return video;
+}
+
+Inspection inspect(const QString &path,
+                   const ExtractionOptions &options,
+                   const PatternMetadataOptions &factOptions,
+                   const SongRecognizer &recognizer)
 {
     Inspection out;
     out.path = path;
@@ -63,6 +166,10 @@ Inspection inspect(const QString &path, const ExtractionOptions &options, const 
             const Result<QImage> picture = PictureReader::read(path, QSize(OcrPageLongEdge, OcrPageLongEdge));
             if (picture)
                 out.recognizedText = TextRecognizer::recognize(picture.value());
+        } else if (const auto *sound = input->get<FileAudioAnalysisPayload>()) {
+            out.sound = soundJson(*sound, recognizer);
+        } else if (input->kind() == AIAnalyzeInputKind::Video) {
+            out.video = videoJson(path, recognizer);
         } else if (const auto *document = input->get<FileDocumentAnalysisPayload>(); document && !document->text) {
             out.recognizedText
                 = TextRecognizer::recognize(renderedPdfPages(path, document->previewPageIndices, OcrPageLongEdge));
@@ -116,6 +223,10 @@ QJsonObject toJson(const Inspection &inspection)
     }
     if (inspection.recognizedText)
         object.insert(QStringLiteral("recognizedText"), *inspection.recognizedText);
+    if (inspection.sound)
+        object.insert(QStringLiteral("sound"), *inspection.sound);
+    if (inspection.video)
+        object.insert(QStringLiteral("video"), *inspection.video);
     if (inspection.contentHash)
         object.insert(QStringLiteral("contentHash"), *inspection.contentHash);
     if (!inspection.facts.isEmpty()) {
@@ -135,6 +246,60 @@ void printText(const QString &label, const QString &text)
         CliOutput::line(QStringLiteral("    ") + lines.at(i));
     if (lines.size() > PlainTextLines)
         CliOutput::line(QStringLiteral("    ..."));
+}
+
+QString percent(double value)
+{
+    return QString::number(std::lround(std::clamp(value, 0.0, 1.0) * 100)) + u'%';
+}
+
+QString seconds(double value)
+{
+    return QString::number(value, 'f', value < 10 ? 2 : 1) + u's';
+}
+
+void printSound(const QJsonObject &sound)
+{
+    QStringList labels;
+    for (const QJsonValue &value : sound.value(QStringLiteral("labels")).toArray()) {
+        const QJsonObject label = value.toObject();
+        labels.append(QStringLiteral("%1 %2").arg(label.value(QStringLiteral("label")).toString(),
+                                                  percent(label.value(QStringLiteral("peak")).toDouble())));
+    }
+    if (sound.contains(QStringLiteral("durationSeconds")))
+        CliOutput::line(QStringLiteral("  duration: ")
+                        + seconds(sound.value(QStringLiteral("durationSeconds")).toDouble()));
+    CliOutput::line(QStringLiteral("  sound labels: ")
+                    + (labels.isEmpty() ? QStringLiteral("none") : labels.join(QStringLiteral(", "))));
+    if (sound.contains(QStringLiteral("transcript")))
+        printText(QStringLiteral("transcript"), sound.value(QStringLiteral("transcript")).toString());
+    else
+        CliOutput::line(
+            QStringLiteral("  transcript: none (%1)").arg(sound.value(QStringLiteral("transcriptRefused")).toString()));
+    for (const char *name : { "cloud", "local" }) {
+        const QJsonObject route = sound.value(QLatin1StringView(name)).toObject();
+        CliOutput::line(QStringLiteral("  %1 route: %2, %3")
+                            .arg(QLatin1StringView(name),
+                                 route.value(QStringLiteral("evidence")).toString(),
+                                 route.value(QStringLiteral("upload")).toBool()
+                                     ? QStringLiteral("the sound is uploaded")
+                                     : QStringLiteral("nothing uploaded")));
+    }
+}
+
+void printVideo(const QJsonObject &video)
+{
+    QStringList times;
+    for (const QJsonValue &value : video.value(QStringLiteral("frameSeconds")).toArray())
+        times.append(seconds(value.toDouble()));
+    if (video.contains(QStringLiteral("durationSeconds")))
+        CliOutput::line(QStringLiteral("  duration: ")
+                        + seconds(video.value(QStringLiteral("durationSeconds")).toDouble()));
+    CliOutput::line(QStringLiteral("  frames at: ")
+                    + (times.isEmpty() ? QStringLiteral("none could be rendered") : times.join(QStringLiteral(", "))));
+    if (video.contains(QStringLiteral("frameText")))
+        printText(QStringLiteral("text in frames"), video.value(QStringLiteral("frameText")).toString());
+    printText(QStringLiteral("sound track"), video.value(QStringLiteral("soundTrack")).toString());
 }
 
 void printPlain(const QJsonObject &object)
@@ -166,6 +331,10 @@ void printPlain(const QJsonObject &object)
     }
     if (object.contains(QStringLiteral("recognizedText")))
         printText(QStringLiteral("recognized text"), object.value(QStringLiteral("recognizedText")).toString());
+    if (object.contains(QStringLiteral("sound")))
+        printSound(object.value(QStringLiteral("sound")).toObject());
+    if (object.contains(QStringLiteral("video")))
+        printVideo(object.value(QStringLiteral("video")).toObject());
     const QJsonObject facts = object.value(QStringLiteral("fields")).toObject();
     if (!facts.isEmpty()) {
         CliOutput::line(QStringLiteral("  fields:"));
@@ -185,7 +354,10 @@ ExitStatus runInspectCommand(const QStringList &arguments)
         "Show what Nomly reads from files on this machine, without sending anything anywhere: each file's kind, "
         "the text extracted from it (long PDFs as excerpts of the pages chosen; Office and OpenDocument files, legacy "
         "doc, xls and ppt included; at most 12,000 characters), the "
-        "text recognised in an image or a PDF without a text layer, the naming fields the file itself fills "
+        "text recognised in an image or a PDF without a text layer; for a sound, its duration, the sound labels "
+        "heard, the transcript made here (or why there is none) and what the cloud and local routes would use "
+        "and upload; for a video, the times of the frames sampled, the text read from them and what its sound "
+        "track says; the naming fields the file itself fills "
         "(name = value), and the content hash that tells a file already handled from a new one.\n"
         "A file that cannot be read is reported with the reason, and the exit status is 1."));
     const QCommandLineOption helpOption = parser.addHelpOption();
@@ -212,10 +384,12 @@ ExitStatus runInspectCommand(const QStringList &arguments)
     // The naming fields as a rename would fill them from the file itself.
     PatternMetadataOptions factOptions;
     factOptions.imageExtensions = options.imageExtensions;
+    // No catalogue of songs ships with the program.
+    const NoCatalogueSongRecognizer recognizer;
     bool anyFailed = false;
     QJsonArray all;
     for (const QString &file : files) {
-        const QJsonObject object = toJson(inspect(file, options, factOptions));
+        const QJsonObject object = toJson(inspect(file, options, factOptions, recognizer));
         anyFailed = anyFailed || object.value(QStringLiteral("status")).toString() == u"failed";
         if (parser.isSet(jsonOption))
             all.append(object);
