@@ -73,7 +73,7 @@ std::optional<QString> boundedRecognition(const QString &path, const SongRecogni
         qCInfo(lcProcessing).noquote() << "Video fingerprint recognition skipped unreadable file:" << path;
         return std::nullopt;
     }
-    QDeadlineTimer deadline(std::chrono::seconds(VideoAudioContext::RecognitionSeconds));
+    QDeadlineTimer deadline { std::chrono::seconds(VideoAudioContext::RecognitionSeconds) };
     {
         const std::optional<MediaInput> input = MediaInput::open(path, deadline, stop);
         if (!input || input->audioStream() < 0) {

@@ -140,12 +140,17 @@ Result<DecodedVideoFrame> VideoFrameReader::decodedNear(double seconds,
     for (int packets = 0;;) {
         while (avcodec_receive_frame(m_decoder.get(), m_frame.get()) >= 0) {
             const double shown = secondsOf(m_frame.get(), seconds);
-            if (shown < seconds - toleranceSeconds) {
+            if (shown < seconds) {
                 av_frame_unref(m_earlier.get());
                 av_frame_move_ref(m_earlier.get(), m_frame.get());
                 haveEarlier = true;
                 continue;
             }
+            // Of the frames either side of the position, the nearer one
+            // within the tolerance: the one a viewer sees there.
+            const double before = haveEarlier ? seconds - secondsOf(m_earlier.get(), seconds) : toleranceSeconds + 1;
+            if (before <= toleranceSeconds && before <= shown - seconds)
+                return finished(m_earlier.get(), Landing::Near);
             if (shown <= seconds + toleranceSeconds)
                 return finished(m_frame.get(), Landing::Near);
             // Past the window with an earlier frame in hand: that one is on
