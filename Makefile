@@ -30,6 +30,7 @@ bench: release
 	build-release/bench/nomly-history-bench
 	build-release/bench/nomly-content-bench
 	build-release/bench/nomly-media-bench
+	build-release/bench/nomly-speech-bench
 	build-release/bench/nomly-rename-bench
 	build-release/bench/nomly-watch-bench --idle-seconds 20
 

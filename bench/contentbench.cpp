@@ -48,7 +48,8 @@
 #include "programrun.h"
 
 using namespace Nomly;
-using Nomly::Bench::median;
+using Nomly::Bench::alternated;
+using Nomly::Bench::Comparison;
 using Nomly::Bench::Run;
 using Nomly::Bench::runProgram;
 
@@ -102,24 +103,14 @@ void compare(const char *name, const QString &path, const QString &tool, const Q
             qFatal("%s gave nothing", work.name);
         return timer.nsecsElapsed() / 1e9;
     };
-    // One unmeasured pass of each warms the page cache.
-    ours();
-    runProgram(tool, arguments);
-    std::vector<double> ourTimes;
-    std::vector<double> toolTimes;
-    long toolPeak = 0;
-    for (int round = 0; round < Rounds; ++round) {
-        ourTimes.push_back(ours());
-        const Run run = runProgram(tool, arguments);
-        toolTimes.push_back(run.seconds);
-        toolPeak = std::max(toolPeak, run.peakKiB);
-    }
+    const Comparison times = alternated(Rounds, ours, [&] { return runProgram(tool, arguments); });
     const long ourPeak = runProgram(QCoreApplication::applicationFilePath(),
                                     { QStringLiteral("--once"), QString::fromLatin1(name), path })
                              .peakKiB;
     const double megabytes = QFileInfo(path).size() / 1e6;
-    const double ourMedian = median(ourTimes);
-    const double toolMedian = median(toolTimes);
+    const double ourMedian = times.ours;
+    const double toolMedian = times.tool;
+    const long toolPeak = times.toolPeakKiB;
     std::printf("%-13s ours %7.3f s (%6.0f MB/s, %7ld KiB)  tool %7.3f s (%6.0f MB/s, %7ld KiB)  "
                 "speed ours/tool %.2f  memory ours/tool %.2f\n",
                 name,

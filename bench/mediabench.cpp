@@ -90,33 +90,27 @@ int main(int argc, char *argv[])
     if (first.frames.size() != Frames || !first.durationSeconds)
         qFatal("the video gave %d frames", int(first.frames.size()));
     const QList<double> positions = VideoFrameSampler::timestamps(*first.durationSeconds, Frames);
-    ffmpegFrames(path, positions, dir);
-
-    std::vector<double> ourTimes;
-    std::vector<double> toolTimes;
-    long toolPeak = 0;
-    for (int round = 0; round < Rounds; ++round) {
+    const auto ours = [&path] {
         QElapsedTimer timer;
         timer.start();
         if (!sampled(path))
             qFatal("the video gave no frames");
-        ourTimes.push_back(timer.nsecsElapsed() / 1e9);
-        const Run run = ffmpegFrames(path, positions, dir);
-        toolTimes.push_back(run.seconds);
-        toolPeak = std::max(toolPeak, run.peakKiB);
-    }
+        return timer.nsecsElapsed() / 1e9;
+    };
+    const Comparison times = alternated(Rounds, ours, [&] { return ffmpegFrames(path, positions, dir); });
     const long ourPeak
         = runProgram(QCoreApplication::applicationFilePath(), { QStringLiteral("--once"), path }).peakKiB;
-    const double ours = median(ourTimes);
-    const double tool = median(toolTimes);
+    const double ourMedian = times.ours;
+    const double tool = times.tool;
+    const long toolPeak = times.toolPeakKiB;
     std::printf("video frames  ours %6.3f s (%7ld KiB)  ffmpeg x%d %6.3f s (%7ld KiB)  "
                 "speed ours/tool %.2f  memory ours/tool %.2f\n",
-                ours,
+                ourMedian,
                 ourPeak,
                 Frames,
                 tool,
                 toolPeak,
-                tool / ours,
+                tool / ourMedian,
                 double(ourPeak) / double(std::max(toolPeak, 1L)));
     return 0;
 }

@@ -6,6 +6,7 @@
 #include <QStringList>
 #include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <vector>
 
 #include <sys/resource.h>
@@ -55,6 +56,34 @@ inline Run runProgram(const QString &program, const QStringList &arguments)
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
         qFatal("%s failed", qPrintable(program));
     return { timer.nsecsElapsed() / 1e9, usage.ru_maxrss };
+}
+
+// Medians of alternating rounds, ours then the tool's, after one unmeasured
+// pass of each that warms the page cache; the tool's peak is the largest of
+// its runs.
+struct Comparison
+{
+    double ours = 0;
+    double tool = 0;
+    long toolPeakKiB = 0;
+};
+
+inline Comparison alternated(int rounds, const std::function<double()> &ours, const std::function<Run()> &tool)
+{
+    ours();
+    tool();
+    std::vector<double> ourTimes;
+    std::vector<double> toolTimes;
+    Comparison result;
+    for (int round = 0; round < rounds; ++round) {
+        ourTimes.push_back(ours());
+        const Run run = tool();
+        toolTimes.push_back(run.seconds);
+        result.toolPeakKiB = std::max(result.toolPeakKiB, run.peakKiB);
+    }
+    result.ours = median(ourTimes);
+    result.tool = median(toolTimes);
+    return result;
 }
 
 } // namespace Nomly::Bench

@@ -27,53 +27,14 @@
 #include <unistd.h>
 
 #include "content/localspeechtranscriber.h"
+#include "programrun.h"
 
 using namespace Nomly;
+using namespace Nomly::Bench;
 
 namespace {
 
 constexpr int Rounds = 3;
-
-struct Run
-{
-    double seconds = 0;
-    long peakKiB = 0;
-};
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-// Runs a program and answers its time and maximum resident size, from the
-// kernel's accounting of that one child.
-Run runProgram(const QString &program, const QStringList &arguments)
-{
-    QElapsedTimer timer;
-    timer.start();
-    std::fflush(stdout);
-    const pid_t pid = fork();
-    if (pid == 0) {
-        std::vector<QByteArray> storage { QFile::encodeName(program) };
-        for (const QString &argument : arguments)
-            storage.push_back(argument.toLocal8Bit());
-        std::vector<char *> argv;
-        for (QByteArray &part : storage)
-            argv.push_back(part.data());
-        argv.push_back(nullptr);
-        if (!freopen("/dev/null", "w", stdout) || !freopen("/dev/null", "w", stderr))
-            _exit(126);
-        execvp(argv[0], argv.data());
-        _exit(127);
-    }
-    int status = 0;
-    rusage usage {};
-    wait4(pid, &status, 0, &usage);
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
-        qFatal("%s failed", qPrintable(program));
-    return { timer.nsecsElapsed() / 1e9, usage.ru_maxrss };
-}
 
 bool transcribes(const QString &path)
 {
@@ -99,19 +60,8 @@ QString speech(const QTemporaryDir &dir)
     const QString wave = dir.filePath(QStringLiteral("speech.wav"));
     runProgram(QStringLiteral("espeak-ng"), { QStringLiteral("-w"), spoken, text });
     runProgram(QStringLiteral("ffmpeg"),
-               { QStringLiteral("-nostdin"),
-                 QStringLiteral("-y"),
-                 QStringLiteral("-i"),
-                 spoken,
-                 QStringLiteral("-t"),
-                 QStringLiteral("55"),
-                 QStringLiteral("-ac"),
-                 QStringLiteral("1"),
-                 QStringLiteral("-ar"),
-                 QStringLiteral("16000"),
-                 QStringLiteral("-c:a"),
-                 QStringLiteral("pcm_s16le"),
-                 wave });
+               QStringList { QStringLiteral("-nostdin"), QStringLiteral("-y"), QStringLiteral("-i"), spoken }
+                   + QStringLiteral("-t 55 -ac 1 -ar 16000 -c:a pcm_s16le").split(u' ') + QStringList { wave });
     return wave;
 }
 
@@ -140,22 +90,13 @@ int main(int argc, char *argv[])
             qFatal("transcription gave nothing");
         return timer.nsecsElapsed() / 1e9;
     };
-    // One unmeasured pass of each warms the page cache and the model files.
-    ours();
-    runProgram(tool, arguments);
-    std::vector<double> ourTimes;
-    std::vector<double> toolTimes;
-    long toolPeak = 0;
-    for (int round = 0; round < Rounds; ++round) {
-        ourTimes.push_back(ours());
-        const Run run = runProgram(tool, arguments);
-        toolTimes.push_back(run.seconds);
-        toolPeak = std::max(toolPeak, run.peakKiB);
-    }
+    // The unmeasured first pass also loads the model files into the cache.
+    const Comparison times = alternated(Rounds, ours, [&] { return runProgram(tool, arguments); });
     const long ourPeak
         = runProgram(QCoreApplication::applicationFilePath(), { QStringLiteral("--once"), wave }).peakKiB;
-    const double ourMedian = median(ourTimes);
-    const double toolMedian = median(toolTimes);
+    const double ourMedian = times.ours;
+    const double toolMedian = times.tool;
+    const long toolPeak = times.toolPeakKiB;
     std::printf("transcription of 55 s  ours %7.3f s (%7ld KiB)  pocketsphinx_continuous %7.3f s (%7ld KiB)  "
                 "time ours/tool %.2f  memory ours/tool %.2f\n",
                 ourMedian,

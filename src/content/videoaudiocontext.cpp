@@ -45,7 +45,7 @@ private:
 
 // The bounded sample written to `sample`; false when the clip is too short,
 // has no sound or cannot be read in time.
-bool exportedSample(const QString &path, const QString &sample, QDeadlineTimer deadline, std::stop_token stop)
+bool exportedSample(const QString &path, const QString &sample, QDeadlineTimer deadline, const std::stop_token &stop)
 {
     QElapsedTimer timer;
     timer.start();
@@ -67,7 +67,9 @@ bool exportedSample(const QString &path, const QString &sample, QDeadlineTimer d
     return true;
 }
 
-std::optional<QString> boundedRecognition(const QString &path, const SongRecognizer &recognizer, std::stop_token stop)
+std::optional<QString> boundedRecognition(const QString &path,
+                                          const SongRecognizer &recognizer,
+                                          const std::stop_token &stop)
 {
     if (!QFileInfo(path).isReadable()) {
         qCInfo(lcProcessing).noquote() << "Video fingerprint recognition skipped unreadable file:" << path;
