@@ -16,6 +16,9 @@ namespace {
 // Probing reads at most this much of the file.
 constexpr int64_t ProbeBytes = 5'000'000;
 constexpr int64_t ProbeMicroseconds = 5'000'000;
+// The demuxers of the sound and video kinds Nomly reads.
+constexpr const char *ContainerDemuxers = "mov,mp4,m4a,3gp,3g2,mj2,matroska,webm,avi,mpegts,mpeg,mpegvideo,dv,asf,flv,"
+                                          "mp3,aac,wav,w64,flac,ogg,aiff,caf,wv,ape,ac3,eac3,amr,mxf,nut";
 
 } // namespace
 
@@ -43,7 +46,15 @@ std::optional<MediaInput> MediaInput::open(const QString &path, QDeadlineTimer d
     context->interrupt_callback = { due, input.m_interrupt.get() };
     context->probesize = ProbeBytes;
     context->max_analyze_duration = ProbeMicroseconds;
-    if (avformat_open_input(&context, QFile::encodeName(path).constData(), nullptr, nullptr) < 0)
+    // Only the file itself, read by the demuxer of a real container: a
+    // playlist or concatenation script dressed as a sound file would make
+    // the library fetch addresses or read other files of the user's.
+    AVDictionary *options = nullptr;
+    av_dict_set(&options, "protocol_whitelist", "file", 0);
+    av_dict_set(&options, "format_whitelist", ContainerDemuxers, 0);
+    const int opened = avformat_open_input(&context, QFile::encodeName(path).constData(), nullptr, &options);
+    av_dict_free(&options);
+    if (opened < 0)
         return std::nullopt; // the context is freed on failure
     input.m_context = context;
     if (avformat_find_stream_info(context, nullptr) < 0)

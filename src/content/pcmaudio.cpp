@@ -1,6 +1,7 @@
 #include "content/pcmaudio.h"
 
 #include <QFile>
+#include <QScopeGuard>
 #include <QtEndian>
 #include <algorithm>
 #include <cmath>
@@ -108,30 +109,48 @@ Result<PCMAudio> decodeAudio(
     if (decoder->ch_layout.nb_channels < 1 || decoder->sample_rate < 1)
         return failure("the sound track states no channels or rate");
 
-    AVChannelLayout mono = AV_CHANNEL_LAYOUT_MONO;
-    SwrContext *made = nullptr;
-    if (swr_alloc_set_opts2(&made,
-                            &mono,
-                            AV_SAMPLE_FMT_S16,
-                            sampleRate,
-                            &decoder->ch_layout,
-                            decoder->sample_fmt,
-                            decoder->sample_rate,
-                            0,
-                            nullptr)
-        < 0)
-        return failure("the sound cannot be resampled");
-    Resampler resampler(made);
-    if (swr_init(resampler.get()) < 0)
+    // A track may change its rate or layout part-way (joined recordings,
+    // broadcasts switching to surround); the resampler follows each change.
+    Resampler resampler;
+    int inRate = 0;
+    AVSampleFormat inFormat = AV_SAMPLE_FMT_NONE;
+    AVChannelLayout inLayout {};
+    const auto layoutKept = qScopeGuard([&inLayout] { av_channel_layout_uninit(&inLayout); });
+    const auto resampling = [&](AVChannelLayout &layout, int sampleFormat, int rate) -> bool {
+        if (resampler && rate == inRate && sampleFormat == inFormat
+            && av_channel_layout_compare(&layout, &inLayout) == 0)
+            return true;
+        AVChannelLayout mono = AV_CHANNEL_LAYOUT_MONO;
+        SwrContext *made = nullptr;
+        if (layout.nb_channels < 1 || rate < 1
+            || swr_alloc_set_opts2(
+                   &made, &mono, AV_SAMPLE_FMT_S16, sampleRate, &layout, AVSampleFormat(sampleFormat), rate, 0, nullptr)
+                < 0)
+            return false;
+        resampler.reset(made);
+        av_channel_layout_uninit(&inLayout);
+        if (swr_init(resampler.get()) < 0 || av_channel_layout_copy(&inLayout, &layout) < 0) {
+            resampler.reset();
+            return false;
+        }
+        inRate = rate;
+        inFormat = AVSampleFormat(sampleFormat);
+        return true;
+    };
+    if (!resampling(decoder->ch_layout, decoder->sample_fmt, decoder->sample_rate))
         return failure("the sound cannot be resampled");
 
+    // Timestamps count from the stream's own origin, which a broadcast
+    // recording puts hours in.
+    const double origin
+        = stream->start_time != AV_NOPTS_VALUE ? double(stream->start_time) * av_q2d(stream->time_base) : 0.0;
     const double start = std::max(0.0, window.startSeconds);
     if (start > 0) {
         // Landing a little early lets decoders that carry state from frame
         // to frame (MP3's reservoir) settle before the window begins.
         const double landing = std::max(0.0, start - SeekLeadSeconds);
-        const int64_t target
-            = av_rescale_q(int64_t(landing * AV_TIME_BASE), AVRational { 1, AV_TIME_BASE }, stream->time_base);
+        const int64_t target = av_rescale_q(
+            int64_t((landing + origin) * AV_TIME_BASE), AVRational { 1, AV_TIME_BASE }, stream->time_base);
         // A file that cannot seek is read from its start; the collector
         // drops what lies before the window.
         if (av_seek_frame(format, index, target, AVSEEK_FLAG_BACKWARD) >= 0)
@@ -156,8 +175,10 @@ Result<PCMAudio> decodeAudio(
     const auto drain = [&]() -> bool {
         while (avcodec_receive_frame(decoder.get(), frame.get()) >= 0) {
             const double frameSeconds = frame->best_effort_timestamp != AV_NOPTS_VALUE
-                ? double(frame->best_effort_timestamp) * av_q2d(stream->time_base)
+                ? double(frame->best_effort_timestamp) * av_q2d(stream->time_base) - origin
                 : nextSeconds;
+            if (!resampling(frame->ch_layout, frame->format, frame->sample_rate))
+                return false;
             const int room = swr_get_out_samples(resampler.get(), frame->nb_samples);
             if (room < 0)
                 return false;
@@ -167,7 +188,7 @@ Result<PCMAudio> decodeAudio(
                 resampler.get(), &out, room, const_cast<const uint8_t **>(frame->extended_data), frame->nb_samples);
             if (count < 0)
                 return false;
-            nextSeconds = frameSeconds + double(frame->nb_samples) / decoder->sample_rate;
+            nextSeconds = frameSeconds + double(frame->nb_samples) / inRate;
             collector.add(converted.data(), count, frameSeconds);
             av_frame_unref(frame.get());
             if (collector.full())

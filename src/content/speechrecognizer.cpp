@@ -126,11 +126,14 @@ std::optional<SpeechRecognizer> SpeechRecognizer::forLocale(const QString &local
                                  language.constData(),
                                  "-dict",
                                  dictionary.constData(),
-                                 "-logfn",
-                                 "/dev/null",
                                  nullptr);
-    if (engine->config)
+    if (engine->config) {
+        // The library keeps its log and parts of its model loading in
+        // globals without a lock; recognisers are made on worker threads.
+        static std::mutex loading;
+        const std::lock_guard<std::mutex> guard(loading);
         engine->decoder = ps_init(engine->config);
+    }
     if (!engine->decoder) {
         qCWarning(lcProcessing) << "Local speech recognition could not load the model for locale=" << locale << "from"
                                 << QFileInfo(files->acousticModel).path();

@@ -2,6 +2,7 @@
 
 #include <QTransform>
 #include <QtEndian>
+#include <algorithm>
 #include <cmath>
 
 extern "C" {
@@ -96,7 +97,8 @@ Result<DecodedVideoFrame> VideoFrameReader::frameAt(double seconds, double toler
     Result<DecodedVideoFrame> late = failure("no frame could be decoded");
     for (const double lead : SeekLeads) {
         const double from = std::max(0.0, seconds - lead);
-        const auto position = int64_t(std::llround((from + m_originSeconds) / timeBase));
+        // A stated duration can be absurd; the position stays in range.
+        const auto position = int64_t(std::llround(std::clamp((from + m_originSeconds) / timeBase, -9e18, 9e18)));
         // A file that cannot seek is read on from where it is, as the
         // positions only grow.
         const bool sought = av_seek_frame(m_input.context(), m_stream, position, AVSEEK_FLAG_BACKWARD) >= 0;

@@ -106,11 +106,13 @@ VideoFrameSamples aliasRecovered(
     QDir folder(folderPath);
     const QString alias = folder.filePath(QFileInfo(path).completeBaseName() + u'.' + *extension);
     VideoFrameSamples samples;
-    // A hard link costs nothing; another file system needs a copy.
+    // A hard link costs nothing; across file systems a symbolic link does
+    // the same. Never a copy: a large video would fill the temporary folder
+    // and outlive a killed process.
     const bool linked = ::link(QFile::encodeName(path).constData(), QFile::encodeName(alias).constData()) == 0;
     const QString linkError = linked ? QString() : QString::fromLocal8Bit(std::strerror(errno));
-    QFile original(path);
-    if (linked || original.copy(alias)) {
+    QFile original(QFileInfo(path).absoluteFilePath());
+    if (linked || original.link(alias)) {
         samples = generated(alias, count, target, quality, deadline, std::move(stop));
     } else {
         qCWarning(lcProcessing).noquote()
