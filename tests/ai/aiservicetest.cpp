@@ -698,18 +698,14 @@ private slots:
         } else {
             if (const QString missing = recordingToolsMissing(); !missing.isEmpty())
                 QSKIP(qPrintable(missing));
-            QCOMPARE(runFFmpeg({ u"-f"_s,
-                                 u"lavfi"_s,
-                                 u"-i"_s,
-                                 u"testsrc=size=1280x720:rate=10:duration=4"_s,
-                                 u"-f"_s,
-                                 u"lavfi"_s,
-                                 u"-i"_s,
-                                 u"sine=frequency=440:duration=4"_s,
-                                 u"-metadata"_s,
-                                 u"title=Harbour Tour"_s,
-                                 u"-shortest"_s,
-                                 path(name) }),
+            // A title card with words on it, so that the frames have text
+            // to read.
+            const QString card = path(u"card.png"_s);
+            QVERIFY(textImage(TextLines, 60).save(card));
+            const QString sound = u"sine=frequency=440:duration=4"_s;
+            QCOMPARE(runFFmpeg(QStringList { u"-loop"_s, u"1"_s, u"-i"_s, card, u"-f"_s, u"lavfi"_s, u"-i"_s, sound }
+                               + u"-t 4 -vf scale=1280:720 -pix_fmt yuv420p -metadata"_s.split(u' ')
+                               + QStringList { u"title=Harbour Tour"_s, path(name) }),
                      QString());
         }
         const QFileInfo file(path(name));
@@ -738,6 +734,10 @@ private slots:
             QCOMPARE(jpegEdge(image), edge);
         QVERIFY2(text.contains(textHas), qPrintable(text));
         QVERIFY(!text.contains(u"Visual frame preview could not be generated"_s));
+        if (frames > 0 && TextRecognizer::isAvailable())
+            QVERIFY2(text.contains(u"Visible text extracted locally from sampled video frames:\n"_s)
+                         && text.contains(u"4471"_s),
+                     qPrintable(text));
         // The sound sample made for the recogniser is gone.
         QCOMPARE(QDir::temp().entryList({ u"NomlyVideoAudioRecognition-*"_s }), QStringList());
     }
