@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "ai/cloudproviderendpoint.h"
+
 namespace Nomly {
 
 namespace {
@@ -10,23 +12,19 @@ struct ProviderRow
 {
     BackendProvider provider;
     QStringView name;
-    QStringView displayName;
     QStringView defaultModel;
-    QStringView defaultBaseUrl;
+    // Where the cloud providers' addresses and display names come from.
+    std::optional<AIProvider> cloud;
 };
 
 // The Groq model is the one id the application accepts for Groq, so that a
 // default here and a default there name the same model.
 constexpr std::array<ProviderRow, 5> Providers { {
-    { BackendProvider::OpenAI, u"openai", u"OpenAI", u"gpt-4o-mini", u"https://api.openai.com" },
-    { BackendProvider::Gemini,
-      u"gemini",
-      u"Google AI",
-      u"gemini-2.5-flash-lite",
-      u"https://generativelanguage.googleapis.com" },
-    { BackendProvider::Claude, u"claude", u"Anthropic", u"claude-haiku-4-5-20251001", u"https://api.anthropic.com" },
-    { BackendProvider::Groq, u"groq", u"Groq", u"qwen/qwen3.6-27b", u"https://api.groq.com/openai" },
-    { BackendProvider::Ollama, u"ollama", u"Ollama", u"", u"http://127.0.0.1:11434" },
+    { BackendProvider::OpenAI, u"openai", u"gpt-4o-mini", AIProvider::OpenAI },
+    { BackendProvider::Gemini, u"gemini", u"gemini-2.5-flash-lite", AIProvider::Gemini },
+    { BackendProvider::Claude, u"claude", u"claude-haiku-4-5-20251001", AIProvider::Claude },
+    { BackendProvider::Groq, u"groq", u"qwen/qwen3.6-27b", AIProvider::Groq },
+    { BackendProvider::Ollama, u"ollama", u"", std::nullopt },
 } };
 
 const ProviderRow &rowOf(BackendProvider provider)
@@ -43,7 +41,8 @@ QString providerName(BackendProvider provider)
 
 QString providerDisplayName(BackendProvider provider)
 {
-    return rowOf(provider).displayName.toString();
+    const ProviderRow &row = rowOf(provider);
+    return row.cloud ? cloudProviderEndpoint(*row.cloud).displayName.toString() : QStringLiteral("Ollama");
 }
 
 QString providerDefaultModel(BackendProvider provider)
@@ -53,7 +52,9 @@ QString providerDefaultModel(BackendProvider provider)
 
 QString providerDefaultBaseUrl(BackendProvider provider)
 {
-    return rowOf(provider).defaultBaseUrl.toString();
+    const ProviderRow &row = rowOf(provider);
+    return row.cloud ? cloudProviderEndpoint(*row.cloud).defaultBaseUrl.toString()
+                     : QStringLiteral("http://127.0.0.1:11434");
 }
 
 std::optional<BackendProvider> providerFromName(const QString &name)

@@ -6,6 +6,8 @@
 #include <QList>
 #include <QUrl>
 
+#include "ai/cloudproviderendpoint.h"
+
 namespace Nomly {
 
 namespace {
@@ -190,39 +192,17 @@ std::optional<QString> stringAt(const QJsonValue &value)
 // in the header that provider reads.
 QNetworkRequest addressed(const ProviderCall &call, const QString &path)
 {
-    QString base = call.baseUrl.trimmed();
-    while (base.endsWith(QLatin1Char('/')))
-        base.chop(1);
-    // Servers that speak a provider's protocol document their address with
-    // the version ("http://127.0.0.1:1234/v1"); the provider's own is
-    // documented without. Both name the same functions.
-    QStringView function = path;
-    const QStringView version = function.first(function.indexOf(QLatin1Char('/'), 1));
-    if (base.endsWith(version, Qt::CaseInsensitive))
-        function = function.sliced(version.size());
-    QNetworkRequest request(QUrl(base + function));
-    // Prompts, pictures and sound stay out of every cache.
-    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
-    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
-    const QByteArray key = call.apiKey.toUtf8();
     switch (call.provider) {
+    case BackendProvider::Gemini:
+        return providerRequest(call.baseUrl, path, ProviderAuth::GoogleApiKey, call.apiKey);
+    case BackendProvider::Claude:
+        return providerRequest(call.baseUrl, path, ProviderAuth::AnthropicApiKey, call.apiKey);
     case BackendProvider::OpenAI:
     case BackendProvider::Groq:
-        request.setRawHeader(QByteArrayLiteral("Authorization"), QByteArrayLiteral("Bearer ") + key);
-        break;
-    case BackendProvider::Gemini:
-        request.setRawHeader(QByteArrayLiteral("x-goog-api-key"), key);
-        break;
-    case BackendProvider::Claude:
-        request.setRawHeader(QByteArrayLiteral("x-api-key"), key);
-        request.setRawHeader(QByteArrayLiteral("anthropic-version"), QByteArrayLiteral("2023-06-01"));
-        break;
     case BackendProvider::Ollama:
-        if (!key.isEmpty())
-            request.setRawHeader(QByteArrayLiteral("Authorization"), QByteArrayLiteral("Bearer ") + key);
         break;
     }
-    return request;
+    return providerRequest(call.baseUrl, path, ProviderAuth::Bearer, call.apiKey);
 }
 
 } // namespace
