@@ -16,6 +16,7 @@
 #include "cli/historycommand.h"
 #include "cli/inspectcommand.h"
 #include "cli/keyscommand.h"
+#include "cli/modelscommand.h"
 #include "cli/previewcommand.h"
 #include "cli/quickcommand.h"
 #include "cli/renamecommand.h"
@@ -28,7 +29,7 @@ namespace Nomly {
 
 namespace {
 
-constexpr std::array<CliCommand, 17> Commands { {
+constexpr std::array<CliCommand, 18> Commands { {
     { u"rename", u"Rename files under the names the AI suggests, and record it", &runRenameCommand },
     { u"analyze", u"Show what the AI says about files, without renaming", &runAnalyzeCommand },
     { u"quick", u"Quick rename: what the file-manager actions run", &runQuickCommand },
@@ -46,6 +47,7 @@ constexpr std::array<CliCommand, 17> Commands { {
     { u"watch", u"Monitor: rename new files in the watched folders, in the foreground", &runWatchCommand },
     { u"monitor", u"Monitor's state: status, pause, resume", &runMonitorCommand },
     { u"keys", u"Your own API keys for the AI providers", &runKeysCommand },
+    { u"models", u"The models your own key can use at a provider", &runModelsCommand },
 } };
 
 QString usage()

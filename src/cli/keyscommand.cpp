@@ -1,11 +1,13 @@
 #include "cli/keyscommand.h"
 
 #include <QCommandLineParser>
+#include <QNetworkAccessManager>
 #include <QTextStream>
 #include <cstdio>
 
 #include <unistd.h>
 
+#include "ai/cloudaiprobeservice.h"
 #include "ai/keycustody.h"
 #include "ai/secretstores.h"
 #include "app/airoute.h"
@@ -19,7 +21,7 @@ namespace Nomly {
 
 namespace {
 
-const QString Usage = QStringLiteral("usage: nomly keys list | set PROVIDER | remove PROVIDER");
+const QString Usage = QStringLiteral("usage: nomly keys list | set PROVIDER | test PROVIDER | remove PROVIDER");
 
 QString providerNames()
 {
@@ -50,17 +52,19 @@ ExitStatus runKeysCommand(const QStringList &arguments)
                        "  nomly keys list              which providers have a key (never the key)\n"
                        "  nomly keys set PROVIDER      reads the key from standard input; the provider is asked\n"
                        "                               first, and a key it refuses is not stored\n"
+                       "  nomly keys test PROVIDER     tries the stored key with the provider's model list\n"
+                       "                               (\"Connection OK\", or what the provider answered)\n"
                        "  nomly keys remove PROVIDER\n\n"
                        "Example: printf '%%s' \"$KEY\" | nomly keys set openai")
             .arg(providerNames()));
     const QCommandLineOption helpOption = parser.addHelpOption();
-    parser.addPositionalArgument(QStringLiteral("ACTION"), QStringLiteral("list, set or remove."));
+    parser.addPositionalArgument(QStringLiteral("ACTION"), QStringLiteral("list, set, test or remove."));
 
     if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
         return *answered;
     const QStringList words = parser.positionalArguments();
     const QString action = words.value(0);
-    const bool takesProvider = action == u"set" || action == u"remove";
+    const bool takesProvider = action == u"set" || action == u"test" || action == u"remove";
     if ((!takesProvider && action != u"list") || words.size() != (takesProvider ? 2 : 1)) {
         CliOutput::error(Usage);
         return ExitStatus::UsageError;
@@ -94,6 +98,18 @@ ExitStatus runKeysCommand(const QStringList &arguments)
                                 .arg(has ? QStringLiteral("set") : QStringLiteral("not set")));
         }
         return ExitStatus::Success;
+    }
+    if (action == u"test") {
+        const std::optional<QString> stored = QCoro::waitFor(custody.load(*provider));
+        QNetworkAccessManager network;
+        CloudAIProbeService probe(network);
+        const AIConnectionStatus status = QCoro::waitFor(probe.testKey(*provider, stored.value_or(QString())));
+        if (status.kind == AIConnectionStatus::Kind::Ready) {
+            CliOutput::line(status.text());
+            return ExitStatus::Success;
+        }
+        CliOutput::error(QStringLiteral("%1: %2").arg(rawValue(*provider), status.text()));
+        return ExitStatus::ItemFailed;
     }
     if (action == u"set") {
         // The backend tries the key with the provider before anything is kept.

@@ -1,0 +1,83 @@
+#include "cli/modelscommand.h"
+
+#include <QCommandLineParser>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QNetworkAccessManager>
+
+#include "ai/cloudaiprobeservice.h"
+#include "ai/keycustody.h"
+#include "ai/secretstores.h"
+#include "cli/clioutput.h"
+#include "cli/commandparsing.h"
+
+namespace Nomly {
+
+namespace {
+
+QString providerNames()
+{
+    QStringList names;
+    for (const auto &[provider, raw] : AIProviderRawValues)
+        names.append(QString::fromUtf16(raw));
+    return names.join(QStringLiteral(", "));
+}
+
+} // namespace
+
+ExitStatus runModelsCommand(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("List the models of a provider (%1) that your stored key can use for analyses: the "
+                       "provider's own list, without models for speech, pictures, search or embeddings and "
+                       "without retired ones, sorted by id. 'nomly config set' with the provider's model key "
+                       "chooses one.")
+            .arg(providerNames()));
+    const QCommandLineOption helpOption = parser.addHelpOption();
+    const QCommandLineOption jsonOption(QStringLiteral("json"), QStringLiteral("Print JSON instead of text."));
+    parser.addOption(jsonOption);
+    parser.addPositionalArgument(QStringLiteral("PROVIDER"), QStringLiteral("The provider."));
+    if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
+        return *answered;
+    const QStringList words = parser.positionalArguments();
+    const auto provider = words.size() == 1 ? aiProviderFromRaw(words.first().toLower()) : std::nullopt;
+    if (!provider) {
+        CliOutput::error(
+            QStringLiteral("usage: nomly models PROVIDER [--json]; PROVIDER is one of: %1").arg(providerNames()));
+        return ExitStatus::UsageError;
+    }
+
+    SecretStores stores = SecretStores::forSession();
+    KeyCustody custody(*stores.primary, stores.legacy.get());
+    const std::optional<QString> key = QCoro::waitFor(custody.load(*provider));
+    QNetworkAccessManager network;
+    CloudAIProbeService probe(network);
+    // A result has no empty state for waitFor to start from.
+    std::optional<Result<QList<ModelOption>, ModelListError>> loaded;
+    const auto load = [&probe, &loaded](AIProvider which, QString secret) -> QCoro::Task<> {
+        loaded.emplace(co_await probe.loadModels(which, std::move(secret)));
+    };
+    QCoro::waitFor(load(*provider, key.value_or(QString())));
+    const Result<QList<ModelOption>, ModelListError> &models = *loaded;
+    if (!models) {
+        CliOutput::error(QStringLiteral("%1: %2").arg(rawValue(*provider), models.error()));
+        return ExitStatus::ItemFailed;
+    }
+    if (parser.isSet(jsonOption)) {
+        QJsonArray list;
+        for (const ModelOption &model : models.value())
+            list.append(QJsonObject { { QStringLiteral("id"), model.id },
+                                      { QStringLiteral("displayName"), model.displayName } });
+        CliOutput::json(QJsonDocument(list));
+        return ExitStatus::Success;
+    }
+    if (models.value().isEmpty())
+        CliOutput::line(QStringLiteral("No compatible analysis models returned by provider"));
+    for (const ModelOption &model : models.value())
+        CliOutput::line(model.displayName == model.id ? model.id
+                                                      : QStringLiteral("%1  (%2)").arg(model.id, model.displayName));
+    return ExitStatus::Success;
+}
+
+} // namespace Nomly
