@@ -454,6 +454,27 @@ private slots:
         QVERIFY(!nomly({ u"config"_s, u"get"_s, u"hasOpenaiApiKey"_s }).out.contains(u"true"_s));
     }
 
+    // A stored key is tried again on demand; a key revoked since is told.
+    void storedKeyIsTested()
+    {
+        ProviderPeer openai(ProviderPeer::Dialect::ChatCompletions);
+        m_environment.insert(u"NOMLY_OPENAI_BASE_URL"_s, openai.baseUrl() + u"/v1"_s);
+        setUpOwnKey(openai);
+
+        const CliRun good = nomly({ u"keys"_s, u"test"_s, u"openai"_s });
+        QCOMPARE(good.exitCode, 0);
+        QVERIFY2(good.out.contains(u"Connection OK"_s), qPrintable(good.err));
+        QCOMPARE(openai.received.last().header("authorization"), QByteArray("Bearer sk-test-4242"));
+
+        openai.fail(401, R"({"error":{"message":"revoked"}})"_ba);
+        const CliRun revoked = nomly({ u"keys"_s, u"test"_s, u"openai"_s });
+        QCOMPARE(revoked.exitCode, 1);
+        QVERIFY2(revoked.err.contains(u"OpenAI rejected the API key (401)"_s), qPrintable(revoked.err));
+        const CliRun models = nomly({ u"models"_s, u"openai"_s });
+        QCOMPARE(models.exitCode, 1);
+        QVERIFY2(models.err.contains(u"OpenAI returned status 401"_s), qPrintable(models.err));
+    }
+
 private:
     // The key is tried with the provider (one call to its model list, the
     // key in the header) before it is stored.
