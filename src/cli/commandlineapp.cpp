@@ -17,6 +17,7 @@
 #include "cli/inspectcommand.h"
 #include "cli/keyscommand.h"
 #include "cli/modelscommand.h"
+#include "cli/ollamacommand.h"
 #include "cli/previewcommand.h"
 #include "cli/quickcommand.h"
 #include "cli/renamecommand.h"
@@ -29,7 +30,7 @@ namespace Nomly {
 
 namespace {
 
-constexpr std::array<CliCommand, 18> Commands { {
+constexpr std::array<CliCommand, 19> Commands { {
     { u"rename", u"Rename files under the names the AI suggests, and record it", &runRenameCommand },
     { u"analyze", u"Show what the AI says about files, without renaming", &runAnalyzeCommand },
     { u"quick", u"Quick rename: what the file-manager actions run", &runQuickCommand },
@@ -47,7 +48,8 @@ constexpr std::array<CliCommand, 18> Commands { {
     { u"watch", u"Monitor: rename new files in the watched folders, in the foreground", &runWatchCommand },
     { u"monitor", u"Monitor's state: status, pause, resume", &runMonitorCommand },
     { u"keys", u"Your own API keys for the AI providers", &runKeysCommand },
-    { u"models", u"The models your own key can use at a provider", &runModelsCommand },
+    { u"models", u"The models your own key can use at a provider, or Ollama's", &runModelsCommand },
+    { u"ollama", u"The local Ollama: installed, answering, its models", &runOllamaCommand },
 } };
 
 QString usage()

@@ -3,12 +3,15 @@
 #include <QCommandLineParser>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QNetworkAccessManager>
 
+#include "ai/localollamaservice.h"
 #include "ai/remoteconfigservice.h"
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
 #include "cli/commandparsing.h"
 #include "cli/settingvalue.h"
+#include "cli/waitedresult.h"
 #include "settings/settingsjson.h"
 
 namespace Nomly {
@@ -65,6 +68,19 @@ ExitStatus setValue(CliProfile &profile, const QString &key, const QString &text
         CliOutput::error(QStringLiteral("'%1' is not a valid value for %2%3; nothing was saved")
                              .arg(text, key, error.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(error)));
         return ExitStatus::UsageError;
+    }
+    // The local route is switched on only where Ollama answers with a
+    // model, so that the next rename doesn't fail on every file.
+    if (decoded->aiProcessingMode == AIProcessingMode::Local
+        && profile.settings().aiProcessingMode != AIProcessingMode::Local) {
+        QNetworkAccessManager network;
+        LocalOllamaService ollama(network);
+        const Result<QStringList, LocalOllamaError> models
+            = waitedResult(ollama.installedModels(decoded->localAIEndpoint));
+        if (const std::optional<QString> refusal = LocalOllamaService::enableRefusal(models)) {
+            CliOutput::error(*refusal + QStringLiteral(" (%1; nothing was saved)").arg(decoded->localAIEndpoint));
+            return ExitStatus::ItemFailed;
+        }
     }
     if (const auto saved = profile.saveSettings(*decoded); !saved) {
         CliOutput::error(QStringLiteral("the settings could not be saved: %1").arg(saved.error()));

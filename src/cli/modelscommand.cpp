@@ -10,6 +10,8 @@
 #include "ai/secretstores.h"
 #include "cli/clioutput.h"
 #include "cli/commandparsing.h"
+#include "cli/ollamacommand.h"
+#include "cli/waitedresult.h"
 
 namespace Nomly {
 
@@ -29,10 +31,12 @@ ExitStatus runModelsCommand(const QStringList &arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        QStringLiteral("List the models of a provider (%1) that your stored key can use for analyses: the "
-                       "provider's own list, without models for speech, pictures, search or embeddings and "
-                       "without retired ones, sorted by id. 'nomly config set' with the provider's model key "
-                       "chooses one.")
+        QStringLiteral(
+            "List the models of a provider (%1) that your stored key can use for analyses, or with 'ollama' the "
+            "models of the local Ollama. For a provider: the "
+            "provider's own list, without models for speech, pictures, search or embeddings and "
+            "without retired ones, sorted by id. 'nomly config set' with the provider's model key "
+            "chooses one.")
             .arg(providerNames()));
     const QCommandLineOption helpOption = parser.addHelpOption();
     const QCommandLineOption jsonOption(QStringLiteral("json"), QStringLiteral("Print JSON instead of text."));
@@ -41,6 +45,8 @@ ExitStatus runModelsCommand(const QStringList &arguments)
     if (const auto answered = parseOrAnswer(parser, arguments, helpOption))
         return *answered;
     const QStringList words = parser.positionalArguments();
+    if (words == QStringList { QStringLiteral("ollama") })
+        return printOllamaModels(parser.isSet(jsonOption));
     const auto provider = words.size() == 1 ? aiProviderFromRaw(words.first().toLower()) : std::nullopt;
     if (!provider) {
         CliOutput::error(
@@ -53,13 +59,8 @@ ExitStatus runModelsCommand(const QStringList &arguments)
     const std::optional<QString> key = QCoro::waitFor(custody.load(*provider));
     QNetworkAccessManager network;
     CloudAIProbeService probe(network);
-    // A result has no empty state for waitFor to start from.
-    std::optional<Result<QList<ModelOption>, ModelListError>> loaded;
-    const auto load = [&probe, &loaded](AIProvider which, QString secret) -> QCoro::Task<> {
-        loaded.emplace(co_await probe.loadModels(which, std::move(secret)));
-    };
-    QCoro::waitFor(load(*provider, key.value_or(QString())));
-    const Result<QList<ModelOption>, ModelListError> &models = *loaded;
+    const Result<QList<ModelOption>, ModelListError> models
+        = waitedResult(probe.loadModels(*provider, key.value_or(QString())));
     if (!models) {
         CliOutput::error(QStringLiteral("%1: %2").arg(rawValue(*provider), models.error()));
         return ExitStatus::ItemFailed;

@@ -10,6 +10,7 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <csignal>
@@ -473,6 +474,37 @@ private slots:
         const CliRun models = nomly({ u"models"_s, u"openai"_s });
         QCOMPARE(models.exitCode, 1);
         QVERIFY2(models.err.contains(u"OpenAI returned status 401"_s), qPrintable(models.err));
+    }
+
+    // The local route goes on only where Ollama answers with a model;
+    // `ollama status` and `models ollama` say what there is.
+    void localRouteNeedsOllamaWithAModel()
+    {
+        QTcpServer gone;
+        QVERIFY(gone.listen(QHostAddress::LocalHost));
+        const QString deadEndpoint = u"http://127.0.0.1:%1"_s.arg(gone.serverPort());
+        gone.close();
+        QCOMPARE(nomly({ u"config"_s, u"set"_s, u"localAIEndpoint"_s, deadEndpoint }).exitCode, 0);
+        const CliRun refused = nomly({ u"config"_s, u"set"_s, u"aiProcessingMode"_s, u"local"_s });
+        QCOMPARE(refused.exitCode, 1);
+        QVERIFY2(refused.err.contains(u"Ollama before enabling Offline AI mode."_s), qPrintable(refused.err));
+        QVERIFY(nomly({ u"config"_s, u"get"_s, u"aiProcessingMode"_s }).out.contains(u"cloud"_s));
+        QVERIFY(nomly({ u"ollama"_s, u"status"_s }).out.contains(u"Ollama is not "_s));
+
+        OllamaPeer ollama;
+        ollama.models.clear();
+        QCOMPARE(nomly({ u"config"_s, u"set"_s, u"localAIEndpoint"_s, ollama.endpoint() }).exitCode, 0);
+        QVERIFY(nomly({ u"config"_s, u"set"_s, u"aiProcessingMode"_s, u"local"_s })
+                    .err.contains(u"Install at least one Ollama model before enabling Offline AI mode."_s));
+
+        ollama.models = QStringList { u"qwen3:latest"_s, u"llava:7b"_s };
+        QCOMPARE(nomly({ u"config"_s, u"set"_s, u"localAIModel"_s, u"qwen3"_s }).exitCode, 0);
+        QCOMPARE(nomly({ u"config"_s, u"set"_s, u"aiProcessingMode"_s, u"local"_s }).exitCode, 0);
+        const CliRun status = nomly({ u"ollama"_s, u"status"_s });
+        QVERIFY2(status.out.contains(u"Models: qwen3:latest, llava:7b\nChosen model: qwen3\n"_s),
+                 qPrintable(status.out));
+        QCOMPARE(QJsonDocument::fromJson(nomly({ u"models"_s, u"ollama"_s, u"--json"_s }).out.toUtf8()).array(),
+                 QJsonArray({ u"qwen3:latest"_s, u"llava:7b"_s }));
     }
 
 private:

@@ -43,8 +43,8 @@ private slots:
         OllamaPeer ollama;
         ollama.answerAlways(OllamaPeer::reply(u"{\"title\":\"Roadmap Minutes\"}"_s));
         for (const QStringList &arguments :
-             { QStringList { u"config"_s, u"set"_s, u"aiProcessingMode"_s, u"local"_s },
-               QStringList { u"config"_s, u"set"_s, u"localAIEndpoint"_s, ollama.endpoint() },
+             { QStringList { u"config"_s, u"set"_s, u"localAIEndpoint"_s, ollama.endpoint() },
+               QStringList { u"config"_s, u"set"_s, u"aiProcessingMode"_s, u"local"_s },
                QStringList { u"consent"_s, u"--agree"_s } })
             QCOMPARE(runCliServing(QStringLiteral(NOMLY_BINARY), arguments, offline, dir.path()).exitCode, 0);
         {

@@ -91,8 +91,9 @@ private slots:
         QVERIFY(QDir().mkpath(inbox()));
         QCOMPARE(nomly({ u"consent"_s, u"--agree"_s }).exitCode, 0);
         QCOMPARE(nomly({ u"folders"_s, u"add"_s, inbox() }).exitCode, 0);
-        for (const auto &[key, value] : { std::pair { u"aiProcessingMode"_s, u"local"_s },
-                                          std::pair { u"localAIEndpoint"_s, m_ollama->endpoint() },
+        // The endpoint first: the local route goes on only where Ollama answers.
+        for (const auto &[key, value] : { std::pair { u"localAIEndpoint"_s, m_ollama->endpoint() },
+                                          std::pair { u"aiProcessingMode"_s, u"local"_s },
                                           std::pair { u"localAIModel"_s, u"llama3.2-vision:latest"_s },
                                           std::pair { u"namingPattern"_s, u"{title}"_s } })
             QCOMPARE(nomly({ u"config"_s, u"set"_s, key, value }).exitCode, 0);
