@@ -7,24 +7,13 @@
 #include "app/airoute.h"
 #include "cli/clioutput.h"
 #include "cli/cliprofile.h"
+#include "cli/commandparsing.h"
 #include "cli/consentcommand.h"
 #include "cli/corelog.h"
 #include "settings/aiprocessingmode.h"
 #include "workflows/batchoptions.h"
 
 namespace Nomly {
-
-namespace {
-
-QString providerNames()
-{
-    QStringList names;
-    for (const auto &[provider, raw] : AIProviderRawValues)
-        names.append(QString::fromUtf16(raw));
-    return names.join(QStringLiteral(", "));
-}
-
-} // namespace
 
 RouteOptions::RouteOptions(QCommandLineParser &parser)
     : m_mode(QStringLiteral("mode"),
@@ -36,7 +25,7 @@ RouteOptions::RouteOptions(QCommandLineParser &parser)
                                 "NOMLY_OPENAI_BASE_URL (and _GEMINI_, _ANTHROPIC_, _GROQ_) put another server in the "
                                 "provider's place, with or without the version: http://127.0.0.1:1234/v1 and "
                                 "http://127.0.0.1:1234 are the same.")
-                     .arg(providerNames()),
+                     .arg(aiProviderNames()),
                  QStringLiteral("NAME"))
     , m_model(QStringLiteral("model"),
               QStringLiteral("The model: at the provider on the cloud route, the Ollama model on the local one."),
@@ -70,7 +59,7 @@ std::optional<AnalyzeBatchOptions> RouteOptions::read(const QCommandLineParser &
         provider = aiProviderFromRaw(parser.value(m_provider).toLower());
         if (!provider) {
             *error = QStringLiteral("unknown provider '%1'; use one of: %2")
-                         .arg(parser.value(m_provider), providerNames());
+                         .arg(parser.value(m_provider), aiProviderNames());
             return std::nullopt;
         }
         options.byokEnabled = true;

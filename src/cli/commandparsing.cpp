@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 
 #include "cli/clioutput.h"
+#include "settings/aiprovider.h"
 
 namespace Nomly {
 
@@ -25,6 +26,14 @@ std::optional<ExitStatus> parseOrAnswer(QCommandLineParser &parser,
         return ExitStatus::Success;
     }
     return std::nullopt;
+}
+
+QString aiProviderNames()
+{
+    QStringList names;
+    for (const auto &[provider, raw] : AIProviderRawValues)
+        names.append(QString::fromUtf16(raw));
+    return names.join(QStringLiteral(", "));
 }
 
 } // namespace Nomly

@@ -12,6 +12,9 @@ namespace Nomly {
 // Parses a command's arguments. A parse error is printed and answered with
 // the usage status, --help with the help text and success; none means the
 // command goes on.
+// The providers own keys are for, as users type them: "gemini, openai, ...".
+QString aiProviderNames();
+
 std::optional<ExitStatus> parseOrAnswer(QCommandLineParser &parser,
                                         const QStringList &arguments,
                                         const QCommandLineOption &helpOption);

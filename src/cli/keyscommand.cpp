@@ -23,14 +23,6 @@ namespace {
 
 const QString Usage = QStringLiteral("usage: nomly keys list | set PROVIDER | test PROVIDER | remove PROVIDER");
 
-QString providerNames()
-{
-    QStringList names;
-    for (const auto &[provider, raw] : AIProviderRawValues)
-        names.append(QString::fromUtf16(raw));
-    return names.join(QStringLiteral(", "));
-}
-
 // Keys come on standard input only: a key on the command line would stay in
 // the shell's history and in the process list.
 QString readKey()
@@ -56,7 +48,7 @@ ExitStatus runKeysCommand(const QStringList &arguments)
                        "                               (\"Connection OK\", or what the provider answered)\n"
                        "  nomly keys remove PROVIDER\n\n"
                        "Example: printf '%%s' \"$KEY\" | nomly keys set openai")
-            .arg(providerNames()));
+            .arg(aiProviderNames()));
     const QCommandLineOption helpOption = parser.addHelpOption();
     parser.addPositionalArgument(QStringLiteral("ACTION"), QStringLiteral("list, set, test or remove."));
 
@@ -71,7 +63,7 @@ ExitStatus runKeysCommand(const QStringList &arguments)
     }
     const auto provider = takesProvider ? aiProviderFromRaw(words.at(1).toLower()) : std::nullopt;
     if (takesProvider && !provider) {
-        CliOutput::error(QStringLiteral("unknown provider '%1'; use one of: %2").arg(words.at(1), providerNames()));
+        CliOutput::error(QStringLiteral("unknown provider '%1'; use one of: %2").arg(words.at(1), aiProviderNames()));
         return ExitStatus::UsageError;
     }
     QString key;

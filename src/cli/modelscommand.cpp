@@ -15,18 +15,6 @@
 
 namespace Nomly {
 
-namespace {
-
-QString providerNames()
-{
-    QStringList names;
-    for (const auto &[provider, raw] : AIProviderRawValues)
-        names.append(QString::fromUtf16(raw));
-    return names.join(QStringLiteral(", "));
-}
-
-} // namespace
-
 ExitStatus runModelsCommand(const QStringList &arguments)
 {
     QCommandLineParser parser;
@@ -37,7 +25,7 @@ ExitStatus runModelsCommand(const QStringList &arguments)
             "provider's own list, without models for speech, pictures, search or embeddings and "
             "without retired ones, sorted by id. 'nomly config set' with the provider's model key "
             "chooses one.")
-            .arg(providerNames()));
+            .arg(aiProviderNames()));
     const QCommandLineOption helpOption = parser.addHelpOption();
     const QCommandLineOption jsonOption(QStringLiteral("json"), QStringLiteral("Print JSON instead of text."));
     parser.addOption(jsonOption);
@@ -50,7 +38,7 @@ ExitStatus runModelsCommand(const QStringList &arguments)
     const auto provider = words.size() == 1 ? aiProviderFromRaw(words.first().toLower()) : std::nullopt;
     if (!provider) {
         CliOutput::error(
-            QStringLiteral("usage: nomly models PROVIDER [--json]; PROVIDER is one of: %1").arg(providerNames()));
+            QStringLiteral("usage: nomly models PROVIDER [--json]; PROVIDER is one of: %1").arg(aiProviderNames()));
         return ExitStatus::UsageError;
     }
 
