@@ -6,6 +6,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QNetworkAccessManager>
 #include <QPointer>
 #include <QPushButton>
 #include <QSignalBlocker>
@@ -13,6 +14,9 @@
 #include <array>
 #include <utility>
 
+#include "ai/cloudaiprobeservice.h"
+#include "ai/keycustody.h"
+#include "ai/localollamaservice.h"
 #include "ai/secretstores.h"
 #include "app/settingsviewmodel.h"
 #include "gui/launch.h"
@@ -93,6 +97,21 @@ AISetupTab::AISetupTab(SettingsViewModel &model, KeyCustody *custody, KeySyncSou
     m_localModel = new QLineEdit(this);
     m_localModel->setObjectName(QStringLiteral("localModel"));
 
+    m_network = new QNetworkAccessManager(this);
+    m_testKey = new QPushButton(tr("Test"), this);
+    m_testKey->setObjectName(QStringLiteral("testKey"));
+    m_connection = new QLabel(AIConnectionStatus().text(), this);
+    m_connection->setObjectName(QStringLiteral("connectionStatus"));
+    m_connection->setWordWrap(true);
+    m_byokModel = new QComboBox(this);
+    m_byokModel->setObjectName(QStringLiteral("byokModel"));
+    m_refreshOllama = new QPushButton(tr("Refresh"), this);
+    m_refreshOllama->setObjectName(QStringLiteral("refreshOllama"));
+    m_refreshOllama->setToolTip(tr("Refresh installed models from Ollama"));
+    m_ollamaState = new QLabel(this);
+    m_ollamaState->setObjectName(QStringLiteral("ollamaState"));
+    m_ollamaState->setWordWrap(true);
+
     auto *keyRow = new QHBoxLayout;
     keyRow->addWidget(m_key, 1);
     keyRow->addWidget(m_saveKey);
@@ -105,8 +124,17 @@ AISetupTab::AISetupTab(SettingsViewModel &model, KeyCustody *custody, KeySyncSou
     form->addRow(tr("API key"), keyRow);
     form->addRow(QString(), m_keyState);
     form->addRow(QString(), storage);
+    auto *testRow = new QHBoxLayout;
+    testRow->addWidget(m_connection, 1);
+    testRow->addWidget(m_testKey);
+    form->addRow(tr("Connection"), testRow);
+    form->addRow(tr("Model"), m_byokModel);
     form->addRow(tr("Local endpoint"), m_endpoint);
-    form->addRow(tr("Local model"), m_localModel);
+    auto *localRow = new QHBoxLayout;
+    localRow->addWidget(m_localModel, 1);
+    localRow->addWidget(m_refreshOllama);
+    form->addRow(tr("Local model"), localRow);
+    form->addRow(QString(), m_ollamaState);
     auto *layout = new QVBoxLayout(this);
     layout->addLayout(form);
     layout->addStretch(1);
@@ -137,6 +165,15 @@ AISetupTab::AISetupTab(SettingsViewModel &model, KeyCustody *custody, KeySyncSou
             return;
         }
         launch(change([name](Settings &settings) { settings.localAIModel = name; }));
+    });
+    connect(m_testKey, &QPushButton::clicked, this, [this] { launch(testKey()); });
+    connect(m_refreshOllama, &QPushButton::clicked, this, [this] { launch(refreshOllama()); });
+    connect(m_byokModel, &QComboBox::activated, this, [this] {
+        const AIProvider provider = selectedProvider();
+        const QString id = m_byokModel->currentData().toString();
+        launch(change([provider, id](Settings &settings) {
+            settings.byokModel(provider) = id.isEmpty() ? std::nullopt : std::optional(id);
+        }));
     });
     connect(m_key, &QLineEdit::textChanged, this, &AISetupTab::refresh);
     connect(m_key, &QLineEdit::returnPressed, this, [this] { launch(saveKey()); });
@@ -171,8 +208,21 @@ void AISetupTab::refresh()
     m_keyState->setText(!m_custody   ? tr("No secret store is available on this desktop.")
                             : stored ? tr("A key for %1 is stored.").arg(m_provider->currentText())
                                      : tr("No key for %1 is stored.").arg(m_provider->currentText()));
+    m_testKey->setEnabled(cloud && m_custody && stored);
+    m_byokModel->setEnabled(cloud && stored);
     m_endpoint->setEnabled(local);
     m_localModel->setEnabled(local);
+    m_refreshOllama->setEnabled(local);
+
+    // The picker keeps the saved choice even before a list came, and
+    // "Default" stands for none.
+    const QSignalBlocker modelBlocker(m_byokModel);
+    const std::optional<QString> chosen = settings.byokModel(settings.aiProvider);
+    if (m_byokModel->count() == 0)
+        m_byokModel->addItem(tr("Default"), QString());
+    if (chosen && m_byokModel->findData(*chosen) < 0)
+        m_byokModel->addItem(*chosen, *chosen);
+    m_byokModel->setCurrentIndex(std::max(0, m_byokModel->findData(chosen.value_or(QString()))));
 }
 
 void AISetupTab::addSection(QWidget *section)
@@ -216,6 +266,7 @@ QCoro::Task<> AISetupTab::saveKey()
     if (saved) {
         m_key->clear();
         refresh();
+        co_await testKey();
     } else {
         m_keyState->setText(tr("The key was not stored: %1").arg(saved.error()));
     }
@@ -227,6 +278,65 @@ QCoro::Task<> AISetupTab::removeKey()
         co_return;
     auto removing = m_model.removeApiKey(*m_custody, selectedProvider());
     co_await removing;
+}
+
+QCoro::Task<> AISetupTab::testKey()
+{
+    if (!m_custody)
+        co_return;
+    QPointer<AISetupTab> self(this);
+    const AIProvider provider = selectedProvider();
+    m_connection->setText(AIConnectionStatus { AIConnectionStatus::Kind::Testing, {} }.text());
+    auto loading = m_custody->load(provider);
+    const QString key = (co_await loading).value_or(QString());
+    if (!self)
+        co_return;
+    CloudAIProbeService probe(*m_network);
+    auto testing = probe.testKey(provider, key);
+    const AIConnectionStatus status = co_await testing;
+    if (!self || selectedProvider() != provider)
+        co_return;
+    m_connection->setText(status.text());
+    if (status.kind == AIConnectionStatus::Kind::Failed)
+        co_return;
+    m_byokModel->setPlaceholderText(tr("Loading models..."));
+    auto listing = probe.loadModels(provider, key);
+    const Result<QList<ModelOption>, ModelListError> models = co_await listing;
+    if (!self || selectedProvider() != provider)
+        co_return;
+    const QSignalBlocker blocker(m_byokModel);
+    m_byokModel->clear();
+    m_byokModel->addItem(tr("Default"), QString());
+    if (!models) {
+        m_connection->setText(models.error());
+    } else {
+        for (const ModelOption &option : models.value())
+            m_byokModel->addItem(option.displayName, option.id);
+        if (models.value().isEmpty())
+            m_connection->setText(tr("No compatible analysis models returned by provider"));
+    }
+    refresh();
+}
+
+QCoro::Task<> AISetupTab::refreshOllama()
+{
+    QPointer<AISetupTab> self(this);
+    const QString endpoint = m_model.settings().localAIEndpoint;
+    m_ollamaState->setText(tr("Asking Ollama..."));
+    LocalOllamaService ollama(*m_network);
+    auto listing = ollama.installedModels(endpoint);
+    const Result<QStringList, LocalOllamaError> models = co_await listing;
+    if (!self)
+        co_return;
+    if (!models) {
+        m_ollamaState->setText(models.error());
+        co_return;
+    }
+    const std::optional<QString> problem
+        = LocalOllamaService::modelCheck(models.value(), m_model.settings().localAIModel);
+    m_ollamaState->setText(models.value().isEmpty() ? tr("No models installed")
+                                                    : tr("Installed: %1").arg(models.value().join(QStringLiteral(", ")))
+                                   + (problem ? QStringLiteral(" — ") + *problem : QString()));
 }
 
 } // namespace Nomly

@@ -12,6 +12,7 @@ class QCheckBox;
 class QComboBox;
 class QLabel;
 class QLineEdit;
+class QNetworkAccessManager;
 class QPushButton;
 
 namespace Nomly {
@@ -43,6 +44,11 @@ public:
 
     QCoro::Task<> saveKey();
     QCoro::Task<> removeKey();
+    // Tries the stored key with the provider, then lists the models it can
+    // use in the model picker.
+    QCoro::Task<> testKey();
+    // Asks the local endpoint for its models.
+    QCoro::Task<> refreshOllama();
 
 private:
     void refresh();
@@ -62,6 +68,12 @@ private:
     QLabel *m_keyState = nullptr;
     QLineEdit *m_endpoint = nullptr;
     QLineEdit *m_localModel = nullptr;
+    QNetworkAccessManager *m_network = nullptr;
+    QPushButton *m_testKey = nullptr;
+    QLabel *m_connection = nullptr;
+    QComboBox *m_byokModel = nullptr;
+    QPushButton *m_refreshOllama = nullptr;
+    QLabel *m_ollamaState = nullptr;
 };
 
 } // namespace Nomly

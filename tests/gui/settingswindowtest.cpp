@@ -251,6 +251,10 @@ private slots:
         tab.findChild<QPushButton *>(u"saveKey"_s)->click();
         QTRY_VERIFY(model().settings().hasOpenaiApiKey);
         QTRY_VERIFY(key->text().isEmpty());
+        // The stored key is tried at once and the provider's models listed;
+        // this provider lists none that can analyse.
+        QTRY_COMPARE(tab.findChild<QLabel *>(u"connectionStatus"_s)->text(),
+                     u"No compatible analysis models returned by provider"_s);
         auto loading = m_profile->custody->load(AIProvider::OpenAI);
         QCOMPARE(QCoro::waitFor(std::move(loading)), std::optional<QString>(u"sk-test-123"_s));
 
