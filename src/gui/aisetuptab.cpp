@@ -141,6 +141,10 @@ AISetupTab::AISetupTab(SettingsViewModel &model, KeyCustody *custody, KeySyncSou
 
     connect(m_mode, &QComboBox::activated, this, [this] {
         const auto mode = static_cast<AIProcessingMode>(m_mode->currentData().toInt());
+        if (mode == AIProcessingMode::Local && m_model.settings().aiProcessingMode != AIProcessingMode::Local) {
+            launch(enableLocal());
+            return;
+        }
         launch(change([mode](Settings &settings) { settings.aiProcessingMode = mode; }));
     });
     connect(m_provider, &QComboBox::activated, this, [this] {
@@ -337,6 +341,26 @@ QCoro::Task<> AISetupTab::refreshOllama()
     m_ollamaState->setText(models.value().isEmpty() ? tr("No models installed")
                                                     : tr("Installed: %1").arg(models.value().join(QStringLiteral(", ")))
                                    + (problem ? QStringLiteral(" — ") + *problem : QString()));
+}
+
+QCoro::Task<> AISetupTab::enableLocal()
+{
+    QPointer<AISetupTab> self(this);
+    m_ollamaState->setText(tr("Asking Ollama..."));
+    LocalOllamaService ollama(*m_network);
+    auto listing = ollama.installedModels(m_model.settings().localAIEndpoint);
+    const Result<QStringList, LocalOllamaError> models = co_await listing;
+    if (!self)
+        co_return;
+    // The local route goes on only where Ollama answers with a model, so
+    // that the next rename doesn't fail on every file.
+    if (const std::optional<QString> refusal = LocalOllamaService::enableRefusal(models)) {
+        m_ollamaState->setText(*refusal);
+        refresh();
+        co_return;
+    }
+    m_ollamaState->setText(tr("Installed: %1").arg(models.value().join(QStringLiteral(", "))));
+    co_await change([](Settings &settings) { settings.aiProcessingMode = AIProcessingMode::Local; });
 }
 
 } // namespace Nomly

@@ -49,6 +49,9 @@ public:
     QCoro::Task<> testKey();
     // Asks the local endpoint for its models.
     QCoro::Task<> refreshOllama();
+    // Switches to the local route when Ollama answers with a model, else
+    // says why not and stays where it was.
+    QCoro::Task<> enableLocal();
 
 private:
     void refresh();

@@ -9,6 +9,7 @@
 #include <QPushButton>
 #include <QStandardPaths>
 #include <QTabWidget>
+#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTreeWidget>
@@ -26,6 +27,7 @@
 #include "gui/settingswindow.h"
 #include "gui/templateeditor.h"
 #include "gui/templatestab.h"
+#include "ollamapeer.h"
 #include "profileservices.h"
 #include "providerpeer.h"
 #include "settings/bundledpresets.h"
@@ -262,6 +264,33 @@ private slots:
         QTRY_VERIFY(!model().settings().hasOpenaiApiKey);
         auto checking = m_profile->custody->has(AIProvider::OpenAI);
         QVERIFY(!QCoro::waitFor(std::move(checking)));
+    }
+
+    // The local route is switched on only where Ollama answers with a
+    // model; otherwise the tab says why and the route stays.
+    void localRouteWaitsForOllama()
+    {
+        AISetupTab &tab = *m_window->aiSetupTab();
+        const auto pointAt = [this](const QString &endpoint) {
+            Settings settings = model().settings();
+            settings.localAIEndpoint = endpoint;
+            model().setSettings(settings);
+        };
+        QTcpServer gone;
+        QVERIFY(gone.listen(QHostAddress::LocalHost));
+        pointAt(u"http://127.0.0.1:%1"_s.arg(gone.serverPort()));
+        gone.close();
+        auto *mode = tab.findChild<QComboBox *>(u"processingMode"_s);
+        selectData(mode, u"Local (Ollama)"_s, Qt::DisplayRole);
+        QTRY_VERIFY2(tab.findChild<QLabel *>(u"ollamaState"_s)->text().endsWith(u"before enabling Offline AI mode."_s),
+                     qPrintable(tab.findChild<QLabel *>(u"ollamaState"_s)->text()));
+        QCOMPARE(model().settings().aiProcessingMode, AIProcessingMode::Cloud);
+        QCOMPARE(mode->currentText(), u"Cloud"_s);
+
+        Test::OllamaPeer ollama;
+        pointAt(ollama.endpoint());
+        selectData(mode, u"Local (Ollama)"_s, Qt::DisplayRole);
+        QTRY_COMPARE(model().settings().aiProcessingMode, AIProcessingMode::Local);
     }
 
 private:
