@@ -104,8 +104,9 @@ QJsonObject soundJson(const FileAudioAnalysisPayload &payload, const SongRecogni
     AudioEvidenceRoute local = cloud;
     local.local = true;
     const AudioEvidence hosted = gatherAudioEvidence(payload, cloud, recognizer);
+    const AudioEvidence onDevice = gatherAudioEvidence(payload, local, recognizer);
     QJsonObject sound { { QStringLiteral("cloud"), routeJson(hosted) },
-                        { QStringLiteral("local"), routeJson(gatherAudioEvidence(payload, local, recognizer)) } };
+                        { QStringLiteral("local"), routeJson(onDevice) } };
     if (hosted.durationSeconds)
         sound.insert(QStringLiteral("durationSeconds"), *hosted.durationSeconds);
 
@@ -118,6 +119,12 @@ QJsonObject soundJson(const FileAudioAnalysisPayload &payload, const SongRecogni
     }
     sound.insert(QStringLiteral("labels"), labels);
 
+    // The local route's own transcript is the one shown; only where its
+    // evidence came from elsewhere is the sound heard again, for the reason.
+    if (onDevice.source == AudioEvidenceSource::LocalTranscript) {
+        sound.insert(QStringLiteral("transcript"), onDevice.text.value_or(QString()));
+        return sound;
+    }
     LocalSpeechRequest request;
     request.path = payload.originalPath;
     request.filename = payload.filename;

@@ -7,12 +7,12 @@
 #include <QJsonObject>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QTcpServer>
 #include <QTest>
 
 #include "ai/ailocalollamaanalyzeclient.h"
 #include "ai/analysisprompt.h"
 #include "awaited.h"
+#include "loopbackresponder.h"
 #include "ollamapeer.h"
 
 using namespace Qt::StringLiterals;
@@ -47,14 +47,6 @@ OllamaPeer::Answer titledAfterFile(const OllamaPeer::Request &request, std::chro
 {
     const QString name = request.prompt().section(u"Filename: "_s, 1).section(u".txt"_s, 0, 0);
     return OllamaPeer::reply(u"{\"title\":\"Title "_s + name + u"\"}"_s, delay);
-}
-
-// A port on loopback that nothing listens on.
-quint16 closedPort()
-{
-    QTcpServer server;
-    server.listen(QHostAddress::LocalHost);
-    return server.serverPort();
 }
 
 } // namespace
@@ -299,7 +291,7 @@ private slots:
         QTest::addColumn<QString>("endpoint");
         QTest::addColumn<QString>("error");
 
-        QTest::newRow("refused") << u"127.0.0.1:%1"_s.arg(closedPort()) << Refused;
+        QTest::newRow("refused") << u"127.0.0.1:%1"_s.arg(Test::closedLoopbackPort()) << Refused;
         QTest::newRow("blank-endpoint") << u"   "_s << u"Ollama endpoint URL is invalid"_s;
     }
 

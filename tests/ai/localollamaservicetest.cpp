@@ -4,7 +4,6 @@
 
 #include <QFile>
 #include <QNetworkAccessManager>
-#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -16,18 +15,6 @@ using namespace Qt::StringLiterals;
 using Nomly::Test::LoopbackResponder;
 
 namespace Nomly {
-
-namespace {
-
-// A loopback port where nothing listens any more.
-quint16 deadPort()
-{
-    QTcpServer server;
-    server.listen(QHostAddress::LocalHost);
-    return server.serverPort();
-}
-
-} // namespace
 
 class LocalOllamaServiceTest : public QObject
 {
@@ -94,7 +81,7 @@ private slots:
 
         std::unique_ptr<LoopbackResponder> peer;
         // Without a scheme, and as users type "localhost".
-        QString endpoint = u"localhost:%1"_s.arg(deadPort());
+        QString endpoint = u"localhost:%1"_s.arg(Test::closedLoopbackPort());
         if (status >= 0) {
             peer = std::make_unique<LoopbackResponder>(status, body);
             endpoint = peer->baseUrl().replace(u"127.0.0.1"_s, u"localhost"_s).remove(u"http://"_s);

@@ -10,7 +10,6 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <csignal>
@@ -18,6 +17,7 @@
 
 #include "cliprocess.h"
 #include "filesystemfixtures.h"
+#include "loopbackresponder.h"
 #include "ollamapeer.h"
 #include "providerpeer.h"
 #include "samplepdfs.h"
@@ -480,10 +480,7 @@ private slots:
     // `ollama status` and `models ollama` say what there is.
     void localRouteNeedsOllamaWithAModel()
     {
-        QTcpServer gone;
-        QVERIFY(gone.listen(QHostAddress::LocalHost));
-        const QString deadEndpoint = u"http://127.0.0.1:%1"_s.arg(gone.serverPort());
-        gone.close();
+        const QString deadEndpoint = u"http://127.0.0.1:%1"_s.arg(Nomly::Test::closedLoopbackPort());
         QCOMPARE(nomly({ u"config"_s, u"set"_s, u"localAIEndpoint"_s, deadEndpoint }).exitCode, 0);
         const CliRun refused = nomly({ u"config"_s, u"set"_s, u"aiProcessingMode"_s, u"local"_s });
         QCOMPARE(refused.exitCode, 1);

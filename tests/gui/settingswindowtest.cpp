@@ -9,7 +9,6 @@
 #include <QPushButton>
 #include <QStandardPaths>
 #include <QTabWidget>
-#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTreeWidget>
@@ -27,6 +26,7 @@
 #include "gui/settingswindow.h"
 #include "gui/templateeditor.h"
 #include "gui/templatestab.h"
+#include "loopbackresponder.h"
 #include "ollamapeer.h"
 #include "profileservices.h"
 #include "providerpeer.h"
@@ -276,10 +276,7 @@ private slots:
             settings.localAIEndpoint = endpoint;
             model().setSettings(settings);
         };
-        QTcpServer gone;
-        QVERIFY(gone.listen(QHostAddress::LocalHost));
-        pointAt(u"http://127.0.0.1:%1"_s.arg(gone.serverPort()));
-        gone.close();
+        pointAt(u"http://127.0.0.1:%1"_s.arg(Test::closedLoopbackPort()));
         auto *mode = tab.findChild<QComboBox *>(u"processingMode"_s);
         selectData(mode, u"Local (Ollama)"_s, Qt::DisplayRole);
         QTRY_VERIFY2(tab.findChild<QLabel *>(u"ollamaState"_s)->text().endsWith(u"before enabling Offline AI mode."_s),

@@ -63,4 +63,11 @@ void LoopbackResponder::serve(QTcpSocket *socket)
     }
 }
 
+quint16 closedLoopbackPort()
+{
+    QTcpServer server;
+    server.listen(QHostAddress::LocalHost);
+    return server.serverPort();
+}
+
 } // namespace Nomly::Test

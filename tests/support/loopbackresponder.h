@@ -62,4 +62,8 @@ private:
     QHash<QTcpSocket *, QByteArray> m_buffers;
 };
 
+// A loopback port that nothing listens on any more: a connect there is
+// refused at once.
+quint16 closedLoopbackPort();
+
 } // namespace Nomly::Test
