@@ -127,7 +127,6 @@ private slots:
                                        << u"Preferred music video title: The Test Band - Harbour Lights"_s;
         QTest::newRow("no-catalogue") << u"tune.mp3"_s << u"audio file"_s << false << QString();
         QTest::newRow("other-tune") << u"other-tune.ogg"_s << u"audio file"_s << true << QString();
-        QTest::newRow("tone") << u"tone.flac"_s << u"audio file"_s << true << QString();
         QTest::newRow("silence") << u"silence.wav"_s << u"audio file"_s << true << QString();
         QTest::newRow("speech") << u"speech.mp3"_s << u"audio file"_s << true << QString();
         QTest::newRow("missing-file") << u"missing.mp3"_s << u"audio file"_s << true << QString();

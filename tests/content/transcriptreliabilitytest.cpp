@@ -36,7 +36,6 @@ private slots:
         const QString fragment = u"short audio clip with fragmentary transcript context"_s;
 
         QTest::newRow("nothing") << u""_s << 30.0 << u"a.wav"_s << empty;
-        QTest::newRow("only-whitespace") << u" \n\t "_s << 30.0 << u"a.wav"_s << empty;
         QTest::newRow("punctuation-is-no-word") << u"... ?!"_s << 30.0 << u"a.wav"_s << empty;
         QTest::newRow("stock-phrase-short-clip") << u"thanks for watching"_s << 6.0 << u"a.wav"_s << stock;
         QTest::newRow("stock-phrase-any-case") << u"Thank You For Watching!"_s << 40.0 << u"a.wav"_s << stock;
@@ -54,7 +53,6 @@ private slots:
             << u"we planted tomatoes and beans today thanks for watching"_s << -1.0 << u"a.wav"_s << stock;
         QTest::newRow("stock-phrase-despite-memo-name") << u"transcribed by"_s << 3.0 << u"memo.m4a"_s << stock;
         QTest::newRow("one-word-3s") << u"hello"_s << 3.0 << u"clip.wav"_s << veryShort;
-        QTest::newRow("one-word-3s-voice-name") << u"hello"_s << 3.0 << u"Voice 012.m4a"_s << u""_s;
         QTest::newRow("two-words-meeting-name") << u"okay then"_s << 4.0 << u"Team Meeting.m4a"_s << u""_s;
         QTest::newRow("two-words-exactly-5s") << u"okay then"_s << 5.0 << u"clip.wav"_s << veryShort;
         QTest::newRow("apostrophe-inside-word") << u"don't stop"_s << 4.0 << u"clip.wav"_s << veryShort;
@@ -65,7 +63,6 @@ private slots:
         QTest::newRow("three-words-ellipsis") << u"well I think\u2026"_s << 10.0 << u"clip.wav"_s << u""_s;
         QTest::newRow("three-words-exactly-15s") << u"see you soon"_s << 15.0 << u"clip.wav"_s << fragment;
         QTest::newRow("three-words-over-15s") << u"see you soon"_s << 15.5 << u"clip.wav"_s << u""_s;
-        QTest::newRow("four-words-10s") << u"see you very soon"_s << 10.0 << u"clip.wav"_s << u""_s;
         QTest::newRow("one-word-length-unknown") << u"hello"_s << -1.0 << u"clip.wav"_s << u""_s;
         QTest::newRow("digits-are-words") << u"7 42 9"_s << 4.0 << u"clip.wav"_s << fragment;
     }
