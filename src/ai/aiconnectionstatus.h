@@ -20,6 +20,8 @@ struct AIConnectionStatus
     Kind kind = Kind::NotTested;
     // Why, for a warning or a failure.
     QString message;
+    // The provider said it is asked too often.
+    bool rateLimited = false;
 
     QString text() const
     {

@@ -450,11 +450,14 @@ QCoro::Task<Result<PreparedAnalyzeRequests, AIServiceError>> AIService::prepareB
     if (!deviceSecret)
         co_return AIServiceError::apiError(deviceSecret.error());
 
+    // The user's own server speaks for itself: it may need no key, and its
+    // sound is heard here, as on the local route, rather than uploaded.
+    const bool ownServer = options.aiProvider == AIProvider::OpenAICompatible;
     std::optional<QString> apiKey;
     if (options.byokEnabled && !context.local && options.aiProvider) {
         auto loading = m_custody.load(*options.aiProvider);
         apiKey = trimmedOrNone(co_await loading);
-        if (!apiKey) {
+        if (!apiKey && !ownServer) {
             co_return AIServiceError::apiError(
                 QCoreApplication::translate("AIMessages", "Missing saved %1 BYOK key. Please save your API key again.")
                     .arg(displayName(*options.aiProvider)));
@@ -470,15 +473,18 @@ QCoro::Task<Result<PreparedAnalyzeRequests, AIServiceError>> AIService::prepareB
     if (options.regenerate)
         common.regenerate = true;
     common.language = resolvedOutputLanguage(options.outputLanguage, preferredLanguages, localeName);
-    context.audioRoute = AudioEvidenceRoute { context.local,      context.byokEnabled,
-                                              context.byokUsable, common.language.value_or(options.outputLanguage),
-                                              preferredLanguages, localeName };
+    context.audioRoute
+        = AudioEvidenceRoute { context.local || ownServer, context.byokEnabled,
+                               context.byokUsable,         common.language.value_or(options.outputLanguage),
+                               preferredLanguages,         localeName };
     common.byokEnabled = options.byokEnabled;
     if (options.aiProvider)
         common.aiProvider = rawValue(*options.aiProvider);
     common.apiKey = apiKey;
     if (options.byokEnabled && !context.local)
         common.byokModel = trimmedOrNone(options.byokModel);
+    if (ownServer && !context.local)
+        common.providerBaseUrl = options.providerBaseUrl;
     common.rejectedTitles = options.rejectedTitles;
     common.requestedFieldKeys = options.requestedFieldKeys;
     if (!options.outputOptions.includeDescription)

@@ -19,6 +19,8 @@ struct AnalyzeBatchOptions
     bool byokEnabled = false;
     std::optional<AIProvider> aiProvider;
     std::optional<QString> byokModel;
+    // Where the user's own OpenAI-compatible server answers, when it does.
+    std::optional<QString> providerBaseUrl;
     AIProcessingMode aiProcessingMode = AIProcessingMode::Cloud;
     QString localAIEndpoint;
     QString localAIModel;

@@ -38,6 +38,7 @@ constexpr QLatin1StringView ByokEnabled("byok_enabled");
 constexpr QLatin1StringView AiProvider("ai_provider");
 constexpr QLatin1StringView ApiKey("api_key");
 constexpr QLatin1StringView ByokModel("byok_model");
+constexpr QLatin1StringView ProviderBaseUrl("provider_base_url");
 constexpr QLatin1StringView RejectedTitles("rejected_titles");
 constexpr QLatin1StringView RequestedFieldKeys("requested_field_keys");
 constexpr QLatin1StringView IncludeDescription("include_description");
@@ -155,6 +156,7 @@ OrderedFields orderedFields(const AnalyzeRequest &request)
     out.add(Key::AiProvider, request.aiProvider);
     out.add(Key::ApiKey, request.apiKey);
     out.add(Key::ByokModel, request.byokModel);
+    out.add(Key::ProviderBaseUrl, request.providerBaseUrl);
     out.add(Key::RejectedTitles, request.rejectedTitles);
     out.add(Key::RequestedFieldKeys, request.requestedFieldKeys);
     out.addOnlyFalse(Key::IncludeDescription, request.includeDescription);
@@ -421,6 +423,7 @@ Result<AnalyzeRequest> analyzeRequestFromJson(const QJsonObject &json)
     in.read(Key::AiProvider, request.aiProvider, asString, AString);
     in.read(Key::ApiKey, request.apiKey, asString, AString);
     in.read(Key::ByokModel, request.byokModel, asString, AString);
+    in.read(Key::ProviderBaseUrl, request.providerBaseUrl, asString, AString);
     in.read(Key::RejectedTitles, request.rejectedTitles, asStringList, AStringList);
     in.read(Key::RequestedFieldKeys, request.requestedFieldKeys, asStringList, AStringList);
     in.read(Key::IncludeDescription, request.includeDescription, asBool, ABool);

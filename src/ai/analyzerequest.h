@@ -37,9 +37,12 @@ struct AnalyzeRequest
     std::optional<bool> regenerate;
     std::optional<QString> language;
     std::optional<bool> byokEnabled;
-    std::optional<QString> aiProvider; // "gemini", "openai", "claude" or "groq"
+    std::optional<QString> aiProvider; // "gemini", "openai", "claude", "groq" or "openaiCompatible"
     std::optional<QString> apiKey;
     std::optional<QString> byokModel;
+    // The address of the user's own OpenAI-compatible server; a backend
+    // answers it only where its operator allows.
+    std::optional<QString> providerBaseUrl;
     std::optional<QStringList> rejectedTitles;
     std::optional<QStringList> requestedFieldKeys;
     std::optional<bool> includeDescription; // only ever false when present

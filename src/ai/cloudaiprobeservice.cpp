@@ -25,17 +25,25 @@ QString nameOf(AIProvider provider)
     return cloudProviderEndpoint(provider).displayName.toString();
 }
 
+// A server of the user's own often runs without any key.
+bool keyIsOptional(AIProvider provider)
+{
+    return provider == AIProvider::OpenAICompatible;
+}
+
 } // namespace
 
 CloudAIProbeService::CloudAIProbeService(QNetworkAccessManager &network)
     : m_network(network)
 {}
 
-std::optional<QNetworkRequest> CloudAIProbeService::probeRequest(AIProvider provider, const QString &key)
+std::optional<QNetworkRequest> CloudAIProbeService::probeRequest(AIProvider provider,
+                                                                 const QString &key,
+                                                                 const QString &serverUrl)
 {
     const CloudProviderEndpoint &endpoint = cloudProviderEndpoint(provider);
-    QNetworkRequest request
-        = providerRequest(cloudProviderBaseUrl(provider), endpoint.modelListPath, endpoint.auth, key.trimmed());
+    QNetworkRequest request = providerRequest(
+        cloudProviderBaseUrl(provider, serverUrl), endpoint.modelListPath, endpoint.auth, key.trimmed());
     QUrl url = request.url();
     if (!url.isValid() || url.host().isEmpty() || (url.scheme() != u"https" && url.scheme() != u"http"))
         return std::nullopt;
@@ -63,14 +71,18 @@ QCoro::Task<CloudAIProbeService::Answer> CloudAIProbeService::fetch(QNetworkRequ
     co_return answer;
 }
 
-QCoro::Task<AIConnectionStatus> CloudAIProbeService::testKey(AIProvider provider, QString key)
+QCoro::Task<AIConnectionStatus> CloudAIProbeService::testKey(AIProvider provider, QString key, QString serverUrl)
 {
     using Kind = AIConnectionStatus::Kind;
-    if (key.trimmed().isEmpty())
+    if (key.trimmed().isEmpty() && !keyIsOptional(provider))
         co_return AIConnectionStatus { Kind::Failed, QStringLiteral("Save an API key first") };
-    const std::optional<QNetworkRequest> request = probeRequest(provider, key);
-    if (!request)
-        co_return AIConnectionStatus { Kind::Failed, QStringLiteral("Invalid request URL") };
+    const std::optional<QNetworkRequest> request = probeRequest(provider, key, serverUrl);
+    if (!request) {
+        co_return AIConnectionStatus { Kind::Failed,
+                                       cloudProviderBaseUrl(provider, serverUrl).isEmpty()
+                                           ? QStringLiteral("Set the server's address first")
+                                           : QStringLiteral("Invalid request URL") };
+    }
     const Answer answer = co_await fetch(*request);
     const QString name = nameOf(provider);
     if (answer.status == 0)
@@ -82,7 +94,8 @@ QCoro::Task<AIConnectionStatus> CloudAIProbeService::testKey(AIProvider provider
                                        QStringLiteral("%1 rejected the API key (%2)").arg(name).arg(answer.status) };
     if (answer.status == 429)
         co_return AIConnectionStatus { Kind::Warning,
-                                       QStringLiteral("%1 is rate limiting — try again in a moment").arg(name) };
+                                       QStringLiteral("%1 is rate limiting — try again in a moment").arg(name),
+                                       true };
     if (answer.status >= 500)
         co_return AIConnectionStatus {
             Kind::Warning, QStringLiteral("%1 is temporarily unavailable (%2)").arg(name).arg(answer.status)
@@ -91,12 +104,13 @@ QCoro::Task<AIConnectionStatus> CloudAIProbeService::testKey(AIProvider provider
 }
 
 QCoro::Task<Result<QList<ModelOption>, ModelListError>> CloudAIProbeService::loadModels(AIProvider provider,
-                                                                                        QString key)
+                                                                                        QString key,
+                                                                                        QString serverUrl)
 {
     using Kind = ModelListError::Kind;
-    if (key.trimmed().isEmpty())
+    if (key.trimmed().isEmpty() && !keyIsOptional(provider))
         co_return ModelListError { Kind::MissingApiKey, {}, 0 };
-    const std::optional<QNetworkRequest> request = probeRequest(provider, key);
+    const std::optional<QNetworkRequest> request = probeRequest(provider, key, serverUrl);
     if (!request)
         co_return ModelListError { Kind::InvalidRequest, {}, 0 };
     const Answer answer = co_await fetch(*request);

@@ -32,14 +32,20 @@ public:
     void setTimeout(std::chrono::milliseconds timeout) { m_timeout = timeout; }
 
     // The model list request with the key where the provider reads it; none
-    // when no valid address can be made.
-    static std::optional<QNetworkRequest> probeRequest(AIProvider provider, const QString &key);
+    // when no valid address can be made. `serverUrl` is the address the user
+    // configured for their own server; the environment's stays over it.
+    static std::optional<QNetworkRequest> probeRequest(AIProvider provider,
+                                                       const QString &key,
+                                                       const QString &serverUrl = {});
 
-    QCoro::Task<AIConnectionStatus> testKey(AIProvider provider, QString key);
+    // The user's own server may need no key; every vendor does.
+    QCoro::Task<AIConnectionStatus> testKey(AIProvider provider, QString key, QString serverUrl = {});
 
     // The provider's models that can analyse, sorted; empty when it offers
     // none of them.
-    QCoro::Task<Result<QList<ModelOption>, ModelListError>> loadModels(AIProvider provider, QString key);
+    QCoro::Task<Result<QList<ModelOption>, ModelListError>> loadModels(AIProvider provider,
+                                                                       QString key,
+                                                                       QString serverUrl = {});
 
 private:
     struct Answer

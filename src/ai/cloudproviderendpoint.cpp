@@ -9,7 +9,7 @@ namespace {
 
 // In the order of AIProvider. Groq's OpenAI-compatible API sits under its
 // own prefix, which is part of the base address.
-constexpr std::array<CloudProviderEndpoint, 4> Endpoints { {
+constexpr std::array<CloudProviderEndpoint, 5> Endpoints { {
     { u"Google AI",
       u"https://generativelanguage.googleapis.com",
       QLatin1StringView("NOMLY_GEMINI_BASE_URL"),
@@ -34,10 +34,16 @@ constexpr std::array<CloudProviderEndpoint, 4> Endpoints { {
       u"/v1/models",
       u"",
       ProviderAuth::Bearer },
+    { u"OpenAI-compatible server",
+      u"",
+      QLatin1StringView("NOMLY_OPENAI_COMPATIBLE_BASE_URL"),
+      u"/v1/models",
+      u"",
+      ProviderAuth::Bearer },
 } };
 
 static_assert(int(AIProvider::Gemini) == 0 && int(AIProvider::OpenAI) == 1 && int(AIProvider::Claude) == 2
-              && int(AIProvider::Groq) == 3);
+              && int(AIProvider::Groq) == 3 && int(AIProvider::OpenAICompatible) == 4);
 
 } // namespace
 
@@ -46,11 +52,15 @@ const CloudProviderEndpoint &cloudProviderEndpoint(AIProvider provider)
     return Endpoints.at(static_cast<std::size_t>(provider));
 }
 
-QString cloudProviderBaseUrl(AIProvider provider)
+QString cloudProviderBaseUrl(AIProvider provider, const QString &configured)
 {
     const CloudProviderEndpoint &endpoint = cloudProviderEndpoint(provider);
-    const QString overridden = qEnvironmentVariable(endpoint.baseUrlVariable.data()).trimmed();
-    return overridden.isEmpty() ? endpoint.defaultBaseUrl.toString() : overridden;
+    if (const QString overridden = qEnvironmentVariable(endpoint.baseUrlVariable.data()).trimmed();
+        !overridden.isEmpty())
+        return overridden;
+    if (const QString chosen = configured.trimmed(); !chosen.isEmpty())
+        return chosen;
+    return endpoint.defaultBaseUrl.toString();
 }
 
 QNetworkRequest providerRequest(const QString &baseUrl, QStringView path, ProviderAuth auth, const QString &key)

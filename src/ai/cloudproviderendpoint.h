@@ -24,6 +24,7 @@ struct CloudProviderEndpoint
 {
     // The name users know the service by, in messages ("Anthropic").
     QStringView displayName;
+    // Empty for the user's own server, which has no address of its own.
     QStringView defaultBaseUrl;
     // The environment variable whose address replaces the default (another
     // server speaking the same protocol).
@@ -35,8 +36,9 @@ struct CloudProviderEndpoint
 
 const CloudProviderEndpoint &cloudProviderEndpoint(AIProvider provider);
 
-// The environment's address for the provider, else its own.
-QString cloudProviderBaseUrl(AIProvider provider);
+// The environment's address for the provider, else the one the user
+// configured, else the provider's own.
+QString cloudProviderBaseUrl(AIProvider provider, const QString &configured = {});
 
 // The provider's function at `path` ("/v1/models") under `baseUrl`, with the
 // key where `auth` puts it; kept out of every cache. A base address given

@@ -10,6 +10,7 @@
 
 #include "ai/backenderrormessage.h"
 #include "ai/byoksyncrequest.h"
+#include "ai/cloudaiprobeservice.h"
 #include "ai/deviceservice.h"
 #include "ai/hostedbackend.h"
 #include "ai/keycustody.h"
@@ -159,8 +160,17 @@ QCoro::Task<Result<BYOKSyncResponse>> KeySync::sync(AIProvider provider,
                                                     bool enabled,
                                                     bool toggleOnly,
                                                     bool modelOnly,
-                                                    bool transientOnly)
+                                                    bool transientOnly,
+                                                    QString serverUrl)
 {
+    if (provider == AIProvider::OpenAICompatible) {
+        auto local = syncOwnServer(std::move(apiKey),
+                                   std::move(model),
+                                   enabled,
+                                   modelOnly,
+                                   toggleOnly || transientOnly ? QString() : std::move(serverUrl));
+        co_return co_await local;
+    }
     auto credentialsTask = credentialsFrom(m_device);
     const Result<DeviceCredentials> credentials = co_await credentialsTask;
     if (!credentials) {
@@ -208,11 +218,36 @@ QCoro::Task<Result<BYOKSyncResponse>> KeySync::sync(AIProvider provider,
     co_return response;
 }
 
+QCoro::Task<Result<BYOKSyncResponse>> KeySync::syncOwnServer(
+    QString apiKey, std::optional<QString> model, bool enabled, bool modelOnly, QString serverUrl)
+{
+    constexpr AIProvider Provider = AIProvider::OpenAICompatible;
+    if (!apiKey.isEmpty() && !modelOnly) {
+        CloudAIProbeService probe(m_network);
+        auto testing = probe.testKey(Provider, apiKey, serverUrl);
+        if (const AIConnectionStatus status = co_await testing; status.kind == AIConnectionStatus::Kind::Failed)
+            co_return byokSyncFailure(BYOKSyncError::Server, status.text());
+        auto saved = m_custody.save(Provider, apiKey);
+        if (!co_await saved)
+            co_return byokSyncFailure(BYOKSyncError::KeychainSaveFailed);
+    }
+    BYOKSyncResponse response;
+    response.success = true;
+    response.aiProvider = rawValue(Provider);
+    response.byokEnabled = enabled;
+    if (modelOnly) {
+        response.byokModel = model;
+        response.didReturnByokModel = true;
+    }
+    co_return response;
+}
+
 QCoro::Task<Result<BYOKSyncResponse>> KeySync::saveKey(AIProvider provider,
                                                        QString apiKey,
-                                                       std::optional<QString> model)
+                                                       std::optional<QString> model,
+                                                       QString serverUrl)
 {
-    auto task = sync(provider, std::move(apiKey), std::move(model), true);
+    auto task = sync(provider, std::move(apiKey), std::move(model), true, false, false, false, std::move(serverUrl));
     co_return co_await task;
 }
 

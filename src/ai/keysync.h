@@ -30,15 +30,22 @@ public:
     KeySync(const KeySync &) = delete;
     KeySync &operator=(const KeySync &) = delete;
 
-    // The general call; the four below are its uses.
+    // The general call; the four below are its uses. The user's own
+    // OpenAI-compatible server is no business of the backend's: its key is
+    // tried with the server at `serverUrl` and kept here, and the other
+    // changes are answered here.
     QCoro::Task<Result<BYOKSyncResponse>> sync(AIProvider provider,
                                                QString apiKey,
                                                std::optional<QString> model,
                                                bool enabled,
                                                bool toggleOnly = false,
                                                bool modelOnly = false,
-                                               bool transientOnly = false);
-    QCoro::Task<Result<BYOKSyncResponse>> saveKey(AIProvider provider, QString apiKey, std::optional<QString> model);
+                                               bool transientOnly = false,
+                                               QString serverUrl = {});
+    QCoro::Task<Result<BYOKSyncResponse>> saveKey(AIProvider provider,
+                                                  QString apiKey,
+                                                  std::optional<QString> model,
+                                                  QString serverUrl = {});
     QCoro::Task<Result<BYOKSyncResponse>> setKeyEnabled(AIProvider provider, bool enabled);
     QCoro::Task<Result<BYOKSyncResponse>> changeModel(AIProvider provider, QString model);
     QCoro::Task<Result<BYOKSyncResponse>> clearKey(AIProvider provider);
@@ -47,6 +54,9 @@ public:
     QCoro::Task<Result<OllamaSyncResponse>> syncOfflineMode(bool enabled);
 
 private:
+    QCoro::Task<Result<BYOKSyncResponse>> syncOwnServer(
+        QString apiKey, std::optional<QString> model, bool enabled, bool modelOnly, QString serverUrl);
+
     QNetworkAccessManager &m_network;
     const HostedBackend &m_backend;
     DeviceService &m_device;

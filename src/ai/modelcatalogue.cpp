@@ -112,6 +112,10 @@ bool isSupported(AIProvider provider, const QString &modelId)
         return id.startsWith(u"claude-");
     case AIProvider::Groq:
         return id == u"qwen/qwen3.6-27b";
+    case AIProvider::OpenAICompatible:
+        // The user's own server lists the models they loaded; which of them
+        // can follow the prompt is theirs to know.
+        return true;
     }
     return false;
 }

@@ -55,6 +55,7 @@ Result<std::unique_ptr<AIRoute>> AIRoute::open(UserDefaults &defaults,
     } else {
         BackendConfig config = BackendConfig::fromEnvironment();
         config.gatewayToken = freshToken();
+        config.callsClientServers = true;
         route->m_builtInBackend = std::make_unique<BackendServer>(config);
         if (!route->m_builtInBackend->listen(QHostAddress::LocalHost, 0)) {
             return Failure {

@@ -17,11 +17,10 @@ namespace Nomly {
 namespace {
 
 // A route that needs no setup from us: the user's own key for the chosen
-// provider, or a local server.
+// provider, or a server of their own.
 bool hasOwnRoute(const Settings &settings)
 {
-    return (settings.byokEnabled && settings.hasApiKey(settings.aiProvider))
-        || settings.aiProcessingMode == AIProcessingMode::Local;
+    return settings.ownProvider() || settings.aiProcessingMode == AIProcessingMode::Local;
 }
 
 } // namespace
@@ -159,7 +158,8 @@ QCoro::Task<bool> SettingsViewModel::markApiKey(AIProvider provider, bool has)
 QCoro::Task<Result<>> SettingsViewModel::saveApiKey(KeySync &sync, AIProvider provider, QString key)
 {
     QPointer<SettingsViewModel> self(this);
-    auto saving = sync.saveKey(provider, std::move(key), m_settings.byokModel(provider));
+    auto saving
+        = sync.saveKey(provider, std::move(key), m_settings.byokModel(provider), m_settings.openaiCompatibleBaseUrl);
     const Result<BYOKSyncResponse> saved = co_await saving;
     if (!saved)
         co_return saved.failure();

@@ -75,6 +75,7 @@ QString transcriptionModel(BackendProvider provider)
     case BackendProvider::Gemini:
     case BackendProvider::Claude:
     case BackendProvider::Ollama:
+    case BackendProvider::OpenAICompatible:
         break;
     }
     return {};

@@ -75,6 +75,20 @@ Result<ProviderCall> BackendAnalyzer::callFor(const AnalyzeRequest &request) con
         call.model = m_config.ollamaModel.trimmed();
         if (call.model.isEmpty())
             return Failure { QStringLiteral("No Ollama model is set for nomly-backend.") };
+    } else if (*provider == BackendProvider::OpenAICompatible) {
+        // The operator's address stays over the request's, as the
+        // environment stays over settings elsewhere.
+        call.baseUrl = m_config.baseUrls.value(name);
+        if (call.baseUrl.isEmpty() && m_config.callsClientServers)
+            call.baseUrl = trimmed(request.providerBaseUrl);
+        if (call.baseUrl.isEmpty())
+            return Failure { m_config.callsClientServers
+                                 ? QStringLiteral("No address is set for the OpenAI-compatible server.")
+                                 : QStringLiteral("This backend does not call servers that clients name.") };
+        call.apiKey = ownKey ? trimmed(request.apiKey) : m_config.operatorKeys.value(name).trimmed();
+        call.model = trimmed(request.byokModel);
+        if (call.model.isEmpty())
+            return Failure { QStringLiteral("Choose a model of the OpenAI-compatible server.") };
     } else {
         call.baseUrl = m_config.baseUrls.value(name, providerDefaultBaseUrl(*provider));
         std::optional<QString> savedModel;

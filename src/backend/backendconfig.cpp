@@ -3,28 +3,26 @@
 #include <QProcessEnvironment>
 #include <array>
 
+#include "ai/cloudproviderendpoint.h"
+
 namespace Nomly {
 
 namespace {
 
-struct ProviderVariables
+// The operator's key for each provider; the address variables are the
+// ones the providers' endpoints name.
+struct OperatorKeyVariable
 {
-    QLatin1StringView provider;
-    QLatin1StringView baseUrl;
+    AIProvider provider;
     QLatin1StringView apiKey;
 };
 
-constexpr std::array<ProviderVariables, 4> PerProvider { {
-    { QLatin1StringView("openai"),
-      QLatin1StringView("NOMLY_OPENAI_BASE_URL"),
-      QLatin1StringView("NOMLY_OPENAI_API_KEY") },
-    { QLatin1StringView("gemini"),
-      QLatin1StringView("NOMLY_GEMINI_BASE_URL"),
-      QLatin1StringView("NOMLY_GEMINI_API_KEY") },
-    { QLatin1StringView("claude"),
-      QLatin1StringView("NOMLY_ANTHROPIC_BASE_URL"),
-      QLatin1StringView("NOMLY_ANTHROPIC_API_KEY") },
-    { QLatin1StringView("groq"), QLatin1StringView("NOMLY_GROQ_BASE_URL"), QLatin1StringView("NOMLY_GROQ_API_KEY") },
+constexpr std::array<OperatorKeyVariable, 5> OperatorKeys { {
+    { AIProvider::OpenAI, QLatin1StringView("NOMLY_OPENAI_API_KEY") },
+    { AIProvider::Gemini, QLatin1StringView("NOMLY_GEMINI_API_KEY") },
+    { AIProvider::Claude, QLatin1StringView("NOMLY_ANTHROPIC_API_KEY") },
+    { AIProvider::Groq, QLatin1StringView("NOMLY_GROQ_API_KEY") },
+    { AIProvider::OpenAICompatible, QLatin1StringView("NOMLY_OPENAI_COMPATIBLE_API_KEY") },
 } };
 
 } // namespace
@@ -35,12 +33,15 @@ BackendConfig BackendConfig::fromEnvironment()
     const auto valueOf
         = [&environment](QLatin1StringView name) -> QString { return environment.value(name).trimmed(); };
     BackendConfig config;
-    for (const ProviderVariables &variables : PerProvider) {
-        if (const QString url = valueOf(variables.baseUrl); !url.isEmpty())
-            config.baseUrls.insert(variables.provider, url);
-        if (const QString key = valueOf(variables.apiKey); !key.isEmpty())
-            config.operatorKeys.insert(variables.provider, key);
+    for (const OperatorKeyVariable &variable : OperatorKeys) {
+        const QString name = rawValue(variable.provider);
+        if (const QString url = valueOf(cloudProviderEndpoint(variable.provider).baseUrlVariable); !url.isEmpty())
+            config.baseUrls.insert(name, url);
+        if (const QString key = valueOf(variable.apiKey); !key.isEmpty())
+            config.operatorKeys.insert(name, key);
     }
+    const QString allowed = valueOf(QLatin1StringView("NOMLY_BACKEND_CALLS_CLIENT_SERVERS"));
+    config.callsClientServers = allowed == u"1" || allowed.compare(u"true", Qt::CaseInsensitive) == 0;
     if (const QString url = valueOf(QLatin1StringView("NOMLY_OLLAMA_URL")); !url.isEmpty())
         config.ollamaEndpoint = url;
     if (const QString model = valueOf(QLatin1StringView("NOMLY_OLLAMA_MODEL")); !model.isEmpty())

@@ -23,6 +23,11 @@ struct BackendConfig
     QMap<QString, QString> operatorKeys;
     // Provider name to a base URL that replaces the public one.
     QMap<QString, QString> baseUrls;
+    // Whether a request may name the address of the user's own
+    // OpenAI-compatible server. On for the backend inside the user's own
+    // program; a shared backend would otherwise call any address a caller
+    // names, so there it is the operator's choice.
+    bool callsClientServers = false;
     QString ollamaEndpoint = QStringLiteral("http://127.0.0.1:11434");
     QString ollamaModel;
     // Larger bodies are refused with 413.

@@ -52,7 +52,9 @@ const BackendKeyStore::Device *BackendKeyStore::known(const QString &deviceId, c
 Result<BYOKSyncResponse> BackendKeyStore::apply(const BYOKSyncRequest &request)
 {
     const std::optional<BackendProvider> provider = providerFromName(request.provider);
-    if (!provider || *provider == BackendProvider::Ollama)
+    // Ollama takes no key, and the key of a user's own server stays on
+    // their machine with its address.
+    if (!provider || *provider == BackendProvider::Ollama || *provider == BackendProvider::OpenAICompatible)
         return Failure { QStringLiteral("Unknown provider."), 400 };
     Device *device = authenticated(request.deviceId, request.deviceSecret);
     if (!device)

@@ -19,12 +19,13 @@ struct ProviderRow
 
 // The Groq model is the one id the application accepts for Groq, so that a
 // default here and a default there name the same model.
-constexpr std::array<ProviderRow, 5> Providers { {
+constexpr std::array<ProviderRow, 6> Providers { {
     { BackendProvider::OpenAI, u"openai", u"gpt-4o-mini", AIProvider::OpenAI },
     { BackendProvider::Gemini, u"gemini", u"gemini-2.5-flash-lite", AIProvider::Gemini },
     { BackendProvider::Claude, u"claude", u"claude-haiku-4-5-20251001", AIProvider::Claude },
     { BackendProvider::Groq, u"groq", u"qwen/qwen3.6-27b", AIProvider::Groq },
     { BackendProvider::Ollama, u"ollama", u"", std::nullopt },
+    { BackendProvider::OpenAICompatible, u"openaiCompatible", u"", AIProvider::OpenAICompatible },
 } };
 
 const ProviderRow &rowOf(BackendProvider provider)

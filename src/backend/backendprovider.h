@@ -6,7 +6,8 @@
 namespace Nomly {
 
 // The services nomly-backend can hand an analysis to. OpenAI and Groq speak the
-// same chat completions dialect; Ollama needs no key.
+// same chat completions dialect as the user's own OpenAI-compatible
+// server; Ollama needs no key.
 enum class BackendProvider
 {
     OpenAI,
@@ -14,6 +15,9 @@ enum class BackendProvider
     Claude,
     Groq,
     Ollama,
+    // The user's own server speaking OpenAI's chat protocol at an address
+    // the request names; its key is optional and never kept here.
+    OpenAICompatible,
 };
 
 // The lower-case name used on the wire and in the configuration ("claude").

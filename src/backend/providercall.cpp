@@ -19,6 +19,7 @@ QString pathOf(const ProviderCall &call)
     switch (call.provider) {
     case BackendProvider::OpenAI:
     case BackendProvider::Groq:
+    case BackendProvider::OpenAICompatible:
         return QStringLiteral("/v1/chat/completions");
     case BackendProvider::Gemini: {
         QString model = call.model;
@@ -199,6 +200,7 @@ QNetworkRequest addressed(const ProviderCall &call, const QString &path)
         return providerRequest(call.baseUrl, path, ProviderAuth::AnthropicApiKey, call.apiKey);
     case BackendProvider::OpenAI:
     case BackendProvider::Groq:
+    case BackendProvider::OpenAICompatible:
     case BackendProvider::Ollama:
         break;
     }
@@ -223,6 +225,7 @@ QNetworkRequest ProviderCall::modelListRequest() const
         return addressed(*this, QStringLiteral("/api/tags"));
     case BackendProvider::OpenAI:
     case BackendProvider::Groq:
+    case BackendProvider::OpenAICompatible:
     case BackendProvider::Claude:
         break;
     }
@@ -242,6 +245,7 @@ QByteArray ProviderCall::body(const QString &prompt, const AnalyzeRequest &reque
     switch (provider) {
     case BackendProvider::OpenAI:
     case BackendProvider::Groq:
+    case BackendProvider::OpenAICompatible:
         json = chatCompletionsBody(*this, prompt, request);
         break;
     case BackendProvider::Gemini:
@@ -262,7 +266,8 @@ std::optional<QString> ProviderCall::answerText(const QByteArray &reply) const
     const QJsonObject json = QJsonDocument::fromJson(reply).object();
     switch (provider) {
     case BackendProvider::OpenAI:
-    case BackendProvider::Groq: {
+    case BackendProvider::Groq:
+    case BackendProvider::OpenAICompatible: {
         const QJsonObject first = json.value(QLatin1StringView("choices")).toArray().at(0).toObject();
         return stringAt(first.value(QLatin1StringView("message")).toObject().value(QLatin1StringView("content")));
     }

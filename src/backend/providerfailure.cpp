@@ -91,6 +91,7 @@ QString quotaText(BackendProvider provider)
     case BackendProvider::Groq:
         return QStringLiteral("Groq spend limit is reached. Increase the spend limit in Groq Billing, then retry.");
     case BackendProvider::Ollama:
+    case BackendProvider::OpenAICompatible:
         break;
     }
     return {};

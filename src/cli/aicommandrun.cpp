@@ -3,6 +3,7 @@
 #include <QFileInfo>
 #include <algorithm>
 
+#include "ai/cloudproviderendpoint.h"
 #include "ai/remoteconfigservice.h"
 #include "app/airoute.h"
 #include "cli/clioutput.h"
@@ -21,10 +22,12 @@ RouteOptions::RouteOptions(QCommandLineParser &parser)
                             "aiProcessingMode setting."),
              QStringLiteral("MODE"))
     , m_provider(QStringLiteral("provider"),
-                 QStringLiteral("Use your own key for this provider (%1), saved with 'nomly keys set'. "
-                                "NOMLY_OPENAI_BASE_URL (and _GEMINI_, _ANTHROPIC_, _GROQ_) put another server in the "
-                                "provider's place, with or without the version: http://127.0.0.1:1234/v1 and "
-                                "http://127.0.0.1:1234 are the same.")
+                 QStringLiteral("Use your own key for this provider (%1), saved with 'nomly keys set'; "
+                                "openaiCompatible is your own server at openaiCompatibleBaseUrl (LM Studio, vLLM, "
+                                "llama.cpp's server, LocalAI), with a key only if it wants one. "
+                                "NOMLY_OPENAI_BASE_URL (and _GEMINI_, _ANTHROPIC_, _GROQ_, _OPENAI_COMPATIBLE_) put "
+                                "another server in the provider's place, with or without the version: "
+                                "http://127.0.0.1:1234/v1 and http://127.0.0.1:1234 are the same.")
                      .arg(aiProviderNames()),
                  QStringLiteral("NAME"))
     , m_model(QStringLiteral("model"),
@@ -56,7 +59,7 @@ std::optional<AnalyzeBatchOptions> RouteOptions::read(const QCommandLineParser &
 
     std::optional<AIProvider> provider = settings.aiProvider;
     if (parser.isSet(m_provider)) {
-        provider = aiProviderFromRaw(parser.value(m_provider).toLower());
+        provider = aiProviderNamed(parser.value(m_provider));
         if (!provider) {
             *error = QStringLiteral("unknown provider '%1'; use one of: %2")
                          .arg(parser.value(m_provider), aiProviderNames());
@@ -64,9 +67,18 @@ std::optional<AnalyzeBatchOptions> RouteOptions::read(const QCommandLineParser &
         }
         options.byokEnabled = true;
     }
-    if (options.byokEnabled) {
+    if (options.byokEnabled || provider == AIProvider::OpenAICompatible) {
+        options.byokEnabled = true;
         options.aiProvider = provider;
         options.byokModel = settings.byokModel(*provider);
+    }
+    if (options.aiProvider == AIProvider::OpenAICompatible && !options.usesLocalAI()) {
+        options.providerBaseUrl = cloudProviderBaseUrl(*options.aiProvider, settings.openaiCompatibleBaseUrl);
+        if (options.providerBaseUrl->isEmpty()) {
+            *error = QStringLiteral("no address is set for the OpenAI-compatible server; set it with 'nomly config set "
+                                    "openaiCompatibleBaseUrl http://127.0.0.1:1234/v1'");
+            return std::nullopt;
+        }
     }
     if (parser.isSet(m_model)) {
         if (options.usesLocalAI())

@@ -36,4 +36,13 @@ QString aiProviderNames()
     return names.join(QStringLiteral(", "));
 }
 
+std::optional<AIProvider> aiProviderNamed(const QString &name)
+{
+    for (const auto &[provider, raw] : AIProviderRawValues) {
+        if (name.trimmed().compare(QStringView(raw), Qt::CaseInsensitive) == 0)
+            return provider;
+    }
+    return std::nullopt;
+}
+
 } // namespace Nomly

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "cli/clicommand.h"
+#include "settings/aiprovider.h"
 
 namespace Nomly {
 
@@ -14,6 +15,8 @@ namespace Nomly {
 // command goes on.
 // The providers own keys are for, as users type them: "gemini, openai, ...".
 QString aiProviderNames();
+// A provider by the name aiProviderNames() lists, in any case.
+std::optional<AIProvider> aiProviderNamed(const QString &name);
 
 std::optional<ExitStatus> parseOrAnswer(QCommandLineParser &parser,
                                         const QStringList &arguments,

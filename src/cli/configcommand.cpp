@@ -22,8 +22,9 @@ namespace {
 // holds (`nomly keys`), the watched folders pass the folder checks
 // (`nomly folders`).
 const QStringList ManagedElsewhere {
-    QStringLiteral("hasGeminiApiKey"), QStringLiteral("hasGroqApiKey"),  QStringLiteral("hasOpenaiApiKey"),
-    QStringLiteral("hasClaudeApiKey"), QStringLiteral("watchedFolders"),
+    QStringLiteral("hasGeminiApiKey"),           QStringLiteral("hasGroqApiKey"),
+    QStringLiteral("hasOpenaiApiKey"),           QStringLiteral("hasClaudeApiKey"),
+    QStringLiteral("hasOpenaiCompatibleApiKey"), QStringLiteral("watchedFolders"),
 };
 
 QString valueText(const QJsonValue &value)

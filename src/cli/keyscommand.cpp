@@ -61,7 +61,7 @@ ExitStatus runKeysCommand(const QStringList &arguments)
         CliOutput::error(Usage);
         return ExitStatus::UsageError;
     }
-    const auto provider = takesProvider ? aiProviderFromRaw(words.at(1).toLower()) : std::nullopt;
+    const auto provider = takesProvider ? aiProviderNamed(words.at(1)) : std::nullopt;
     if (takesProvider && !provider) {
         CliOutput::error(QStringLiteral("unknown provider '%1'; use one of: %2").arg(words.at(1), aiProviderNames()));
         return ExitStatus::UsageError;
@@ -95,7 +95,8 @@ ExitStatus runKeysCommand(const QStringList &arguments)
         const std::optional<QString> stored = QCoro::waitFor(custody.load(*provider));
         QNetworkAccessManager network;
         CloudAIProbeService probe(network);
-        const AIConnectionStatus status = QCoro::waitFor(probe.testKey(*provider, stored.value_or(QString())));
+        const AIConnectionStatus status = QCoro::waitFor(
+            probe.testKey(*provider, stored.value_or(QString()), profile->settings().openaiCompatibleBaseUrl));
         if (status.kind == AIConnectionStatus::Kind::Ready) {
             CliOutput::line(status.text());
             return ExitStatus::Success;

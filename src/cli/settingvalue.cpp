@@ -4,6 +4,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
+#include <QUrl>
 
 #include "naming/namingpatternseparator.h"
 #include "settings/extensionselection.h"
@@ -112,6 +113,17 @@ Result<QJsonValue> hotkey(const QString &key, const QString &text)
     return QJsonValue(toJson(*shortcut));
 }
 
+// An address that a request can go to: http or https with a host.
+Result<QJsonValue> serverAddress(const QString &key, const QString &text)
+{
+    if (text == ClearWord)
+        return QJsonValue(QJsonValue::Null);
+    const QUrl url(text.trimmed(), QUrl::StrictMode);
+    if (!url.isValid() || url.host().isEmpty() || (url.scheme() != u"http" && url.scheme() != u"https"))
+        return notValid(text, key, QStringLiteral("write an address such as http://127.0.0.1:1234/v1"));
+    return QJsonValue(url.toString());
+}
+
 } // namespace
 
 Result<QJsonValue> settingValue(const QString &key,
@@ -127,6 +139,8 @@ Result<QJsonValue> settingValue(const QString &key,
         return extensions(key, text, rules.supportedExtensions);
     if (key == u"hotkeyShortcut")
         return hotkey(key, text);
+    if (key == u"localAIEndpoint" || key == u"openaiCompatibleBaseUrl")
+        return serverAddress(key, text);
 
     if (text == ClearWord)
         return QJsonValue(QJsonValue::Null);

@@ -10,16 +10,21 @@
 #include <QPointer>
 #include <QPushButton>
 #include <QSignalBlocker>
+#include <QTimer>
+#include <QUrl>
 #include <QVBoxLayout>
 #include <array>
 #include <utility>
 
 #include "ai/cloudaiprobeservice.h"
+#include "ai/cloudproviderendpoint.h"
 #include "ai/keycustody.h"
+#include "ai/keysync.h"
 #include "ai/localollamaservice.h"
 #include "ai/secretstores.h"
 #include "app/settingsviewmodel.h"
 #include "gui/launch.h"
+#include "platform/logcategories.h"
 
 namespace Nomly {
 
@@ -48,11 +53,19 @@ constexpr std::array ProviderChoices {
     ProviderChoice { AIProvider::OpenAI, "OpenAI" },
     ProviderChoice { AIProvider::Claude, "Claude" },
     ProviderChoice { AIProvider::Groq, "Groq" },
+    ProviderChoice { AIProvider::OpenAICompatible, "OpenAI-compatible server" },
 };
 
 void selectData(QComboBox *box, int value)
 {
     box->setCurrentIndex(std::max(0, box->findData(value)));
+}
+
+// An address a request can go to: http or https with a host.
+bool isServerAddress(const QString &text)
+{
+    const QUrl url(text, QUrl::StrictMode);
+    return url.isValid() && !url.host().isEmpty() && (url.scheme() == u"http" || url.scheme() == u"https");
 }
 
 } // namespace
@@ -62,6 +75,7 @@ AISetupTab::AISetupTab(SettingsViewModel &model, KeyCustody *custody, KeySyncSou
     , m_model(model)
     , m_custody(custody)
     , m_keySync(std::move(keySync))
+    , m_presentAlert(messageBoxPresenter(this))
 {
     m_mode = new QComboBox(this);
     m_mode->setObjectName(QStringLiteral("processingMode"));
@@ -111,6 +125,15 @@ AISetupTab::AISetupTab(SettingsViewModel &model, KeyCustody *custody, KeySyncSou
     m_ollamaState = new QLabel(this);
     m_ollamaState->setObjectName(QStringLiteral("ollamaState"));
     m_ollamaState->setWordWrap(true);
+    m_serverUrl = new QLineEdit(this);
+    m_serverUrl->setObjectName(QStringLiteral("serverUrl"));
+    m_serverUrl->setPlaceholderText(QStringLiteral("http://127.0.0.1:1234/v1"));
+    m_serverUrl->setToolTip(tr("LM Studio, vLLM, llama.cpp's server, LocalAI or any server with OpenAI's API"));
+    m_summary = new QLabel(this);
+    m_summary->setObjectName(QStringLiteral("aiSummary"));
+    m_summary->setWordWrap(true);
+    m_cooldownTicker = new QTimer(this);
+    m_cooldownTicker->setInterval(std::chrono::seconds(1));
 
     auto *keyRow = new QHBoxLayout;
     keyRow->addWidget(m_key, 1);
@@ -120,6 +143,7 @@ AISetupTab::AISetupTab(SettingsViewModel &model, KeyCustody *custody, KeySyncSou
     auto *form = new QFormLayout;
     form->addRow(tr("AI processing"), m_mode);
     form->addRow(tr("Provider"), m_provider);
+    form->addRow(tr("Server address"), m_serverUrl);
     form->addRow(QString(), m_byok);
     form->addRow(tr("API key"), keyRow);
     form->addRow(QString(), m_keyState);
@@ -135,6 +159,7 @@ AISetupTab::AISetupTab(SettingsViewModel &model, KeyCustody *custody, KeySyncSou
     localRow->addWidget(m_refreshOllama);
     form->addRow(tr("Local model"), localRow);
     form->addRow(QString(), m_ollamaState);
+    form->addRow(QString(), m_summary);
     auto *layout = new QVBoxLayout(this);
     layout->addLayout(form);
     layout->addStretch(1);
@@ -152,7 +177,26 @@ AISetupTab::AISetupTab(SettingsViewModel &model, KeyCustody *custody, KeySyncSou
         launch(change([provider](Settings &settings) { settings.aiProvider = provider; }));
     });
     connect(m_byok, &QCheckBox::toggled, this, [this](bool on) {
+        if (on && !m_model.settings().hasApiKey(m_model.settings().aiProvider)) {
+            m_keyState->setText(tr("Save an API key before enabling BYOK."));
+            refresh();
+            return;
+        }
         launch(change([on](Settings &settings) { settings.byokEnabled = on; }));
+    });
+    connect(m_serverUrl, &QLineEdit::editingFinished, this, [this] {
+        const QString address = m_serverUrl->text().trimmed();
+        if (address == m_model.settings().openaiCompatibleBaseUrl)
+            return;
+        if (!address.isEmpty() && !isServerAddress(address)) {
+            m_connection->setText(tr("Write the server's address, such as http://127.0.0.1:1234/v1"));
+            return;
+        }
+        launch(useServer(address));
+    });
+    connect(m_cooldownTicker, &QTimer::timeout, this, [this] {
+        if (!refusedByCooldown())
+            m_connection->setText(AIConnectionStatus().text());
     });
     connect(m_endpoint, &QLineEdit::editingFinished, this, [this] {
         const QString endpoint = m_endpoint->text().trimmed();
@@ -182,7 +226,7 @@ AISetupTab::AISetupTab(SettingsViewModel &model, KeyCustody *custody, KeySyncSou
     connect(m_key, &QLineEdit::textChanged, this, &AISetupTab::refresh);
     connect(m_key, &QLineEdit::returnPressed, this, [this] { launch(saveKey()); });
     connect(m_saveKey, &QPushButton::clicked, this, [this] { launch(saveKey()); });
-    connect(m_removeKey, &QPushButton::clicked, this, [this] { launch(removeKey()); });
+    connect(m_removeKey, &QPushButton::clicked, this, [this] { launch(confirmRemoveKey()); });
     connect(&m_model, &SettingsViewModel::settingsChanged, this, &AISetupTab::refresh);
     refresh();
 }
@@ -201,10 +245,20 @@ void AISetupTab::refresh()
     if (!m_localModel->hasFocus())
         m_localModel->setText(settings.localAIModel);
 
+    if (!m_serverUrl->hasFocus())
+        m_serverUrl->setText(settings.openaiCompatibleBaseUrl);
+
     const bool cloud = settings.aiProcessingMode == AIProcessingMode::Cloud;
     const bool local = settings.aiProcessingMode == AIProcessingMode::Local;
     const bool stored = settings.hasApiKey(settings.aiProvider);
+    // The user's own server needs an address rather than a key, and has
+    // no hosted service to fall back to.
+    const bool ownServer = settings.aiProvider == AIProvider::OpenAICompatible;
+    const bool reachable = ownServer ? !settings.openaiCompatibleBaseUrl.isEmpty() : stored;
     m_provider->setEnabled(cloud);
+    m_serverUrl->setVisible(ownServer);
+    m_serverUrl->setEnabled(cloud);
+    m_byok->setVisible(!ownServer);
     m_byok->setEnabled(cloud);
     m_key->setEnabled(cloud && m_custody);
     m_saveKey->setEnabled(cloud && m_custody && !m_key->text().trimmed().isEmpty());
@@ -212,8 +266,9 @@ void AISetupTab::refresh()
     m_keyState->setText(!m_custody   ? tr("No secret store is available on this desktop.")
                             : stored ? tr("A key for %1 is stored.").arg(m_provider->currentText())
                                      : tr("No key for %1 is stored.").arg(m_provider->currentText()));
-    m_testKey->setEnabled(cloud && m_custody && stored);
-    m_byokModel->setEnabled(cloud && stored);
+    m_testKey->setEnabled(cloud && m_custody && reachable);
+    m_byokModel->setEnabled(cloud && reachable);
+    m_summary->setText(summary(settings));
     m_endpoint->setEnabled(local);
     m_localModel->setEnabled(local);
     m_refreshOllama->setEnabled(local);
@@ -227,6 +282,67 @@ void AISetupTab::refresh()
     if (chosen && m_byokModel->findData(*chosen) < 0)
         m_byokModel->addItem(*chosen, *chosen);
     m_byokModel->setCurrentIndex(std::max(0, m_byokModel->findData(chosen.value_or(QString()))));
+}
+
+QString AISetupTab::summary(const Settings &settings) const
+{
+    if (settings.aiProcessingMode != AIProcessingMode::Cloud)
+        return {};
+    if (const std::optional<AIProvider> own = settings.ownProvider()) {
+        if (*own == AIProvider::OpenAICompatible)
+            return tr("Using your OpenAI-compatible server at %1")
+                .arg(cloudProviderBaseUrl(*own, settings.openaiCompatibleBaseUrl));
+        return tr("Using %1 Cloud AI").arg(displayName(*own));
+    }
+    if (settings.aiProvider != AIProvider::OpenAICompatible && settings.hasApiKey(settings.aiProvider))
+        return tr("Your key is saved but BYOK is off. Using Nomly Cloud AI");
+    return {};
+}
+
+bool AISetupTab::refusedByCooldown()
+{
+    const std::optional<QString> refusal = m_cooldown.refusal(KeyCheckCooldown::Clock::now());
+    if (!refusal) {
+        m_cooldownTicker->stop();
+        return false;
+    }
+    m_connection->setText(*refusal);
+    return true;
+}
+
+void AISetupTab::noteFailure(const QString &text, bool rateLimited)
+{
+    if (!rateLimited && !KeyCheckCooldown::saysRateLimited(text))
+        return;
+    m_cooldown.start(KeyCheckCooldown::Clock::now());
+    m_cooldownTicker->start();
+    refusedByCooldown();
+}
+
+QCoro::Task<> AISetupTab::confirmRemoveKey()
+{
+    QPointer<AISetupTab> self(this);
+    const QString clear = tr("Clear");
+    auto asking
+        = m_presentAlert(tr("Clear API Key?"),
+                         tr("This will remove your %1 API key. Cloud AI will use the managed Nomly provider again.")
+                             .arg(m_provider->currentText()),
+                         { clear });
+    if (co_await asking != clear || !self)
+        co_return;
+    auto removing = removeKey();
+    co_await removing;
+}
+
+QCoro::Task<> AISetupTab::useServer(QString address)
+{
+    QPointer<AISetupTab> self(this);
+    auto saving = change([address](Settings &settings) { settings.openaiCompatibleBaseUrl = address; });
+    co_await saving;
+    if (self && !address.isEmpty()) {
+        auto testing = testKey();
+        co_await testing;
+    }
 }
 
 void AISetupTab::addSection(QWidget *section)
@@ -261,6 +377,8 @@ QCoro::Task<> AISetupTab::saveKey()
         m_keyState->setText(tr("The key could not be stored: %1").arg(unavailable));
         co_return;
     }
+    if (refusedByCooldown())
+        co_return;
     QPointer<AISetupTab> self(this);
     m_keyState->setText(tr("Checking the key with the provider..."));
     auto saving = m_model.saveApiKey(*sync, selectedProvider(), key);
@@ -270,9 +388,11 @@ QCoro::Task<> AISetupTab::saveKey()
     if (saved) {
         m_key->clear();
         refresh();
+        m_keyState->setText(tr("API key saved"));
         co_await testKey();
     } else {
         m_keyState->setText(tr("The key was not stored: %1").arg(saved.error()));
+        noteFailure(saved.error());
     }
 }
 
@@ -280,31 +400,49 @@ QCoro::Task<> AISetupTab::removeKey()
 {
     if (!m_custody)
         co_return;
-    auto removing = m_model.removeApiKey(*m_custody, selectedProvider());
+    QPointer<AISetupTab> self(this);
+    const AIProvider provider = selectedProvider();
+    QString unavailable;
+    if (KeySync *sync = m_keySync ? m_keySync(&unavailable) : nullptr) {
+        auto clearing = sync->clearKey(provider);
+        if (const Result<BYOKSyncResponse> cleared = co_await clearing; !cleared)
+            unavailable = cleared.error();
+    }
+    if (!unavailable.isEmpty())
+        qCWarning(lcConfig).noquote() << "Server clear failed, cleaning up locally:" << unavailable;
+    if (!self)
+        co_return;
+    auto removing = m_model.removeApiKey(*m_custody, provider);
     co_await removing;
+    if (self)
+        m_connection->setText(AIConnectionStatus().text());
 }
 
 QCoro::Task<> AISetupTab::testKey()
 {
     if (!m_custody)
         co_return;
+    if (refusedByCooldown())
+        co_return;
     QPointer<AISetupTab> self(this);
     const AIProvider provider = selectedProvider();
+    const QString serverUrl = m_model.settings().openaiCompatibleBaseUrl;
     m_connection->setText(AIConnectionStatus { AIConnectionStatus::Kind::Testing, {} }.text());
     auto loading = m_custody->load(provider);
     const QString key = (co_await loading).value_or(QString());
     if (!self)
         co_return;
     CloudAIProbeService probe(*m_network);
-    auto testing = probe.testKey(provider, key);
+    auto testing = probe.testKey(provider, key, serverUrl);
     const AIConnectionStatus status = co_await testing;
     if (!self || selectedProvider() != provider)
         co_return;
     m_connection->setText(status.text());
+    noteFailure(status.message, status.rateLimited);
     if (status.kind == AIConnectionStatus::Kind::Failed)
         co_return;
     m_byokModel->setPlaceholderText(tr("Loading models..."));
-    auto listing = probe.loadModels(provider, key);
+    auto listing = probe.loadModels(provider, key, serverUrl);
     const Result<QList<ModelOption>, ModelListError> models = co_await listing;
     if (!self || selectedProvider() != provider)
         co_return;

@@ -5,6 +5,8 @@
 
 #include <qcoro/qcorotask.h>
 
+#include "app/keycheckcooldown.h"
+#include "gui/alertbox.h"
 #include "settings/aiprovider.h"
 #include "settings/settings.h"
 
@@ -14,6 +16,7 @@ class QLabel;
 class QLineEdit;
 class QNetworkAccessManager;
 class QPushButton;
+class QTimer;
 
 namespace Nomly {
 
@@ -42,7 +45,11 @@ public:
     // rename shortcut.
     void addSection(QWidget *section);
 
+    void setAlertPresenter(AlertPresenter presenter) { m_presentAlert = std::move(presenter); }
+
     QCoro::Task<> saveKey();
+    // Tells the backend the key is gone, then forgets it here even when the
+    // backend can't be told. The button asks first.
     QCoro::Task<> removeKey();
     // Tries the stored key with the provider, then lists the models it can
     // use in the model picker.
@@ -55,6 +62,14 @@ public:
 
 private:
     void refresh();
+    // The wait after a rate limit, counted down in the status row; true
+    // while a check must wait.
+    bool refusedByCooldown();
+    void noteFailure(const QString &text, bool rateLimited = false);
+    QString summary(const Settings &settings) const;
+    QCoro::Task<> confirmRemoveKey();
+    // Keeps the address of the user's own server and tries it.
+    QCoro::Task<> useServer(QString address);
     // Applies one change to the settings and writes them.
     QCoro::Task<> change(std::function<void(Settings &)> edit);
     AIProvider selectedProvider() const;
@@ -77,6 +92,11 @@ private:
     QComboBox *m_byokModel = nullptr;
     QPushButton *m_refreshOllama = nullptr;
     QLabel *m_ollamaState = nullptr;
+    QLineEdit *m_serverUrl = nullptr;
+    QLabel *m_summary = nullptr;
+    QTimer *m_cooldownTicker = nullptr;
+    KeyCheckCooldown m_cooldown;
+    AlertPresenter m_presentAlert;
 };
 
 } // namespace Nomly

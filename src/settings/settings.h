@@ -50,11 +50,15 @@ struct Settings
     bool hasGroqApiKey = false;
     bool hasOpenaiApiKey = false;
     bool hasClaudeApiKey = false;
+    bool hasOpenaiCompatibleApiKey = false;
     bool byokEnabled = false;
     std::optional<QString> byokGeminiModel;
     std::optional<QString> byokGroqModel;
     std::optional<QString> byokOpenaiModel;
     std::optional<QString> byokClaudeModel;
+    std::optional<QString> byokOpenaiCompatibleModel;
+    // Where the OpenAI-compatible server answers ("http://127.0.0.1:1234/v1").
+    QString openaiCompatibleBaseUrl;
     AIProcessingMode aiProcessingMode = AIProcessingMode::Cloud;
     LocalAIBackend localAIBackend = LocalAIBackend::Ollama;
     QString localAIEndpoint = QStringLiteral("http://127.0.0.1:11434");
@@ -75,6 +79,8 @@ struct Settings
             return byokClaudeModel;
         case AIProvider::Groq:
             return byokGroqModel;
+        case AIProvider::OpenAICompatible:
+            return byokOpenaiCompatibleModel;
         }
         Q_UNREACHABLE();
     }
@@ -96,11 +102,24 @@ struct Settings
             return hasClaudeApiKey;
         case AIProvider::Groq:
             return hasGroqApiKey;
+        case AIProvider::OpenAICompatible:
+            return hasOpenaiCompatibleApiKey;
         }
         Q_UNREACHABLE();
     }
 
     bool hasApiKey(AIProvider provider) const { return const_cast<Settings *>(this)->hasApiKey(provider); }
+
+    // The provider that answers instead of the hosted service, if any: one
+    // with the user's saved key while their own keys are on, or the user's
+    // own server once it has an address, which needs no key and has no
+    // hosted stand-in.
+    std::optional<AIProvider> ownProvider() const
+    {
+        if (aiProvider == AIProvider::OpenAICompatible)
+            return openaiCompatibleBaseUrl.trimmed().isEmpty() ? std::nullopt : std::optional(aiProvider);
+        return byokEnabled && hasApiKey(aiProvider) ? std::optional(aiProvider) : std::nullopt;
+    }
 
     bool operator==(const Settings &) const = default;
 };

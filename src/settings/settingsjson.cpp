@@ -46,11 +46,14 @@ const QString HasGeminiApiKey = QStringLiteral("hasGeminiApiKey");
 const QString HasGroqApiKey = QStringLiteral("hasGroqApiKey");
 const QString HasOpenaiApiKey = QStringLiteral("hasOpenaiApiKey");
 const QString HasClaudeApiKey = QStringLiteral("hasClaudeApiKey");
+const QString HasOpenaiCompatibleApiKey = QStringLiteral("hasOpenaiCompatibleApiKey");
 const QString ByokEnabled = QStringLiteral("byokEnabled");
 const QString ByokGeminiModel = QStringLiteral("byokGeminiModel");
 const QString ByokGroqModel = QStringLiteral("byokGroqModel");
 const QString ByokOpenaiModel = QStringLiteral("byokOpenaiModel");
 const QString ByokClaudeModel = QStringLiteral("byokClaudeModel");
+const QString ByokOpenaiCompatibleModel = QStringLiteral("byokOpenaiCompatibleModel");
+const QString OpenaiCompatibleBaseUrl = QStringLiteral("openaiCompatibleBaseUrl");
 const QString AiProcessingMode = QStringLiteral("aiProcessingMode");
 const QString LocalAIBackend = QStringLiteral("localAIBackend");
 const QString LocalAIEndpoint = QStringLiteral("localAIEndpoint");
@@ -199,11 +202,14 @@ const Field Fields[] = {
     field<&Settings::hasGroqApiKey>(Key::HasGroqApiKey, Reading::Explicit),
     field<&Settings::hasOpenaiApiKey>(Key::HasOpenaiApiKey, Reading::Explicit),
     field<&Settings::hasClaudeApiKey>(Key::HasClaudeApiKey, Reading::Explicit),
+    field<&Settings::hasOpenaiCompatibleApiKey>(Key::HasOpenaiCompatibleApiKey),
     field<&Settings::byokEnabled>(Key::ByokEnabled),
     field<&Settings::byokGeminiModel>(Key::ByokGeminiModel, Reading::Explicit),
     field<&Settings::byokGroqModel>(Key::ByokGroqModel, Reading::Explicit),
     field<&Settings::byokOpenaiModel>(Key::ByokOpenaiModel, Reading::Explicit),
     field<&Settings::byokClaudeModel>(Key::ByokClaudeModel, Reading::Explicit),
+    field<&Settings::byokOpenaiCompatibleModel>(Key::ByokOpenaiCompatibleModel, Reading::Explicit),
+    field<&Settings::openaiCompatibleBaseUrl>(Key::OpenaiCompatibleBaseUrl),
     field<&Settings::aiProcessingMode>(Key::AiProcessingMode, Reading::Explicit),
     field<&Settings::localAIBackend>(Key::LocalAIBackend),
     field<&Settings::localAIEndpoint>(Key::LocalAIEndpoint),
@@ -316,6 +322,8 @@ std::optional<Settings> settingsFromJson(const QJsonObject &json, QString *error
     s.byokGroqModel = normalizedModelId(in.string(Key::ByokGroqModel), AIProvider::Groq);
     s.byokOpenaiModel = normalizedModelId(in.string(Key::ByokOpenaiModel), AIProvider::OpenAI);
     s.byokClaudeModel = normalizedModelId(in.string(Key::ByokClaudeModel), AIProvider::Claude);
+    s.byokOpenaiCompatibleModel
+        = normalizedModelId(in.string(Key::ByokOpenaiCompatibleModel), AIProvider::OpenAICompatible);
     s.aiProcessingMode = processingMode(json, s.aiProcessingMode);
 
     if (in.failed()) {
@@ -337,6 +345,7 @@ QStringList settingsFieldNames()
     full.byokGroqModel = QString();
     full.byokOpenaiModel = QString();
     full.byokClaudeModel = QString();
+    full.byokOpenaiCompatibleModel = QString();
     full.renamePromptOverride = QString();
     full.tagPromptOverride = QString();
     QStringList names;

@@ -1,5 +1,6 @@
 #include "workflows/batchoptions.h"
 
+#include "ai/cloudproviderendpoint.h"
 #include "naming/namingpattern.h"
 
 namespace Nomly {
@@ -8,12 +9,15 @@ AnalyzeBatchOptions batchOptionsFor(const Settings &settings, const EffectiveAna
 {
     AnalyzeBatchOptions options;
     options.aiProcessingMode = settings.aiProcessingMode;
-    options.byokEnabled = settings.byokEnabled;
-    // The chosen provider counts only with a key saved for it; without one
-    // the call goes the hosted way rather than fail for a missing key.
-    if (settings.byokEnabled && settings.hasApiKey(settings.aiProvider)) {
-        options.aiProvider = settings.aiProvider;
-        options.byokModel = settings.byokModel(settings.aiProvider);
+    // A vendor counts only with a key saved for it; without one the call
+    // goes the hosted way rather than fail for a missing key.
+    const std::optional<AIProvider> own = settings.ownProvider();
+    options.byokEnabled = settings.byokEnabled || own == AIProvider::OpenAICompatible;
+    if (own) {
+        options.aiProvider = own;
+        options.byokModel = settings.byokModel(*own);
+        if (own == AIProvider::OpenAICompatible)
+            options.providerBaseUrl = cloudProviderBaseUrl(*own, settings.openaiCompatibleBaseUrl);
     }
     options.localAIEndpoint = settings.localAIEndpoint;
     options.localAIModel = settings.localAIModel;

@@ -75,6 +75,7 @@ AnalyzeRequest complete()
     request.aiProvider = u"claude"_s;
     request.apiKey = u"sk-test"_s;
     request.byokModel = u"model-x"_s;
+    request.providerBaseUrl = u"http://127.0.0.1:1234/v1"_s;
     request.rejectedTitles = QStringList { u"Old Title"_s, u"Another"_s };
     request.requestedFieldKeys = QStringList { u"vendor_name"_s };
     request.includeDescription = false;
@@ -147,14 +148,15 @@ private slots:
 
         QTest::newRow("every-key-in-wire-order")
             << complete()
-            << keys(u"device_id device_secret app_version platform distribution_channel content_kind document image "
-                    u"images "
-                    "audio text local_metadata filename original_extension mime_type image_mime_type "
-                    "preview_page_numbers "
-                    "preview_timestamps page_count duration_seconds regenerate language byok_enabled ai_provider "
-                    "api_key "
-                    "byok_model rejected_titles requested_field_keys include_description include_tags "
-                    "rename_prompt_override tag_prompt_override"_s)
+            << keys(
+                   u"device_id device_secret app_version platform distribution_channel content_kind document image "
+                   u"images "
+                   "audio text local_metadata filename original_extension mime_type image_mime_type "
+                   "preview_page_numbers "
+                   "preview_timestamps page_count duration_seconds regenerate language byok_enabled ai_provider "
+                   "api_key "
+                   "byok_model provider_base_url rejected_titles requested_field_keys include_description include_tags "
+                   "rename_prompt_override tag_prompt_override"_s)
             << u"image"_s << QJsonValue(u"/9j/4A=="_s);
 
         AnalyzeRequest wantsAll = minimal();

@@ -308,6 +308,54 @@ private slots:
             QCOMPARE(sent.header("anthropic-version"), QByteArray("2023-06-01"));
     }
 
+    void ownServer_data()
+    {
+        QTest::addColumn<bool>("callsClientServers");
+        QTest::addColumn<QString>("model");
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QString>("refusal");
+
+        QTest::newRow("no key") << true << u"qwen2.5-vl"_s << QString() << QString();
+        QTest::newRow("with key") << true << u"qwen2.5-vl"_s << u"local-key"_s << QString();
+        QTest::newRow("no model") << true << QString() << QString()
+                                  << u"Choose a model of the OpenAI-compatible server."_s;
+        QTest::newRow("shared backend") << false << u"qwen2.5-vl"_s << QString()
+                                        << u"This backend does not call servers that clients name."_s;
+    }
+
+    // The user's own server is reached at the address the request names,
+    // with the OpenAI protocol, and only with the key the request carries.
+    void ownServer()
+    {
+        QFETCH(bool, callsClientServers);
+        QFETCH(QString, model);
+        QFETCH(QString, key);
+        QFETCH(QString, refusal);
+
+        BackendConfig config;
+        config.callsClientServers = callsClientServers;
+        config.operatorKeys.insert(u"openai"_s, u"operator-key"_s);
+        Rig rig(u"openai"_s, config);
+        rig.peer.answer(Answer);
+        AnalyzeRequest request = ownKeyRequest(u"openaiCompatible"_s, key);
+        if (!model.isEmpty())
+            request.byokModel = model;
+        request.providerBaseUrl = rig.peer.baseUrl() + u"/v1"_s;
+        const auto reply = rig.analyze({ request });
+        QVERIFY2(reply.ok(), qPrintable(reply.error()));
+        if (!refusal.isEmpty()) {
+            QCOMPARE(reply.value().results.first().error, refusal);
+            QVERIFY(rig.peer.received.isEmpty());
+            return;
+        }
+        QCOMPARE(reply.value().results.first().title, u"Coffee Receipt"_s);
+        QCOMPARE(reply.value().effectiveProvider, u"openaiCompatible:"_s + model);
+        const ProviderPeer::Request &sent = rig.peer.received.first();
+        QCOMPARE(sent.path, u"/v1/chat/completions"_s);
+        QCOMPARE(sent.json().value(u"model"_s).toString(), model);
+        QCOMPARE(sent.header("authorization"), key.isEmpty() ? QByteArray() : "Bearer " + key.toUtf8());
+    }
+
     void operatorKeyAndOllama()
     {
         BackendConfig config;

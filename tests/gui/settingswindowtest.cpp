@@ -88,6 +88,7 @@ private slots:
         };
         m_window->templatesTab()->setAlertPresenter(record);
         m_window->monitorTab()->setAlertPresenter(record);
+        m_window->aiSetupTab()->setAlertPresenter(record);
         m_window->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
     }
@@ -260,10 +261,49 @@ private slots:
         auto loading = m_profile->custody->load(AIProvider::OpenAI);
         QCOMPARE(QCoro::waitFor(std::move(loading)), std::optional<QString>(u"sk-test-123"_s));
 
+        // Clearing asks first; cancelled, the key stays.
+        m_answer.clear();
+        tab.findChild<QPushButton *>(u"removeKey"_s)->click();
+        QTRY_COMPARE(m_alerts.size(), 1);
+        QCOMPARE(m_alerts.first().title, u"Clear API Key?"_s);
+        QVERIFY(model().settings().hasOpenaiApiKey);
+        m_answer = u"Clear"_s;
         tab.findChild<QPushButton *>(u"removeKey"_s)->click();
         QTRY_VERIFY(!model().settings().hasOpenaiApiKey);
         auto checking = m_profile->custody->has(AIProvider::OpenAI);
         QVERIFY(!QCoro::waitFor(std::move(checking)));
+    }
+
+    // The user's own server is tried at the address typed, without a key,
+    // and lists its models; once it says it is asked too often, checks
+    // wait and say how long.
+    void ownServerAndRateLimit()
+    {
+        AISetupTab &tab = *m_window->aiSetupTab();
+        Test::LoopbackResponder server(
+            200, R"({"object":"list","data":[{"id":"qwen2.5-vl-7b"},{"id":"nomic-embed-text-v1.5"}]})");
+        selectData(tab.findChild<QComboBox *>(u"provider"_s), u"OpenAI-compatible server"_s, Qt::DisplayRole);
+        QTRY_COMPARE(model().settings().aiProvider, AIProvider::OpenAICompatible);
+        auto *address = tab.findChild<QLineEdit *>(u"serverUrl"_s);
+        QVERIFY(address->isVisibleTo(&tab));
+        address->setText(server.baseUrl() + u"/v1"_s);
+        emit address->editingFinished();
+        auto *picker = tab.findChild<QComboBox *>(u"byokModel"_s);
+        QTRY_COMPARE(picker->count(), 2);
+        QCOMPARE(picker->itemData(1).toString(), u"qwen2.5-vl-7b"_s);
+        QCOMPARE(tab.findChild<QLabel *>(u"connectionStatus"_s)->text(), u"Connection OK"_s);
+        QCOMPARE(model().settings().ownProvider(), std::optional(AIProvider::OpenAICompatible));
+        QVERIFY(!server.received.first().head.contains("authorization"));
+
+        server.status = 429;
+        tab.findChild<QPushButton *>(u"testKey"_s)->click();
+        QTRY_VERIFY2(
+            tab.findChild<QLabel *>(u"connectionStatus"_s)->text().startsWith(u"Too many Cloud AI key checks"_s),
+            qPrintable(tab.findChild<QLabel *>(u"connectionStatus"_s)->text()));
+        const qsizetype asked = server.received.size();
+        tab.findChild<QPushButton *>(u"testKey"_s)->click();
+        QTest::qWait(100);
+        QCOMPARE(server.received.size(), asked);
     }
 
     // The local route is switched on only where Ollama answers with a
