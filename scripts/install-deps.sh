@@ -49,6 +49,8 @@ packages=(
     qtkeychain-qt6-dev
     # nomly-backend, and the provider peers the AI route tests talk to
     qt6-httpserver-dev
+    # the statistics charts of the settings window
+    qt6-charts-dev
     # nomly-backend's iWork export: LibreOffice without its desktop, whose
     # import filters read Pages, Numbers and Keynote documents
     libreoffice-writer-nogui

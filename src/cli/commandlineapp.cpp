@@ -21,6 +21,7 @@
 #include "cli/previewcommand.h"
 #include "cli/quickcommand.h"
 #include "cli/renamecommand.h"
+#include "cli/statscommand.h"
 #include "cli/templatescommand.h"
 #include "cli/thumbnailcommand.h"
 #include "cli/undocommand.h"
@@ -30,7 +31,7 @@ namespace Nomly {
 
 namespace {
 
-constexpr std::array<CliCommand, 19> Commands { {
+constexpr std::array<CliCommand, 20> Commands { {
     { u"rename", u"Rename files under the names the AI suggests, and record it", &runRenameCommand },
     { u"analyze", u"Show what the AI says about files, without renaming", &runAnalyzeCommand },
     { u"quick", u"Quick rename: what the file-manager actions run", &runQuickCommand },
@@ -42,6 +43,7 @@ constexpr std::array<CliCommand, 19> Commands { {
     { u"thumbnail", u"Write the bounded JPEG the AI would see of a file", &runThumbnailCommand },
     { u"history", u"List the renames made, newest first", &runHistoryCommand },
     { u"undo", u"Take renames back", &runUndoCommand },
+    { u"stats", u"What Nomly has done: totals, streaks, days, file types", &runStatsCommand },
     { u"config", u"Show and change the global settings", &runConfigCommand },
     { u"templates", u"List, create, delete and restore templates", &runTemplatesCommand },
     { u"folders", u"The folders Monitor watches and their templates", &runFoldersCommand },
