@@ -49,8 +49,10 @@ packages=(
     qtkeychain-qt6-dev
     # nomly-backend, and the provider peers the AI route tests talk to
     qt6-httpserver-dev
-    # the statistics charts of the settings window
+    # the statistics charts of the settings window (Qt Charts finds its
+    # OpenGL module through the second package, which it does not pull in)
     qt6-charts-dev
+    libqt6opengl6-dev
     # nomly-backend's iWork export: LibreOffice without its desktop, whose
     # import filters read Pages, Numbers and Keynote documents
     libreoffice-writer-nogui

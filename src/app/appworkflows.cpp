@@ -16,6 +16,7 @@ AppWorkflows::AppWorkflows(SettingsViewModel &state,
     : m_state(state)
     , m_defaults(defaults)
     , m_activity(database, undoIgnore)
+    , m_statistics(database)
     , m_processAnalyzedFile(database, undoIgnore)
     , m_batchRename(database, undoIgnore)
     , m_monitoring(database, undoIgnore)
@@ -24,6 +25,7 @@ AppWorkflows::AppWorkflows(SettingsViewModel &state,
         [this](const QString &path, ProcessedFileSource source) { return m_state.effectiveAnalysisFor(path, source); },
         [this](const ProcessedFile &record) { m_activity.addActivityFile(record); },
     });
+    m_activity.setOnStatsAffectingChange([this] { m_statistics.scheduleReload(); });
 }
 
 QCoro::Task<FileProcessingResult> AppWorkflows::processAnalyzedFile(QString path,

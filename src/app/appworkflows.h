@@ -10,6 +10,7 @@
 #include "app/hotkeyviewmodel.h"
 #include "history/activityviewmodel.h"
 #include "history/processedfile.h"
+#include "history/statisticsviewmodel.h"
 #include "workflows/batchrenameviewmodel.h"
 #include "workflows/fileprocessingresult.h"
 #include "workflows/monitoringviewmodel.h"
@@ -36,6 +37,8 @@ public:
     AppWorkflows &operator=(const AppWorkflows &) = delete;
 
     ActivityViewModel &activity() { return m_activity; }
+
+    StatisticsViewModel &statistics() { return m_statistics; }
 
     HotkeyViewModel &hotkey() { return m_hotkey; }
 
@@ -98,6 +101,7 @@ private:
     SettingsViewModel &m_state;
     UserDefaults &m_defaults;
     ActivityViewModel m_activity;
+    StatisticsViewModel m_statistics;
     ProcessAnalyzedFileUseCase m_processAnalyzedFile;
     HotkeyViewModel m_hotkey;
     BatchRenameViewModel m_batchRename;

@@ -15,6 +15,7 @@
 #include "gui/monitortab.h"
 #include "gui/presentation.h"
 #include "gui/privacysettingsbox.h"
+#include "gui/statisticstab.h"
 #include "gui/templatestab.h"
 
 namespace Nomly {
@@ -35,6 +36,7 @@ SettingsWindow::SettingsWindow(SettingsViewModel &model,
     m_aiRenameTab = new AIRenameTab(workflows.batchRename(), model.templates(), this);
     m_monitorTab = new MonitorTab(model, this);
     m_activityTab = new ActivityTab(workflows.activity(), this);
+    m_statisticsTab = new StatisticsTab(workflows.statistics(), this);
     m_templatesTab = new TemplatesTab(model, this);
     m_aiSetupTab = new AISetupTab(model, custody, std::move(keySync), this);
     m_aiSetupTab->addSection(new HotkeySettingsBox(model, workflows.hotkey(), hotkeys, m_aiSetupTab));
@@ -45,6 +47,7 @@ SettingsWindow::SettingsWindow(SettingsViewModel &model,
     addTab(m_aiRenameTab, SettingsTab::AIRename, tr("AI Rename"));
     addTab(m_monitorTab, SettingsTab::Monitor, tr("Monitor"));
     addTab(m_activityTab, SettingsTab::Activity, tr("Activity"));
+    addTab(m_statisticsTab, SettingsTab::Statistics, tr("Statistics"));
     addTab(m_templatesTab, SettingsTab::Templates, tr("Templates"));
     addTab(m_aiSetupTab, SettingsTab::AISetup, tr("AI Setup"));
     addTab(m_aboutTab, SettingsTab::About, tr("About"));

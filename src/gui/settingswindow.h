@@ -15,6 +15,7 @@ class AIRenameTab;
 class AppWorkflows;
 class ActivityTab;
 class AISetupTab;
+class StatisticsTab;
 class HotkeyService;
 class KeyCustody;
 class MonitorTab;
@@ -45,6 +46,8 @@ public:
     MonitorTab *monitorTab() const { return m_monitorTab; }
 
     ActivityTab *activityTab() const { return m_activityTab; }
+
+    StatisticsTab *statisticsTab() const { return m_statisticsTab; }
 
     TemplatesTab *templatesTab() const { return m_templatesTab; }
 
@@ -82,6 +85,7 @@ private:
     AIRenameTab *m_aiRenameTab = nullptr;
     MonitorTab *m_monitorTab = nullptr;
     ActivityTab *m_activityTab = nullptr;
+    StatisticsTab *m_statisticsTab = nullptr;
     TemplatesTab *m_templatesTab = nullptr;
     AISetupTab *m_aiSetupTab = nullptr;
     AboutTab *m_aboutTab = nullptr;

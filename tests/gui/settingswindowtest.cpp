@@ -1,6 +1,9 @@
 // The settings window over a started application: a real profile in a
 // temporary home folder, its database, defaults and secret file.
 
+#include <QBarSet>
+#include <QChart>
+#include <QChartView>
 #include <QComboBox>
 #include <QDir>
 #include <QLabel>
@@ -24,8 +27,10 @@
 #include "gui/monitortab.h"
 #include "gui/patternblockeditor.h"
 #include "gui/settingswindow.h"
+#include "gui/statisticstab.h"
 #include "gui/templateeditor.h"
 #include "gui/templatestab.h"
+#include "history/database.h"
 #include "loopbackresponder.h"
 #include "ollamapeer.h"
 #include "profileservices.h"
@@ -103,14 +108,14 @@ private slots:
         m_dir.reset();
     }
 
-    // The tabs whose work exists, in order, following the selected tab both
-    // ways; a tab not shown yet falls back to the first.
+    // The tabs in order, following the selected tab both ways.
     void tabsFollowSelection()
     {
         QCOMPARE(m_window->shownTabs(),
                  (QList<SettingsTab> { SettingsTab::AIRename,
                                        SettingsTab::Monitor,
                                        SettingsTab::Activity,
+                                       SettingsTab::Statistics,
                                        SettingsTab::Templates,
                                        SettingsTab::AISetup,
                                        SettingsTab::About }));
@@ -118,9 +123,6 @@ private slots:
         QCOMPARE(m_window->tabs()->currentWidget(), m_window->templatesTab());
         m_window->tabs()->setCurrentWidget(m_window->aiSetupTab());
         QCOMPARE(m_window->selectedTab(), SettingsTab::AISetup);
-        m_window->selectTab(SettingsTab::Statistics);
-        QCOMPARE(m_window->tabs()->currentIndex(), 0);
-        QCOMPARE(m_window->tabs()->tabText(0), u"AI Rename"_s);
         QVERIFY(m_window->close());
         QVERIFY(!m_window->isVisible());
     }
@@ -304,6 +306,39 @@ private slots:
         tab.findChild<QPushButton *>(u"testKey"_s)->click();
         QTest::qWait(100);
         QCOMPARE(server.received.size(), asked);
+    }
+
+    // The tab shows what the rename events hold, and a chart with one bar
+    // a day of the chosen period.
+    void statisticsShowTheEvents()
+    {
+        Database &database = *m_launcher->database();
+        const QString now = QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
+        for (const QString &name : { u"a.pdf"_s, u"b.PDF"_s, u"c.txt"_s }) {
+            ProcessedFile file;
+            file.originalPath = m_home.filePath(name);
+            file.newPath = m_home.filePath(u"named-"_s + name);
+            file.originalName = name;
+            file.newName = u"named-"_s + name;
+            file.processedAt = now;
+            file.source = name == u"c.txt" ? ProcessedFileSource::Watcher : ProcessedFileSource::Batch;
+            QVERIFY(database.insertProcessedFile(file));
+        }
+        m_window->selectTab(SettingsTab::Statistics);
+        StatisticsTab &tab = *m_window->statisticsTab();
+        QTRY_COMPARE(tab.findChild<QLabel *>(u"filesRenamed"_s)->text(), u"3"_s);
+        QCOMPARE(tab.findChild<QLabel *>(u"fromMonitor"_s)->text(), u"1"_s);
+        QCOMPARE(tab.findChild<QLabel *>(u"monitorShare"_s)->text(), u"33% of all renames"_s);
+        QCOMPARE(tab.findChild<QLabel *>(u"activeStreak"_s)->text(), u"1 days"_s);
+        QCOMPARE(tab.findChild<QLabel *>(u"timeSaved"_s)->text(), u"30 sec"_s);
+        QCOMPARE(tab.findChild<QLabel *>(u"topExtensions"_s)->text(), u".pdf: 2\n.txt: 1"_s);
+        const auto bars
+            = [&tab] { return tab.findChild<QChartView *>(u"activityChart"_s)->chart()->findChildren<QBarSet *>(); };
+        QCOMPARE(bars().size(), 1);
+        QCOMPARE(bars().first()->count(), StatisticsViewModel::DefaultWindowDays);
+        QCOMPARE(bars().first()->at(StatisticsViewModel::DefaultWindowDays - 1), 3.0);
+        selectData(tab.findChild<QComboBox *>(u"period"_s), u"7 days"_s, Qt::DisplayRole);
+        QTRY_COMPARE(bars().first()->count(), 7);
     }
 
     // The local route is switched on only where Ollama answers with a
