@@ -3,7 +3,8 @@
 // transaction as the workflows write them. The first activity page is what
 // the activity list asks for when it opens; read it as a ratio against
 // BM_ReferenceCount, a bare COUNT(*) over the same 100,000 rows on a
-// connection of its own.
+// connection of its own. The statistics are read against the bare aggregate
+// query.
 
 #include <QDir>
 #include <QFile>
@@ -16,6 +17,7 @@
 #include <sqlite3.h>
 
 #include "history/database.h"
+#include "history/statisticsviewmodel.h"
 
 using namespace Nomly;
 
@@ -151,6 +153,48 @@ void BM_FirstActivityPage(benchmark::State &state)
 }
 
 BENCHMARK(BM_FirstActivityPage)->Unit(benchmark::kMicrosecond);
+
+// The statistics screen's load over the 100,000 events of three years: the
+// aggregate query and the snapshot built from it, with a 30-day chart and
+// with every day. Read as a ratio against BM_BareAggregates, the same query
+// with the same bounds and nothing built.
+std::optional<int> windowOf(const benchmark::State &state)
+{
+    return state.range(0) == 0 ? std::nullopt : std::optional(int(state.range(0)));
+}
+
+void BM_BareAggregates(benchmark::State &state)
+{
+    Database &database = largeProfile().database();
+    const StatsQueryBounds bounds = StatsQueryBounds::at(QDateTime::currentDateTime(), windowOf(state));
+    for (auto _ : state) {
+        const Result<StatsAggregates> aggregates
+            = database.fetchStatsAggregates(bounds.monthStart, bounds.previousMonthStart, bounds.dailySince);
+        if (!aggregates || aggregates.value().total != LargeTableRows) {
+            state.SkipWithError("unexpected aggregates");
+            break;
+        }
+        benchmark::DoNotOptimize(aggregates.value().total);
+    }
+}
+
+BENCHMARK(BM_BareAggregates)->Arg(30)->Arg(0)->Unit(benchmark::kMillisecond);
+
+void BM_StatisticsSnapshot(benchmark::State &state)
+{
+    Database &database = largeProfile().database();
+    const QDateTime now = QDateTime::currentDateTime();
+    for (auto _ : state) {
+        const Result<StatsSnapshot> snapshot = StatisticsViewModel::load(database, now, windowOf(state));
+        if (!snapshot || snapshot.value().totalRenamed != LargeTableRows) {
+            state.SkipWithError("unexpected snapshot");
+            break;
+        }
+        benchmark::DoNotOptimize(snapshot.value().dailyCounts.constData());
+    }
+}
+
+BENCHMARK(BM_StatisticsSnapshot)->Arg(30)->Arg(0)->Unit(benchmark::kMillisecond);
 
 } // namespace
 

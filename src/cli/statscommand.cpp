@@ -63,11 +63,10 @@ void printText(const StatsSnapshot &snapshot, std::optional<int> window)
                         .arg(StatsTexts::monitorSharePercent(snapshot.monitorCount, snapshot.totalRenamed)));
     CliOutput::line(QStringLiteral("Time saved:     %1")
                         .arg(StatsTexts::duration(snapshot.totalRenamed * StatsTexts::SecondsSavedPerRename)));
-    CliOutput::line(QStringLiteral("Active streak:  %1 (longest: %2 days)")
-                        .arg(snapshot.currentStreakDays == 0
-                                 ? QStringLiteral("No streak yet")
-                                 : QStringLiteral("%1 days").arg(snapshot.currentStreakDays))
-                        .arg(snapshot.longestStreakDays));
+    CliOutput::line(QStringLiteral("Active streak:  %1 (longest: %2)")
+                        .arg(snapshot.currentStreakDays == 0 ? QStringLiteral("No streak yet")
+                                                             : StatsTexts::days(snapshot.currentStreakDays),
+                             StatsTexts::days(snapshot.longestStreakDays)));
 
     const QList<DailyCount> &days = snapshot.dailyCounts;
     if (!days.isEmpty()) {

@@ -1,14 +1,14 @@
 #include "gui/statisticstab.h"
 
-#include <QBarCategoryAxis>
-#include <QBarSeries>
-#include <QBarSet>
+#include <QAreaSeries>
 #include <QChart>
 #include <QChartView>
 #include <QComboBox>
+#include <QDateTimeAxis>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QLabel>
+#include <QLineSeries>
 #include <QLocale>
 #include <QStackedWidget>
 #include <QVBoxLayout>
@@ -88,21 +88,27 @@ StatisticsTab::StatisticsTab(StatisticsViewModel &statistics, QWidget *parent)
     m_activitySummary = new QLabel(this);
     m_activitySummary->setObjectName(QStringLiteral("activitySummary"));
 
-    m_days = new QBarSet(tr("Files"));
-    auto *series = new QBarSeries;
-    series->append(m_days);
+    // A line over the days reads at any period, from a week to years, where
+    // a bar and a label per day would crowd.
+    m_days = new QLineSeries(this);
+    m_days->setName(tr("Files"));
+    auto *area = new QAreaSeries(m_days);
+    QColor fill = palette().color(QPalette::Highlight);
+    area->setPen(QPen(fill, 2));
+    fill.setAlphaF(0.35);
+    area->setBrush(fill);
     m_chart = new QChart;
-    m_chart->addSeries(series);
+    m_chart->addSeries(area);
     m_chart->legend()->hide();
     m_chart->setMargins(QMargins(4, 4, 4, 4));
-    m_dayAxis = new QBarCategoryAxis;
-    m_dayAxis->setLabelsAngle(-60);
+    m_dayAxis = new QDateTimeAxis;
+    m_dayAxis->setFormat(QLocale().dateFormat(QLocale::ShortFormat));
     m_countAxis = new QValueAxis;
     m_countAxis->setLabelFormat(QStringLiteral("%d"));
     m_chart->addAxis(m_dayAxis, Qt::AlignBottom);
     m_chart->addAxis(m_countAxis, Qt::AlignLeft);
-    series->attachAxis(m_dayAxis);
-    series->attachAxis(m_countAxis);
+    area->attachAxis(m_dayAxis);
+    area->attachAxis(m_countAxis);
     auto *chartView = new QChartView(m_chart, this);
     chartView->setObjectName(QStringLiteral("activityChart"));
     chartView->setRenderHint(QPainter::Antialiasing);
@@ -175,25 +181,34 @@ void StatisticsTab::present(const StatsSnapshot &snapshot)
         tr("%1% of all renames").arg(StatsTexts::monitorSharePercent(snapshot.monitorCount, snapshot.totalRenamed)));
     m_timeSaved->setText(StatsTexts::duration(snapshot.totalRenamed * StatsTexts::SecondsSavedPerRename, locale));
     m_streak->setText(snapshot.currentStreakDays == 0 ? tr("No streak yet")
-                                                      : tr("%1 days").arg(snapshot.currentStreakDays));
+                                                      : StatsTexts::days(snapshot.currentStreakDays));
     m_longest->setText(tr("Longest: %1").arg(snapshot.longestStreakDays));
 
-    QStringList days;
-    QList<qreal> counts;
+    QList<QPointF> points;
     qint64 sum = 0;
     const DailyCount *peak = nullptr;
     for (const DailyCount &day : snapshot.dailyCounts) {
-        days.append(locale.toString(day.date, QLocale::ShortFormat));
-        counts.append(qreal(day.count));
+        points.append(QPointF(qreal(day.date.startOfDay().toMSecsSinceEpoch()), qreal(day.count)));
         sum += day.count;
         if (!peak || day.count > peak->count)
             peak = &day;
     }
-    m_days->remove(0, m_days->count());
-    m_days->append(counts);
-    m_dayAxis->clear();
-    m_dayAxis->append(days);
-    m_countAxis->setRange(0, std::max<qreal>(1, peak ? qreal(peak->count) : 1));
+    m_days->replace(points);
+    if (!snapshot.dailyCounts.isEmpty()) {
+        const QDate first = snapshot.dailyCounts.first().date;
+        const QDate last = snapshot.dailyCounts.last().date;
+        m_dayAxis->setRange(first.startOfDay(), std::max(last, first.addDays(1)).startOfDay());
+        m_dayAxis->setTickCount(int(std::clamp<qint64>(first.daysTo(last) + 1, 2, 7)));
+    }
+    // Whole numbers on the count axis: a step of 1, 2, 5, 10... and a top
+    // that is a multiple of it.
+    const qint64 highest = std::max<qint64>(1, peak ? peak->count : 1);
+    qint64 step = 1;
+    for (int i = 0; (highest + step - 1) / step > 5; ++i)
+        step = i % 3 == 1 ? step * 5 / 2 : step * 2;
+    const qint64 top = (highest + step - 1) / step * step;
+    m_countAxis->setRange(0, qreal(top));
+    m_countAxis->setTickCount(int(top / step) + 1);
     m_activitySummary->setText(
         peak ? tr("Average: %1 files/day · Peak: %2 on %3")
                    .arg(locale.toString(double(sum) / double(snapshot.dailyCounts.size()), 'f', 1))

@@ -2,9 +2,9 @@
 
 #include <QWidget>
 
-class QBarSet;
-class QBarCategoryAxis;
 class QChart;
+class QDateTimeAxis;
+class QLineSeries;
 class QComboBox;
 class QLabel;
 class QStackedWidget;
@@ -43,8 +43,8 @@ private:
     QComboBox *m_period = nullptr;
     QLabel *m_activitySummary = nullptr;
     QChart *m_chart = nullptr;
-    QBarSet *m_days = nullptr;
-    QBarCategoryAxis *m_dayAxis = nullptr;
+    QLineSeries *m_days = nullptr;
+    QDateTimeAxis *m_dayAxis = nullptr;
     QValueAxis *m_countAxis = nullptr;
     QLabel *m_fileTypes = nullptr;
     QLabel *m_topExtensions = nullptr;

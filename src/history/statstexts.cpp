@@ -77,6 +77,11 @@ QString monthDelta(qint64 delta, const QLocale &locale)
     return delta > 0 ? QStringLiteral("↑ +%1 this month").arg(amount) : QStringLiteral("↓ -%1 this month").arg(amount);
 }
 
+QString days(qint64 count)
+{
+    return count == 1 ? QStringLiteral("1 day") : QStringLiteral("%1 days").arg(count);
+}
+
 int monitorSharePercent(qint64 monitorCount, qint64 totalRenamed)
 {
     if (totalRenamed < 1)

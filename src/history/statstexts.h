@@ -18,6 +18,8 @@ inline constexpr qint64 SecondsSavedPerRename = 10;
 QString duration(qint64 seconds, const QLocale &locale = {});
 // "↑ +3 this month", "↓ -1.2K this month"; empty at 0.
 QString monthDelta(qint64 delta, const QLocale &locale = {});
+// "1 day", "12 days".
+QString days(qint64 count);
 // The Monitor's share of all renames, rounded; 0 without renames.
 int monitorSharePercent(qint64 monitorCount, qint64 totalRenamed);
 

@@ -37,6 +37,7 @@ private slots:
     void undoLastRun();
     void historyGroupsRuns_data();
     void historyGroupsRuns();
+    void statsCountWhatHappened();
 
 private:
     // Data, configuration and cache all live in the temporary folder; the
@@ -238,6 +239,28 @@ void RunHistoryTest::historyGroupsRuns()
         letters += QChar(char16_t(u'a' + runs.indexOf(runId)));
     }
     QCOMPARE(letters, jsonRuns);
+}
+
+// The statistics count renames as they happened: taking a run back lowers
+// nothing.
+void RunHistoryTest::statsCountWhatHappened()
+{
+    applyTwoRuns();
+    QCOMPARE(runNomly({ u"undo"_s, u"--last-run"_s }).exitCode, 0);
+    const CliRun run = runNomly({ u"stats"_s, u"--json"_s, u"--days"_s, u"7"_s });
+    QCOMPARE(run.exitCode, 0);
+    const QJsonObject stats = QJsonDocument::fromJson(run.out.toUtf8()).object();
+    QCOMPARE(stats.value(u"totalRenamed"_s).toInt(), 5);
+    QCOMPARE(stats.value(u"currentStreakDays"_s).toInt(), 1);
+    QCOMPARE(stats.value(u"monitorCount"_s).toInt(), 0);
+    QCOMPARE(stats.value(u"dailyCounts"_s).toArray().size(), 7);
+    QCOMPARE(stats.value(u"dailyCounts"_s).toArray().last()[u"count"_s].toInt(), 5);
+    QCOMPARE(stats.value(u"byExtension"_s).toArray().first()[u"ext"_s].toString(), u".txt"_s);
+
+    const CliRun text = runNomly({ u"stats"_s });
+    QVERIFY2(text.out.startsWith(u"Files renamed:  5"_s), qPrintable(text.out));
+    QVERIFY(text.out.contains(u"Active streak:  1 day (longest: 1 day)"_s));
+    QCOMPARE(runNomly({ u"stats"_s, u"--days"_s, u"none"_s }).exitCode, 2);
 }
 
 QTEST_GUILESS_MAIN(RunHistoryTest)
