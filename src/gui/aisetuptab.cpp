@@ -172,10 +172,7 @@ AISetupTab::AISetupTab(SettingsViewModel &model, KeyCustody *custody, KeySyncSou
         }
         launch(change([mode](Settings &settings) { settings.aiProcessingMode = mode; }));
     });
-    connect(m_provider, &QComboBox::activated, this, [this] {
-        const AIProvider provider = selectedProvider();
-        launch(change([provider](Settings &settings) { settings.aiProvider = provider; }));
-    });
+    connect(m_provider, &QComboBox::activated, this, [this] { launch(changeProvider(selectedProvider())); });
     connect(m_byok, &QCheckBox::toggled, this, [this](bool on) {
         if (on && !m_model.settings().hasApiKey(m_model.settings().aiProvider)) {
             m_keyState->setText(tr("Save an API key before enabling BYOK."));
@@ -332,6 +329,35 @@ QCoro::Task<> AISetupTab::confirmRemoveKey()
         co_return;
     auto removing = removeKey();
     co_await removing;
+}
+
+QCoro::Task<> AISetupTab::changeProvider(AIProvider provider)
+{
+    QPointer<AISetupTab> self(this);
+    // The list of the provider before means nothing for this one.
+    m_byokModel->clear();
+    m_connection->setText(AIConnectionStatus().text());
+    auto saving = change([provider](Settings &settings) { settings.aiProvider = provider; });
+    co_await saving;
+    if (!self)
+        co_return;
+    const Settings &settings = m_model.settings();
+    QString unavailable;
+    KeySync *sync = m_keySync && provider != AIProvider::OpenAICompatible ? m_keySync(&unavailable) : nullptr;
+    if (sync && settings.hasApiKey(provider)) {
+        auto telling = sync->setKeyEnabled(provider, settings.byokEnabled);
+        if (const Result<BYOKSyncResponse> told = co_await telling; !told)
+            qCWarning(lcConfig).noquote() << "BYOK provider metadata sync failed:" << told.error();
+        if (!self)
+            co_return;
+    }
+    refresh();
+    const bool reachable = provider == AIProvider::OpenAICompatible ? !settings.openaiCompatibleBaseUrl.isEmpty()
+                                                                    : settings.hasApiKey(provider);
+    if (reachable) {
+        auto testing = testKey();
+        co_await testing;
+    }
 }
 
 QCoro::Task<> AISetupTab::useServer(QString address)

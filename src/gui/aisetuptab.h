@@ -68,6 +68,9 @@ private:
     void noteFailure(const QString &text, bool rateLimited = false);
     QString summary(const Settings &settings) const;
     QCoro::Task<> confirmRemoveKey();
+    // Keeps the choice, tells the backend, and lists the new provider's
+    // models where it can be asked.
+    QCoro::Task<> changeProvider(AIProvider provider);
     // Keeps the address of the user's own server and tries it.
     QCoro::Task<> useServer(QString address);
     // Applies one change to the settings and writes them.
