@@ -44,8 +44,11 @@ private slots:
 
     void cleanup()
     {
-        for (const AIProvider provider :
-             { AIProvider::Gemini, AIProvider::OpenAI, AIProvider::Claude, AIProvider::Groq })
+        for (const AIProvider provider : { AIProvider::Gemini,
+                                           AIProvider::OpenAI,
+                                           AIProvider::Claude,
+                                           AIProvider::Groq,
+                                           AIProvider::OpenAICompatible })
             qunsetenv(cloudProviderEndpoint(provider).baseUrlVariable.data());
     }
 
@@ -87,6 +90,43 @@ private slots:
         QVERIFY2(peer.received.first().head.contains(header), peer.received.first().head.constData());
         if (provider == AIProvider::Claude)
             QVERIFY(peer.received.first().head.contains("anthropic-version: 2023-06-01"));
+    }
+
+    // The user's own server is asked at the address they set, or the
+    // environment's over it, without a key when none is stored, and lists
+    // every model it has loaded but those for embeddings or speech.
+    void ownServer_data()
+    {
+        QTest::addColumn<bool>("setting");
+        QTest::addColumn<bool>("environment");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("setting") << true << false << u"Connection OK|llava-v1.6 qwen2.5-vl-7b"_s;
+        QTest::newRow("environment over setting") << false << true << u"Connection OK|llava-v1.6 qwen2.5-vl-7b"_s;
+        QTest::newRow("no address") << false << false << u"Set the server's address first|"_s;
+    }
+
+    void ownServer()
+    {
+        QFETCH(bool, setting);
+        QFETCH(bool, environment);
+        QFETCH(QString, expected);
+        LoopbackResponder peer(200,
+                               R"({"object":"list","data":[{"id":"qwen2.5-vl-7b"},{"id":"nomic-embed-text"},)"
+                               R"({"id":"llava-v1.6"}]})"_ba);
+        if (environment)
+            route(AIProvider::OpenAICompatible, peer, u"/v1"_s);
+        const QString address
+            = setting ? peer.baseUrl() + u"/v1"_s : u"http://127.0.0.1:%1/v1"_s.arg(Test::closedLoopbackPort());
+        CloudAIProbeService probe(m_network);
+        const QString serverUrl = setting || environment ? address : QString();
+        const AIConnectionStatus status = Test::awaited(probe.testKey(AIProvider::OpenAICompatible, {}, serverUrl));
+        const auto models = Test::awaited(probe.loadModels(AIProvider::OpenAICompatible, {}, serverUrl));
+        QStringList ids;
+        for (const ModelOption &model : models.ok() ? models.value() : QList<ModelOption>())
+            ids.append(model.id);
+        QCOMPARE(status.text() + u'|' + ids.join(u' '), expected);
+        for (const auto &request : peer.received)
+            QVERIFY(!request.head.contains("authorization"));
     }
 
     // What the status row says for each answer.
