@@ -61,11 +61,13 @@ ExitStatus runKeysCommand(const QStringList &arguments)
         CliOutput::error(Usage);
         return ExitStatus::UsageError;
     }
-    const auto provider = takesProvider ? aiProviderNamed(words.at(1)) : std::nullopt;
-    if (takesProvider && !provider) {
+    const std::optional<AIProvider> named = takesProvider ? aiProviderNamed(words.at(1)) : std::nullopt;
+    if (takesProvider && !named) {
         CliOutput::error(QStringLiteral("unknown provider '%1'; use one of: %2").arg(words.at(1), aiProviderNames()));
         return ExitStatus::UsageError;
     }
+    // Listing needs none; every other action has one from here on.
+    const AIProvider provider = named.value_or(AIProvider::Gemini);
     QString key;
     if (action == u"set") {
         key = readKey();
@@ -92,16 +94,16 @@ ExitStatus runKeysCommand(const QStringList &arguments)
         return ExitStatus::Success;
     }
     if (action == u"test") {
-        const std::optional<QString> stored = QCoro::waitFor(custody.load(*provider));
+        const std::optional<QString> stored = QCoro::waitFor(custody.load(provider));
         QNetworkAccessManager network;
         CloudAIProbeService probe(network);
         const AIConnectionStatus status = QCoro::waitFor(
-            probe.testKey(*provider, stored.value_or(QString()), profile->settings().openaiCompatibleBaseUrl));
+            probe.testKey(provider, stored.value_or(QString()), profile->settings().openaiCompatibleBaseUrl));
         if (status.kind == AIConnectionStatus::Kind::Ready) {
             CliOutput::line(status.text());
             return ExitStatus::Success;
         }
-        CliOutput::error(QStringLiteral("%1: %2").arg(rawValue(*provider), status.text()));
+        CliOutput::error(QStringLiteral("%1: %2").arg(rawValue(provider), status.text()));
         return ExitStatus::ItemFailed;
     }
     if (action == u"set") {
@@ -112,21 +114,21 @@ ExitStatus runKeysCommand(const QStringList &arguments)
             return ExitStatus::ItemFailed;
         }
         CoreLog::Held held;
-        const Result<> saved = QCoro::waitFor(profile->state().saveApiKey(route.value()->keySync(), *provider, key));
+        const Result<> saved = QCoro::waitFor(profile->state().saveApiKey(route.value()->keySync(), provider, key));
         if (!saved) {
             held.failureReported();
             CliOutput::error(
-                QStringLiteral("the key for %1 was not stored: %2").arg(rawValue(*provider), saved.error()));
+                QStringLiteral("the key for %1 was not stored: %2").arg(rawValue(provider), saved.error()));
             return ExitStatus::ItemFailed;
         }
-        CliOutput::line(QStringLiteral("Stored the key for %1").arg(rawValue(*provider)));
+        CliOutput::line(QStringLiteral("Stored the key for %1").arg(rawValue(provider)));
         return ExitStatus::Success;
     }
-    if (!QCoro::waitFor(profile->state().removeApiKey(custody, *provider))) {
-        CliOutput::error(QStringLiteral("the key for %1 could not be removed").arg(rawValue(*provider)));
+    if (!QCoro::waitFor(profile->state().removeApiKey(custody, provider))) {
+        CliOutput::error(QStringLiteral("the key for %1 could not be removed").arg(rawValue(provider)));
         return ExitStatus::ItemFailed;
     }
-    CliOutput::line(QStringLiteral("Removed the key for %1").arg(rawValue(*provider)));
+    CliOutput::line(QStringLiteral("Removed the key for %1").arg(rawValue(provider)));
     return ExitStatus::Success;
 }
 
