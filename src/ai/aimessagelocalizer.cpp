@@ -54,6 +54,10 @@ constexpr const char *KnownTexts[] = {
     QT_TRANSLATE_NOOP("AIMessages", "Text content missing"),
     QT_TRANSLATE_NOOP("AIMessages", "No analysis result"),
     QT_TRANSLATE_NOOP("AIMessages", "AI analysis failed"),
+    // The user's own OpenAI-compatible server, through the backend.
+    QT_TRANSLATE_NOOP("AIMessages", "No address is set for the OpenAI-compatible server."),
+    QT_TRANSLATE_NOOP("AIMessages", "This backend does not call servers that clients name."),
+    QT_TRANSLATE_NOOP("AIMessages", "Choose a model of the OpenAI-compatible server."),
     // The local route.
     QT_TRANSLATE_NOOP("AIMessages", "Local AI model is not configured"),
     QT_TRANSLATE_NOOP("AIMessages", "Local AI request failed"),

@@ -214,11 +214,7 @@ AISetupTab::AISetupTab(SettingsViewModel &model, KeyCustody *custody, KeySyncSou
     connect(m_testKey, &QPushButton::clicked, this, [this] { launch(testKey()); });
     connect(m_refreshOllama, &QPushButton::clicked, this, [this] { launch(refreshOllama()); });
     connect(m_byokModel, &QComboBox::activated, this, [this] {
-        const AIProvider provider = selectedProvider();
-        const QString id = m_byokModel->currentData().toString();
-        launch(change([provider, id](Settings &settings) {
-            settings.byokModel(provider) = id.isEmpty() ? std::nullopt : std::optional(id);
-        }));
+        launch(changeModel(selectedProvider(), m_byokModel->currentData().toString()));
     });
     connect(m_key, &QLineEdit::textChanged, this, &AISetupTab::refresh);
     connect(m_key, &QLineEdit::returnPressed, this, [this] { launch(saveKey()); });
@@ -358,6 +354,25 @@ QCoro::Task<> AISetupTab::changeProvider(AIProvider provider)
         auto testing = testKey();
         co_await testing;
     }
+}
+
+QCoro::Task<> AISetupTab::changeModel(AIProvider provider, QString id)
+{
+    QPointer<AISetupTab> self(this);
+    auto saving = change([provider, id](Settings &settings) {
+        settings.byokModel(provider) = id.isEmpty() ? std::nullopt : std::optional(id);
+    });
+    co_await saving;
+    QString unavailable;
+    KeySync *sync = self && m_keySync && m_model.settings().hasApiKey(provider) ? m_keySync(&unavailable) : nullptr;
+    if (!sync)
+        co_return;
+    m_connection->setText(tr("Updating model..."));
+    auto telling = sync->changeModel(provider, id);
+    const Result<BYOKSyncResponse> told = co_await telling;
+    if (!self || selectedProvider() != provider)
+        co_return;
+    m_connection->setText(told ? AIConnectionStatus { AIConnectionStatus::Kind::Ready, {} }.text() : told.error());
 }
 
 QCoro::Task<> AISetupTab::useServer(QString address)

@@ -71,6 +71,8 @@ private:
     // Keeps the choice, tells the backend, and lists the new provider's
     // models where it can be asked.
     QCoro::Task<> changeProvider(AIProvider provider);
+    // Keeps the model chosen for the provider and tells the backend.
+    QCoro::Task<> changeModel(AIProvider provider, QString id);
     // Keeps the address of the user's own server and tries it.
     QCoro::Task<> useServer(QString address);
     // Applies one change to the settings and writes them.

@@ -263,6 +263,9 @@ private slots:
                      u"No compatible analysis models returned by provider"_s);
         auto loading = m_profile->custody->load(AIProvider::OpenAI);
         QCOMPARE(QCoro::waitFor(std::move(loading)), std::optional<QString>(u"sk-test-123"_s));
+        // A model choice goes to the backend, which takes it.
+        selectData(tab.findChild<QComboBox *>(u"byokModel"_s), u"Default"_s, Qt::DisplayRole);
+        QTRY_COMPARE(tab.findChild<QLabel *>(u"connectionStatus"_s)->text(), u"Connection OK"_s);
 
         // Clearing asks first; cancelled, the key stays.
         m_answer.clear();
