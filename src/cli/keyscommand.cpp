@@ -88,7 +88,7 @@ ExitStatus runKeysCommand(const QStringList &arguments)
         for (const auto &[each, raw] : AIProviderRawValues) {
             const bool has = QCoro::waitFor(custody.has(each));
             CliOutput::line(QStringLiteral("%1  %2")
-                                .arg(QString::fromUtf16(raw), -8)
+                                .arg(QString::fromUtf16(raw), -16)
                                 .arg(has ? QStringLiteral("set") : QStringLiteral("not set")));
         }
         return ExitStatus::Success;

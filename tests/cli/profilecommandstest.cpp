@@ -236,8 +236,8 @@ void ProfileCommandsTest::keysNeverShow()
     QCOMPARE(nomly({ u"keys"_s, u"set"_s, u"acme"_s }, key).exitCode, 2);
 
     const CliRun listed = nomly({ u"keys"_s, u"list"_s });
-    QVERIFY(listed.out.contains(u"openai    set"_s));
-    QVERIFY(listed.out.contains(u"gemini    not set"_s));
+    QVERIFY(listed.out.contains(u"openai            set"_s));
+    QVERIFY(listed.out.contains(u"gemini            not set"_s));
     const CliRun shown = nomly({ u"config"_s, u"show"_s, u"--json"_s });
     QVERIFY(shown.out.contains(u"\"hasOpenaiApiKey\": true"_s));
     for (const CliRun &run : { set, listed, shown })
@@ -247,7 +247,7 @@ void ProfileCommandsTest::keysNeverShow()
     QVERIFY(!database.readAll().contains(key));
 
     QCOMPARE(nomly({ u"keys"_s, u"remove"_s, u"openai"_s }).exitCode, 0);
-    QVERIFY(nomly({ u"keys"_s, u"list"_s }).out.contains(u"openai    not set"_s));
+    QVERIFY(nomly({ u"keys"_s, u"list"_s }).out.contains(u"openai            not set"_s));
 }
 
 // Without a Secret Service (as here) keys are kept in a file: the first
