@@ -58,7 +58,9 @@ QString cloudProviderBaseUrl(AIProvider provider, const QString &configured)
     if (const QString overridden = qEnvironmentVariable(endpoint.baseUrlVariable.data()).trimmed();
         !overridden.isEmpty())
         return overridden;
-    if (const QString chosen = configured.trimmed(); !chosen.isEmpty())
+    // Only the user's own server lives where the user says; a vendor's key
+    // must never travel to that address.
+    if (const QString chosen = configured.trimmed(); provider == AIProvider::OpenAICompatible && !chosen.isEmpty())
         return chosen;
     return endpoint.defaultBaseUrl.toString();
 }

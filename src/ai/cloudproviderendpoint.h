@@ -36,8 +36,8 @@ struct CloudProviderEndpoint
 
 const CloudProviderEndpoint &cloudProviderEndpoint(AIProvider provider);
 
-// The environment's address for the provider, else the one the user
-// configured, else the provider's own.
+// The environment's address for the provider, else (for the user's own
+// server only) the one the user configured, else the provider's own.
 QString cloudProviderBaseUrl(AIProvider provider, const QString &configured = {});
 
 // The provider's function at `path` ("/v1/models") under `baseUrl`, with the

@@ -78,14 +78,19 @@ Result<ProviderCall> BackendAnalyzer::callFor(const AnalyzeRequest &request) con
     } else if (*provider == BackendProvider::OpenAICompatible) {
         // The operator's address stays over the request's, as the
         // environment stays over settings elsewhere.
+        // Each key goes only to the server it belongs with: the operator's
+        // to the operator's address, the request's to the request's.
         call.baseUrl = m_config.baseUrls.value(name);
-        if (call.baseUrl.isEmpty() && m_config.callsClientServers)
+        if (!call.baseUrl.isEmpty()) {
+            call.apiKey = m_config.operatorKeys.value(name).trimmed();
+        } else if (m_config.callsClientServers) {
             call.baseUrl = trimmed(request.providerBaseUrl);
+            call.apiKey = ownKey ? trimmed(request.apiKey) : QString();
+        }
         if (call.baseUrl.isEmpty())
             return Failure { m_config.callsClientServers
                                  ? QStringLiteral("No address is set for the OpenAI-compatible server.")
                                  : QStringLiteral("This backend does not call servers that clients name.") };
-        call.apiKey = ownKey ? trimmed(request.apiKey) : m_config.operatorKeys.value(name).trimmed();
         call.model = trimmed(request.byokModel);
         if (call.model.isEmpty())
             return Failure { QStringLiteral("Choose a model of the OpenAI-compatible server.") };

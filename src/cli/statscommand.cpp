@@ -14,6 +14,9 @@ namespace Nomly {
 
 namespace {
 
+// A century of days; more names no calendar anyone renamed files in.
+constexpr int MaxWindowDays = 36500;
+
 QJsonObject toJson(const StatsSnapshot &snapshot, std::optional<int> window)
 {
     QJsonArray days;
@@ -131,8 +134,10 @@ ExitStatus runStatsCommand(const QStringList &arguments)
     if (const QString days = parser.value(daysOption); days != u"all") {
         bool ok = false;
         window = days.toInt(&ok);
-        if (!ok || *window < 1) {
-            CliOutput::error(QStringLiteral("--days takes a number of days from 1, or 'all', not '%1'").arg(days));
+        if (!ok || *window < 1 || *window > MaxWindowDays) {
+            CliOutput::error(QStringLiteral("--days takes a number of days from 1 to %1, or 'all', not '%2'")
+                                 .arg(MaxWindowDays)
+                                 .arg(days));
             return ExitStatus::UsageError;
         }
     }

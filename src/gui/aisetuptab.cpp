@@ -259,7 +259,7 @@ void AISetupTab::refresh()
     m_keyState->setText(!m_custody   ? tr("No secret store is available on this desktop.")
                             : stored ? tr("A key for %1 is stored.").arg(m_provider->currentText())
                                      : tr("No key for %1 is stored.").arg(m_provider->currentText()));
-    m_testKey->setEnabled(cloud && m_custody && reachable);
+    m_testKey->setEnabled(cloud && (m_custody || ownServer) && reachable);
     m_byokModel->setEnabled(cloud && reachable);
     m_summary->setText(summary(settings));
     m_endpoint->setEnabled(local);
@@ -282,9 +282,14 @@ QString AISetupTab::summary(const Settings &settings) const
     if (settings.aiProcessingMode != AIProcessingMode::Cloud)
         return {};
     if (const std::optional<AIProvider> own = settings.ownProvider()) {
-        if (*own == AIProvider::OpenAICompatible)
+        if (*own == AIProvider::OpenAICompatible) {
+            // The server names no model of its own: without one every
+            // rename would fail.
+            if (!settings.byokModel(*own))
+                return tr("Choose a model of the OpenAI-compatible server.");
             return tr("Using your OpenAI-compatible server at %1")
                 .arg(cloudProviderBaseUrl(*own, settings.openaiCompatibleBaseUrl));
+        }
         return tr("Using %1 Cloud AI").arg(displayName(*own));
     }
     if (settings.aiProvider != AIProvider::OpenAICompatible && settings.hasApiKey(settings.aiProvider))
@@ -318,8 +323,12 @@ QCoro::Task<> AISetupTab::confirmRemoveKey()
     const QString clear = tr("Clear");
     auto asking
         = m_presentAlert(tr("Clear API Key?"),
-                         tr("This will remove your %1 API key. Cloud AI will use the managed Nomly provider again.")
-                             .arg(m_provider->currentText()),
+                         selectedProvider() == AIProvider::OpenAICompatible
+                             ? tr("This will remove the API key of your OpenAI-compatible server. Nomly will ask "
+                                  "the server without a key.")
+                             : tr("This will remove your %1 API key. Cloud AI will use the managed Nomly provider "
+                                  "again.")
+                                   .arg(m_provider->currentText()),
                          { clear });
     if (co_await asking != clear || !self)
         co_return;
@@ -461,18 +470,21 @@ QCoro::Task<> AISetupTab::removeKey()
 
 QCoro::Task<> AISetupTab::testKey()
 {
-    if (!m_custody)
-        co_return;
-    if (refusedByCooldown())
+    const AIProvider provider = selectedProvider();
+    // The user's own server may be asked without any key, and so without
+    // a store to keep one.
+    if ((!m_custody && provider != AIProvider::OpenAICompatible) || refusedByCooldown())
         co_return;
     QPointer<AISetupTab> self(this);
-    const AIProvider provider = selectedProvider();
     const QString serverUrl = m_model.settings().openaiCompatibleBaseUrl;
     m_connection->setText(AIConnectionStatus { AIConnectionStatus::Kind::Testing, {} }.text());
-    auto loading = m_custody->load(provider);
-    const QString key = (co_await loading).value_or(QString());
-    if (!self)
-        co_return;
+    QString key;
+    if (m_custody) {
+        auto loading = m_custody->load(provider);
+        key = (co_await loading).value_or(QString());
+        if (!self)
+            co_return;
+    }
     CloudAIProbeService probe(*m_network);
     auto testing = probe.testKey(provider, key, serverUrl);
     const AIConnectionStatus status = co_await testing;
@@ -480,7 +492,8 @@ QCoro::Task<> AISetupTab::testKey()
         co_return;
     m_connection->setText(status.text());
     noteFailure(status.message, status.rateLimited);
-    if (status.kind == AIConnectionStatus::Kind::Failed)
+    // A provider that says it is asked too often is not asked again now.
+    if (status.kind == AIConnectionStatus::Kind::Failed || status.rateLimited)
         co_return;
     m_byokModel->setPlaceholderText(tr("Loading models..."));
     auto listing = probe.loadModels(provider, key, serverUrl);

@@ -34,9 +34,12 @@ QList<DailyCount> dailySeries(const StatsAggregates &aggregates, QDate today, st
     if (windowDays) {
         start = today.addDays(1 - std::max(*windowDays, 1));
     } else {
-        if (aggregates.dailyCounts.isEmpty())
-            return {};
-        start = dayOf(aggregates.dailyCounts.first().first);
+        // Rows come oldest first; one whose moment didn't read has no day
+        // and sorts before them all.
+        for (const auto &[day, count] : aggregates.dailyCounts) {
+            if ((start = dayOf(day)).isValid())
+                break;
+        }
         if (!start.isValid())
             return {};
         start = std::min(start, today);

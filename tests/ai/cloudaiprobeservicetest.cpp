@@ -129,6 +129,19 @@ private slots:
             QVERIFY(!request.head.contains("authorization"));
     }
 
+    // A vendor's key never travels to the address set for the user's own
+    // server.
+    void vendorKeyStaysWithVendor()
+    {
+        LoopbackResponder ownServer(200, "{}"_ba);
+        CloudAIProbeService probe(m_network);
+        // The vendor's own address is tried (and fails here, offline or
+        // refused); what matters is where the key went.
+        probe.setTimeout(std::chrono::milliseconds(500));
+        Test::awaited(probe.testKey(AIProvider::OpenAI, u"sk-vendor"_s, ownServer.baseUrl()));
+        QVERIFY(ownServer.received.isEmpty());
+    }
+
     // What the status row says for each answer.
     void testsTheKey_data()
     {

@@ -356,6 +356,36 @@ private slots:
         QCOMPARE(sent.header("authorization"), key.isEmpty() ? QByteArray() : "Bearer " + key.toUtf8());
     }
 
+    // Each key goes only with its own address: the operator's to the
+    // operator's server, the caller's to the caller's.
+    void ownServerKeysStayWithTheirAddress()
+    {
+        BackendConfig config;
+        config.callsClientServers = true;
+        config.operatorKeys.insert(u"openaiCompatible"_s, u"operator-key"_s);
+        {
+            // A shared backend whose own provider is such a server: a caller
+            // naming an address gets no operator key sent there.
+            Rig rig(u"openaiCompatible"_s, config);
+            rig.peer.answer(Answer);
+            AnalyzeRequest request = pictureRequest();
+            request.byokModel = u"qwen2.5-vl"_s;
+            request.providerBaseUrl = rig.peer.baseUrl();
+            QCOMPARE(rig.analyzeOne(request), u"Coffee Receipt"_s);
+            QCOMPARE(rig.peer.received.first().header("authorization"), QByteArray());
+        }
+        ProviderPeer operatorServer(ProviderPeer::Dialect::ChatCompletions);
+        operatorServer.answer(Answer);
+        config.baseUrls.insert(u"openaiCompatible"_s, operatorServer.baseUrl());
+        Rig rig(u"openai"_s, config);
+        AnalyzeRequest request = ownKeyRequest(u"openaiCompatible"_s, u"user-key"_s);
+        request.byokModel = u"qwen2.5-vl"_s;
+        request.providerBaseUrl = rig.peer.baseUrl();
+        QCOMPARE(rig.analyzeOne(request), u"Coffee Receipt"_s);
+        QVERIFY(rig.peer.received.isEmpty());
+        QCOMPARE(operatorServer.received.first().header("authorization"), QByteArray("Bearer operator-key"));
+    }
+
     void operatorKeyAndOllama()
     {
         BackendConfig config;

@@ -89,7 +89,9 @@ private slots:
         QTest::newRow("window below one") << QStringList { day(3) } << -4 << 1 << Today;
         QTest::newRow("all since ten days") << QStringList { day(10), day(2) } << 0 << 11 << Today.addDays(-10);
         QTest::newRow("all, empty") << QStringList {} << 0 << 0 << QDate();
-        QTest::newRow("all, unreadable first day") << QStringList { u"junk"_s } << 0 << 0 << QDate();
+        QTest::newRow("all, only an unreadable day") << QStringList { u"junk"_s } << 0 << 0 << QDate();
+        // A moment that didn't read has no day and comes first.
+        QTest::newRow("all, unreadable day first") << QStringList { QString(), day(3) } << 0 << 4 << Today.addDays(-3);
     }
 
     void dailySeries()
