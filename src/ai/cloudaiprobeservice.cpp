@@ -9,6 +9,7 @@
 
 #include "ai/cloudproviderendpoint.h"
 #include "ai/modelcatalogue.h"
+#include "settings/serveraddress.h"
 
 namespace Nomly {
 
@@ -45,7 +46,7 @@ std::optional<QNetworkRequest> CloudAIProbeService::probeRequest(AIProvider prov
     QNetworkRequest request = providerRequest(
         cloudProviderBaseUrl(provider, serverUrl), endpoint.modelListPath, endpoint.auth, key.trimmed());
     QUrl url = request.url();
-    if (!url.isValid() || url.host().isEmpty() || (url.scheme() != u"https" && url.scheme() != u"http"))
+    if (!isServerAddress(url))
         return std::nullopt;
     if (!endpoint.modelListQuery.isEmpty()) {
         url.setQuery(endpoint.modelListQuery.toString());

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <array>
 
+#include "naming/naturalorder.h"
+
 namespace Nomly::ModelCatalogue {
 
 namespace {
@@ -168,11 +170,7 @@ std::optional<QList<ModelOption>> modelOptions(AIProvider provider, const QByteA
         if (std::optional<ModelOption> each = option(provider, record.toObject()))
             options.append(*each);
     }
-    // The C locale compares code units and would put "gpt-5.10" before
-    // "gpt-5.2"; a real locale's collation orders runs of digits by value.
-    const QLocale system;
-    QCollator collator(system.language() == QLocale::C ? QLocale(QLocale::English) : system);
-    collator.setNumericMode(true);
+    const QCollator collator = naturalOrderCollator();
     std::sort(options.begin(), options.end(), [&collator](const ModelOption &a, const ModelOption &b) {
         return collator.compare(a.id, b.id) < 0;
     });

@@ -10,6 +10,7 @@
 #include "settings/extensionselection.h"
 #include "settings/keyboardshortcut.h"
 #include "settings/keyboardshortcutjson.h"
+#include "settings/serveraddress.h"
 
 namespace Nomly {
 
@@ -119,7 +120,7 @@ Result<QJsonValue> serverAddress(const QString &key, const QString &text)
     if (text == ClearWord)
         return QJsonValue(QJsonValue::Null);
     const QUrl url(text.trimmed(), QUrl::StrictMode);
-    if (!url.isValid() || url.host().isEmpty() || (url.scheme() != u"http" && url.scheme() != u"https"))
+    if (!isServerAddress(url))
         return notValid(text, key, QStringLiteral("write an address such as http://127.0.0.1:1234/v1"));
     return QJsonValue(url.toString());
 }

@@ -25,6 +25,7 @@
 #include "app/settingsviewmodel.h"
 #include "gui/launch.h"
 #include "platform/logcategories.h"
+#include "settings/serveraddress.h"
 
 namespace Nomly {
 
@@ -59,13 +60,6 @@ constexpr std::array ProviderChoices {
 void selectData(QComboBox *box, int value)
 {
     box->setCurrentIndex(std::max(0, box->findData(value)));
-}
-
-// An address a request can go to: http or https with a host.
-bool isServerAddress(const QString &text)
-{
-    const QUrl url(text, QUrl::StrictMode);
-    return url.isValid() && !url.host().isEmpty() && (url.scheme() == u"http" || url.scheme() == u"https");
 }
 
 } // namespace

@@ -2,9 +2,10 @@
 
 #include <QCollator>
 #include <QHash>
-#include <QLocale>
 #include <QTimeZone>
 #include <algorithm>
+
+#include "naming/naturalorder.h"
 
 namespace Nomly {
 
@@ -111,9 +112,7 @@ StatsSnapshot StatsSnapshot::from(const StatsAggregates &aggregates, QDate today
         if (const qint64 count = perGroup.at(static_cast<std::size_t>(group)); count > 0)
             snapshot.byGroup.append({ group, count });
     }
-    const QLocale system;
-    QCollator collator(system.language() == QLocale::C ? QLocale(QLocale::English) : system);
-    collator.setNumericMode(true);
+    const QCollator collator = naturalOrderCollator();
     std::sort(snapshot.byExtension.begin(),
               snapshot.byExtension.end(),
               [&collator](const ExtensionSlice &a, const ExtensionSlice &b) {
