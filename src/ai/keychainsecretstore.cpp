@@ -72,4 +72,9 @@ QCoro::Task<Result<>> KeychainSecretStore::remove(QString service, QString accou
     co_return Result<> {};
 }
 
+LibraryVersion KeychainSecretStore::library()
+{
+    return { QStringLiteral("QtKeychain"), QStringLiteral(NOMLY_QTKEYCHAIN_VERSION), QStringLiteral("BSD-3-Clause") };
+}
+
 } // namespace Nomly

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ai/secretstore.h"
+#include "platform/libraryversion.h"
 
 namespace Nomly {
 
@@ -11,6 +12,9 @@ class KeychainSecretStore final : public SecretStore
 {
 public:
     KeychainSecretStore() = default;
+
+    // QtKeychain, as built against.
+    static LibraryVersion library();
 
     QCoro::Task<Result<std::optional<QByteArray>>> read(QString service, QString account) override;
     QCoro::Task<Result<>> write(QString service, QString account, QByteArray value) override;

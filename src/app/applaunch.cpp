@@ -132,8 +132,11 @@ QCoro::Task<bool> AppLauncher::start()
     auto settingUp = viewModel->setUp();
     co_await settingUp;
 
-    m_workflows = std::make_unique<AppWorkflows>(
-        *viewModel, *database, m_services.undoIgnoreProvider(), m_services.userDefaultsProvider());
+    m_workflows = std::make_unique<AppWorkflows>(*viewModel,
+                                                 *database,
+                                                 m_services.undoIgnoreProvider(),
+                                                 m_services.userDefaultsProvider(),
+                                                 m_services.diagnosticsProvider());
     m_database = std::move(database);
     m_viewModel = std::move(viewModel);
     m_stage = Stage::Running;

@@ -15,6 +15,7 @@
 #include "history/database.h"
 #include "history/undoignoreservice.h"
 #include "platform/datalocations.h"
+#include "platform/diagnostics.h"
 #include "platform/logcategories.h"
 #include "platform/userdefaults.h"
 
@@ -59,6 +60,11 @@ public:
     UndoIgnoreService &undoIgnore()
     {
         return lazily(m_undoIgnore, [&] { return std::make_unique<UndoIgnoreService>(); });
+    }
+
+    Diagnostics &diagnostics()
+    {
+        return lazily(m_diagnostics, [&] { return std::make_unique<Diagnostics>(DataLocations::dataDirectory()); });
     }
 
     DeviceService &device()
@@ -113,6 +119,7 @@ private:
     std::unique_ptr<NetworkService> m_network;
     std::unique_ptr<BookmarkService> m_bookmarks;
     std::unique_ptr<UndoIgnoreService> m_undoIgnore;
+    std::unique_ptr<Diagnostics> m_diagnostics;
     std::unique_ptr<DeviceService> m_device;
     std::unique_ptr<KeyCustody> m_keys;
     std::unique_ptr<QNetworkAccessManager> m_networkAccess;
@@ -131,6 +138,7 @@ AppServices defaultAppServices()
     services.deviceProvider = [holder]() -> DeviceService & { return holder->device(); };
     services.userDefaultsProvider = [holder]() -> UserDefaults & { return holder->userDefaults(); };
     services.undoIgnoreProvider = [holder]() -> UndoIgnoreService & { return holder->undoIgnore(); };
+    services.diagnosticsProvider = [holder]() -> Diagnostics & { return holder->diagnostics(); };
     services.keysProvider = [holder] { return holder->keys(); };
     services.remoteConfigProvider = [holder] { return &holder->remoteConfig(); };
     services.dataDirectoryProvider = [] { return DataLocations::dataDirectory(); };

@@ -11,6 +11,7 @@ namespace Nomly {
 class BookmarkService;
 class Database;
 class DeviceService;
+class Diagnostics;
 class KeyCustody;
 class NetworkService;
 class RemoteConfigService;
@@ -29,6 +30,8 @@ struct AppServices
     std::function<DeviceService &()> deviceProvider;
     std::function<UserDefaults &()> userDefaultsProvider;
     std::function<UndoIgnoreService &()> undoIgnoreProvider;
+    // Where failures, warnings and product events of this run are recorded.
+    std::function<Diagnostics &()> diagnosticsProvider;
     // The user's provider keys; null leaves the key flags as stored.
     std::function<KeyCustody *()> keysProvider;
     // The operator's tunable values; null leaves the built-in ones and

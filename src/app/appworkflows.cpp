@@ -4,17 +4,41 @@
 
 #include "ai/remoteconfigservice.h"
 #include "app/consentstate.h"
+#include "app/diagnosticsparameters.h"
 #include "app/settingsviewmodel.h"
+#include "platform/diagnostics.h"
+#include "workflows/batchanalysisissues.h"
 #include "workflows/batchoptions.h"
 
 namespace Nomly {
 
+namespace {
+
+// The area of a failed rename, by the workflow that asked for it.
+QString renameArea(ProcessedFileSource source)
+{
+    switch (source) {
+    case ProcessedFileSource::Watcher:
+        return QStringLiteral("monitoring_rename");
+    case ProcessedFileSource::Batch:
+        return QStringLiteral("ai_rename_rename");
+    case ProcessedFileSource::Hotkey:
+    case ProcessedFileSource::FinderService:
+        return QStringLiteral("quick_rename");
+    }
+    Q_UNREACHABLE();
+}
+
+} // namespace
+
 AppWorkflows::AppWorkflows(SettingsViewModel &state,
                            Database &database,
                            UndoIgnoreService &undoIgnore,
-                           UserDefaults &defaults)
+                           UserDefaults &defaults,
+                           Diagnostics &diagnostics)
     : m_state(state)
     , m_defaults(defaults)
+    , m_diagnostics(diagnostics)
     , m_activity(database, undoIgnore)
     , m_statistics(database)
     , m_processAnalyzedFile(database, undoIgnore)
@@ -26,6 +50,16 @@ AppWorkflows::AppWorkflows(SettingsViewModel &state,
         [this](const ProcessedFile &record) { m_activity.addActivityFile(record); },
     });
     m_activity.setOnStatsAffectingChange([this] { m_statistics.scheduleReload(); });
+    m_diagnostics.setCommonParameters([this] {
+        return diagnosticsCommonParameters(
+            m_state.settings(), m_state.consent().isOnboardingComplete(), m_state.consent().aiDataConsentGranted());
+    });
+}
+
+AppWorkflows::~AppWorkflows()
+{
+    // The service outlives this run's state.
+    m_diagnostics.setCommonParameters({});
 }
 
 QCoro::Task<FileProcessingResult> AppWorkflows::processAnalyzedFile(QString path,
@@ -34,8 +68,12 @@ QCoro::Task<FileProcessingResult> AppWorkflows::processAnalyzedFile(QString path
                                                                     ProcessedFileSource source,
                                                                     QString aiProvider)
 {
-    return m_processAnalyzedFile.processAnalyzedFile(
+    FileProcessingResult result = co_await m_processAnalyzedFile.processAnalyzedFile(
         std::move(path), std::move(analysis), std::move(contentHash), source, std::move(aiProvider));
+    if (!result.success)
+        m_diagnostics.reportFailure(renameArea(source),
+                                    BatchAnalysisIssues::renameFailureReason(result.error.value_or(QString())));
+    co_return result;
 }
 
 ExtractionOptions AppWorkflows::extractionOptions() const
@@ -96,6 +134,7 @@ void AppWorkflows::setMonitorServices(MonitorServices services)
     dependencies.extractionOptions = [this] { return extractionOptions(); };
     dependencies.aiService = std::move(services.aiService);
     dependencies.notify = std::move(services.notify);
+    dependencies.diagnostics = &m_diagnostics;
     m_monitoring.setDependencies(std::move(dependencies));
     m_hasMonitor = true;
 }

@@ -19,6 +19,7 @@
 namespace Nomly {
 
 class Database;
+class Diagnostics;
 class SettingsViewModel;
 class UndoIgnoreService;
 class UserDefaults;
@@ -32,9 +33,17 @@ class UserDefaults;
 class AppWorkflows final
 {
 public:
-    AppWorkflows(SettingsViewModel &state, Database &database, UndoIgnoreService &undoIgnore, UserDefaults &defaults);
+    // Failures of each workflow, and the events it tells, go to `diagnostics`.
+    AppWorkflows(SettingsViewModel &state,
+                 Database &database,
+                 UndoIgnoreService &undoIgnore,
+                 UserDefaults &defaults,
+                 Diagnostics &diagnostics);
+    ~AppWorkflows();
     AppWorkflows(const AppWorkflows &) = delete;
     AppWorkflows &operator=(const AppWorkflows &) = delete;
+
+    Diagnostics &diagnostics() { return m_diagnostics; }
 
     ActivityViewModel &activity() { return m_activity; }
 
@@ -100,6 +109,7 @@ private:
 
     SettingsViewModel &m_state;
     UserDefaults &m_defaults;
+    Diagnostics &m_diagnostics;
     ActivityViewModel m_activity;
     StatisticsViewModel m_statistics;
     ProcessAnalyzedFileUseCase m_processAnalyzedFile;

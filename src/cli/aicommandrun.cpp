@@ -12,6 +12,7 @@
 #include "cli/consentcommand.h"
 #include "cli/corelog.h"
 #include "settings/aiprocessingmode.h"
+#include "workflows/batchanalysisissues.h"
 #include "workflows/batchoptions.h"
 
 namespace Nomly {
@@ -132,10 +133,15 @@ std::optional<AnalyzeFilesResult> runAnalysis(CliProfile &profile,
     // Each file's failure is printed with its file by the command.
     CoreLog::Held held;
     AnalyzeFilesResult result = QCoro::waitFor(useCase.analyze(absolutePaths, options));
-    if (std::any_of(result.files.cbegin(), result.files.cend(), [](const FileAnalysisOutcome &outcome) {
-            return !outcome.succeeded();
-        }))
+    for (const FileAnalysisOutcome &outcome : std::as_const(result.files)) {
+        if (outcome.succeeded())
+            continue;
         held.failureReported();
+        const QString fallback
+            = outcome.preparationFailed ? QStringLiteral("unreadable") : QStringLiteral("analysis_failed");
+        profile.diagnostics().reportFailure(QStringLiteral("cli_analysis"),
+                                            BatchAnalysisIssues::failureReason(outcome.error, fallback));
+    }
     return result;
 }
 

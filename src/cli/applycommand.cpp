@@ -10,6 +10,7 @@
 #include "cli/corelog.h"
 #include "cli/templateoptions.h"
 #include "cli/writeoptions.h"
+#include "workflows/batchanalysisissues.h"
 #include "workflows/processanalyzedfileusecase.h"
 
 namespace Nomly {
@@ -124,6 +125,9 @@ ExitStatus runApplyCommand(const QStringList &arguments)
         } else {
             held.failureReported();
             CliOutput::error(QStringLiteral("%1: %2").arg(file, result.error.value_or(QString())));
+            profile->diagnostics().reportFailure(
+                QStringLiteral("cli_apply"),
+                BatchAnalysisIssues::renameFailureReason(result.error.value_or(QString())));
             anyFailed = true;
         }
     }

@@ -27,8 +27,9 @@ Result<> saveApiKey(AIProvider provider, const QString &key)
 CliProfile::CliProfile(std::unique_ptr<Database> database)
     : m_database(std::move(database))
     , m_bookmarks(m_userDefaults)
+    , m_diagnostics(DataLocations::dataDirectory())
     , m_state(*m_database, m_userDefaults, m_network, m_bookmarks, {}, &saveApiKey)
-    , m_workflows(m_state, *m_database, m_undoIgnore, m_userDefaults)
+    , m_workflows(m_state, *m_database, m_undoIgnore, m_userDefaults, m_diagnostics)
 {}
 
 std::unique_ptr<CliProfile> CliProfile::open()

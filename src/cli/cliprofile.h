@@ -8,6 +8,7 @@
 #include "app/settingsviewmodel.h"
 #include "history/database.h"
 #include "history/undoignoreservice.h"
+#include "platform/diagnostics.h"
 #include "platform/userdefaults.h"
 
 namespace Nomly {
@@ -37,6 +38,8 @@ public:
     NetworkService &network() { return m_network; }
 
     AppWorkflows &workflows() { return m_workflows; }
+
+    Diagnostics &diagnostics() { return m_diagnostics; }
 
     ActivityViewModel &activity() { return m_workflows.activity(); }
 
@@ -68,6 +71,7 @@ private:
     UndoIgnoreService m_undoIgnore;
     NetworkService m_network;
     BookmarkService m_bookmarks;
+    Diagnostics m_diagnostics;
     SettingsViewModel m_state;
     AppWorkflows m_workflows;
 };

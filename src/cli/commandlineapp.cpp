@@ -11,6 +11,7 @@
 #include "cli/configcommand.h"
 #include "cli/consentcommand.h"
 #include "cli/corelog.h"
+#include "cli/diagnosecommand.h"
 #include "cli/fieldscommand.h"
 #include "cli/folderscommand.h"
 #include "cli/historycommand.h"
@@ -31,7 +32,7 @@ namespace Nomly {
 
 namespace {
 
-constexpr std::array<CliCommand, 20> Commands { {
+constexpr std::array<CliCommand, 21> Commands { {
     { u"rename", u"Rename files under the names the AI suggests, and record it", &runRenameCommand },
     { u"analyze", u"Show what the AI says about files, without renaming", &runAnalyzeCommand },
     { u"quick", u"Quick rename: what the file-manager actions run", &runQuickCommand },
@@ -52,6 +53,7 @@ constexpr std::array<CliCommand, 20> Commands { {
     { u"keys", u"Your own API keys for the AI providers", &runKeysCommand },
     { u"models", u"The models your own key can use at a provider, or Ollama's", &runModelsCommand },
     { u"ollama", u"The local Ollama: installed, answering, its models", &runOllamaCommand },
+    { u"diagnose", u"What a bug report needs, with no key, name or path of yours", &runDiagnoseCommand },
 } };
 
 QString usage()

@@ -17,9 +17,11 @@
 #include "ai/remoteconfigservice.h"
 #include "app/airoute.h"
 #include "app/applaunch.h"
+#include "app/appruntimecontroller.h"
 #include "app/appworkflows.h"
 #include "app/consenttexts.h"
 #include "app/hotkeyservice.h"
+#include "app/menubarpresenter.h"
 #include "app/monitorsession.h"
 #include "app/networkservice.h"
 #include "app/settingsviewmodel.h"
@@ -27,13 +29,15 @@
 #include "gui/alertbox.h"
 #include "gui/consentwindow.h"
 #include "gui/desktophotkeyservice.h"
+#include "gui/menubarcontroller.h"
 #include "gui/monitortab.h"
 #include "gui/presentation.h"
 #include "gui/settingswindow.h"
-#include "gui/trayicon.h"
+#include "gui/trayicons.h"
 #include "gui/welcomewindow.h"
 #include "platform/canonicalpath.h"
 #include "platform/desktopnotifier.h"
+#include "platform/diagnostics.h"
 #include "platform/logcategories.h"
 #include "platform/singleinstance.h"
 #include "platform/terminationsignals.h"
@@ -73,7 +77,9 @@ GuiApplication::~GuiApplication()
     // The interface binds to the launcher's state, so it goes first.
     m_hotkeys.reset();
     m_consent.reset();
-    m_tray.reset();
+    m_menuBar.reset();
+    m_menuBarPresenter.reset();
+    m_runtime.reset();
     m_window.reset();
     m_welcome.reset();
 }
@@ -101,6 +107,7 @@ QCoro::Task<bool> GuiApplication::start()
         }
         co_return false;
     }
+    m_services.diagnosticsProvider().track(QStringLiteral("app_launched"));
     buildTray();
     connectQuickRename();
     connectBatchRename();
@@ -121,6 +128,7 @@ void GuiApplication::showPrimary()
         }
         m_welcome->present();
         qCInfo(lcGeneral).noquote() << "Welcome window shown";
+        m_services.diagnosticsProvider().track(QStringLiteral("welcome_shown"));
         return;
     }
     if (!m_window) {
@@ -149,6 +157,7 @@ void GuiApplication::showPrimary()
         m_window->selectTab(*std::exchange(m_requestedTab, std::nullopt));
     m_window->present();
     qCInfo(lcGeneral).noquote() << "Settings window shown";
+    m_services.diagnosticsProvider().track(QStringLiteral("settings_window_shown"));
 }
 
 void GuiApplication::completeOnboarding()
@@ -158,8 +167,9 @@ void GuiApplication::completeOnboarding()
     if (!model)
         return;
     model->consent().completeOnboarding();
-    if (m_tray)
-        m_tray->setSetupRequired(false);
+    m_services.diagnosticsProvider().track(QStringLiteral("onboarding_completed"));
+    if (m_menuBar)
+        m_menuBar->showLocationHint(m_services.userDefaultsProvider());
     workflows->hotkey().registerHotkey();
     workflows->monitoring().reconfigureWatcher();
     // Hidden only once the settings window is up, so that a desktop without
@@ -218,6 +228,7 @@ int GuiApplication::run(const QStringList &files)
     }
 
     applyPresentation(m_services.userDefaultsProvider(), this);
+    QApplication::setWindowIcon(themedIcon(QStringLiteral("nomly")));
     // The tray keeps the process alive with every window closed; without a
     // tray, closing the last window ends the program.
     QApplication::setQuitOnLastWindowClosed(!QSystemTrayIcon::isSystemTrayAvailable());
@@ -235,17 +246,28 @@ int GuiApplication::run(const QStringList &files)
 
 void GuiApplication::buildTray()
 {
-    if (m_tray || !QSystemTrayIcon::isSystemTrayAvailable())
+    if (m_menuBar)
         return;
-    m_tray = std::make_unique<TrayIcon>();
-    m_tray->setSetupRequired(!m_launcher->viewModel()->consent().isOnboardingComplete());
-    connect(m_tray.get(), &TrayIcon::openRequested, this, &GuiApplication::showPrimary);
-    connect(m_tray.get(), &TrayIcon::aboutRequested, this, [this] {
+    SettingsViewModel *model = m_launcher->viewModel();
+    AppWorkflows *workflows = m_launcher->workflows();
+    m_runtime = std::make_unique<AppRuntimeController>(*model, *workflows, m_services.networkProvider());
+    m_menuBarPresenter = std::make_unique<MenuBarPresenter>([this] { return m_runtime->menuBarFacts(); });
+    m_menuBar = std::make_unique<MenuBarController>();
+    m_menuBar->apply(m_menuBarPresenter->state());
+    connect(m_runtime.get(), &AppRuntimeController::changed, m_menuBarPresenter.get(), &MenuBarPresenter::refresh);
+    connect(m_runtime.get(),
+            &AppRuntimeController::renameAllSucceeded,
+            m_menuBarPresenter.get(),
+            &MenuBarPresenter::showSuccess);
+    connect(m_menuBarPresenter.get(), &MenuBarPresenter::stateChanged, m_menuBar.get(), &MenuBarController::apply);
+    connect(m_menuBar.get(), &MenuBarController::openRequested, this, &GuiApplication::showPrimary);
+    connect(m_menuBar.get(), &MenuBarController::onboardingRequested, this, &GuiApplication::showPrimary);
+    connect(m_menuBar.get(), &MenuBarController::aboutRequested, this, [this] {
         m_requestedTab = SettingsTab::About;
         showPrimary();
     });
-    connect(m_tray.get(), &TrayIcon::quitRequested, qApp, &QCoreApplication::quit);
-    m_tray->show();
+    connect(m_menuBar.get(), &MenuBarController::quitRequested, qApp, &QCoreApplication::quit);
+    m_menuBar->show();
 }
 
 void GuiApplication::receiveFiles(const QStringList &paths)
@@ -417,21 +439,17 @@ void GuiApplication::connectMonitor()
         DesktopNotifier::post(tr("Monitor Could Not Rename a File"),
                               QStringLiteral("%1: %2").arg(QFileInfo(path).fileName(), message));
     });
-    if (m_tray) {
-        connect(m_tray.get(), &TrayIcon::pauseToggled, &monitoring, [this, &monitoring] {
-            if (m_monitorSession && m_monitorSession->isActive())
-                monitoring.togglePause();
-        });
-    }
+    connect(m_menuBar.get(), &MenuBarController::pauseToggled, &monitoring, [this, &monitoring] {
+        if (m_monitorSession && m_monitorSession->isActive())
+            monitoring.togglePause();
+    });
     showMonitorState();
 }
 
 void GuiApplication::showMonitorState()
 {
-    AppWorkflows *workflows = m_launcher->workflows();
-    if (!m_tray || !workflows || !m_monitorSession)
-        return;
-    m_tray->setMonitorState(m_monitorSession->isActive(), workflows->monitoring().isPaused());
+    if (m_runtime && m_monitorSession)
+        m_runtime->setMonitorRunsHere(m_monitorSession->isActive());
 }
 
 // The settings window comes forward on its first tab with the reason, and the
@@ -452,8 +470,10 @@ void GuiApplication::askForConsent()
                    this,
                    [this, review](const QString &chosen) {
                        m_consentAlertOpen = false;
-                       if (chosen == review)
+                       if (chosen == review) {
+                           m_services.diagnosticsProvider().track(QStringLiteral("consent_review_requested"));
                            presentConsent();
+                       }
                    });
 }
 
@@ -471,6 +491,7 @@ void GuiApplication::presentConsent()
                     showAlert(nullptr, tr("Consent Not Stored"), granted.error(), {}), this, [](const QString &) {});
                 return;
             }
+            m_services.diagnosticsProvider().track(QStringLiteral("consent_accepted"));
             workflows->hotkey().registerHotkey();
             workflows->monitoring().reconfigureWatcher();
             showPrimary();
@@ -479,6 +500,7 @@ void GuiApplication::presentConsent()
         });
     }
     m_consent->present();
+    m_services.diagnosticsProvider().track(QStringLiteral("consent_gate_shown"));
 }
 
 } // namespace Nomly

@@ -15,12 +15,14 @@ namespace Nomly {
 class AIRoute;
 class AIService;
 class AppLauncher;
+class AppRuntimeController;
 class ConsentWindow;
 class HotkeyService;
+class MenuBarController;
+class MenuBarPresenter;
 class MonitorSession;
 class SingleInstance;
 class SettingsWindow;
-class TrayIcon;
 class WelcomeWindow;
 
 // The desktop face: brings the application up, then shows the welcome window
@@ -44,8 +46,13 @@ public:
 
     ConsentWindow *consentWindow() const { return m_consent.get(); }
 
-    // Null also where the desktop has no tray.
-    TrayIcon *trayIcon() const { return m_tray.get(); }
+    // The tray's menu and icon, made after setup also where the desktop has
+    // no tray to show them; null before.
+    MenuBarController *menuBar() const { return m_menuBar.get(); }
+
+    MenuBarPresenter *menuBarPresenter() const { return m_menuBarPresenter.get(); }
+
+    AppRuntimeController *runtime() const { return m_runtime.get(); }
 
     // The quick rename shortcut; null before setup and in offscreen runs.
     HotkeyService *hotkeys() const { return m_hotkeys.get(); }
@@ -99,7 +106,9 @@ private:
     std::unique_ptr<SettingsWindow> m_window;
     // The tab the next showing of the settings window opens on.
     std::optional<SettingsTab> m_requestedTab;
-    std::unique_ptr<TrayIcon> m_tray;
+    std::unique_ptr<AppRuntimeController> m_runtime;
+    std::unique_ptr<MenuBarPresenter> m_menuBarPresenter;
+    std::unique_ptr<MenuBarController> m_menuBar;
     // Built when quick rename first needs it: the backend it may run inside
     // this process is not started for a session that never renames.
     std::unique_ptr<AIRoute> m_aiRoute;

@@ -16,8 +16,10 @@
 #include "history/filehashservice.h"
 #include "history/undoignoreservice.h"
 #include "platform/canonicalpath.h"
+#include "platform/diagnostics.h"
 #include "platform/logcategories.h"
 #include "workflows/analyzefilesusecase.h"
+#include "workflows/batchanalysisissues.h"
 #include "workflows/batchdropsummary.h"
 #include "workflows/batchnaming.h"
 #include "workflows/batchoptions.h"
@@ -281,6 +283,9 @@ void MonitoringViewModel::togglePause()
         return;
     setPaused(!m_isPaused);
     m_dependencies->persistMonitoringPaused(m_isPaused);
+    if (m_isPaused && m_dependencies->diagnostics)
+        m_dependencies->diagnostics->track(QStringLiteral("monitoring_paused"),
+                                           { { QStringLiteral("reason"), QStringLiteral("manual") } });
 }
 
 void MonitoringViewModel::setPaused(bool paused)
@@ -712,12 +717,23 @@ void MonitoringViewModel::handleFailures(const QList<QPair<Candidate, QString>> 
                                                << m_retryFailureMessages.value(candidate.canonical);
             emit fileFailed(candidate.path, text);
             exhausted.append(candidate.canonical);
+            if (m_dependencies->diagnostics)
+                m_dependencies->diagnostics->reportFailure(
+                    QStringLiteral("monitoring_batch"),
+                    QStringLiteral("retry_exhausted"),
+                    { { QStringLiteral("last_reason"),
+                        BatchAnalysisIssues::failureReason(text, QStringLiteral("unknown")) } });
         } else {
             retryable.append(candidate);
         }
     }
     if (!retryable.isEmpty()) {
         qCWarning(lcProcessing).noquote() << QStringLiteral("Monitoring will retry %1 file(s)").arg(retryable.size());
+        if (m_dependencies->diagnostics)
+            m_dependencies->diagnostics->reportWarning(
+                QStringLiteral("monitoring_batch"),
+                QStringLiteral("retry_scheduled"),
+                { { QStringLiteral("count"), QString::number(retryable.size()) } });
         scheduleRetries(retryable);
     }
     finishItems(exhausted);
@@ -769,6 +785,11 @@ void MonitoringViewModel::pauseForProviderFailure(const QString &message, const 
     m_dependencies->persistMonitoringPaused(true);
     post(PausedTitle, message);
     qCCritical(lcAI).noquote() << "Monitoring paused after non-retryable provider failure:" << reason;
+    if (m_dependencies->diagnostics) {
+        m_dependencies->diagnostics->reportFailure(QStringLiteral("monitoring_batch"), reason);
+        m_dependencies->diagnostics->track(QStringLiteral("monitoring_paused"),
+                                           { { QStringLiteral("reason"), reason } });
+    }
     emit pausedForFailure(message);
     emit stateChanged();
 }

@@ -27,6 +27,8 @@
 
 namespace Nomly {
 
+class Diagnostics;
+
 class AIService;
 class Database;
 class UndoIgnoreService;
@@ -82,6 +84,8 @@ public:
         std::function<AIService *(QString *error)> aiService;
         // The user is told through it; optional.
         std::function<void(const QString &title, const QString &body)> notify;
+        // Where failures and pauses are recorded; optional.
+        Diagnostics *diagnostics = nullptr;
     };
 
     // The delays of the rules, which tests shorten.

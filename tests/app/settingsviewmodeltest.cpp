@@ -19,6 +19,7 @@
 #include "history/database.h"
 #include "history/undoignoreservice.h"
 #include "platform/canonicalpath.h"
+#include "platform/diagnostics.h"
 #include "platform/userdefaults.h"
 
 using namespace Qt::StringLiterals;
@@ -258,7 +259,8 @@ private slots:
         configureFolder(u"a/b"_s, NamingCaseStyle::Kebab);
         ImageAnalysis analysis;
         analysis.title = u"Quarterly Report"_s;
-        AppWorkflows workflows(*m_viewModel, *m_database, *m_undoIgnore, *m_defaults);
+        Diagnostics diagnostics { QString() };
+        AppWorkflows workflows(*m_viewModel, *m_database, *m_undoIgnore, *m_defaults, diagnostics);
         const FileProcessingResult result = QCoro::waitFor(
             workflows.processAnalyzedFile(path(u"a/b/c/x.txt"_s), analysis, std::nullopt, source, u"gemini"_s));
 

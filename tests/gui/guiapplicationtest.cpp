@@ -3,12 +3,15 @@
 // on a database it cannot read.
 
 #include <QAbstractButton>
+#include <QAction>
 #include <QDir>
 #include <QFile>
 #include <QLabel>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -21,11 +24,13 @@
 #include "app/applaunch.h"
 #include "app/appworkflows.h"
 #include "app/consenttexts.h"
+#include "app/menubarpresenter.h"
 #include "app/settingsstore.h"
 #include "app/settingsviewmodel.h"
 #include "filesystemfixtures.h"
 #include "gui/consentwindow.h"
 #include "gui/guiapplication.h"
+#include "gui/menubarcontroller.h"
 #include "gui/monitortab.h"
 #include "gui/settingswindow.h"
 #include "gui/welcomewindow.h"
@@ -196,15 +201,27 @@ private slots:
         MonitoringViewModel &monitoring = gui.launcher().workflows()->monitoring();
         QTRY_VERIFY(monitoring.isWatching());
         QTest::qWait(100);
+        // The tray tells the work while it runs.
+        QSignalSpy tray(gui.menuBarPresenter(), &MenuBarPresenter::stateChanged);
 
         QVERIFY(Test::writeFile(inbox + u"/scan.txt"_s, "Survey of the harbour walls, measured in the spring."));
         const ActivityViewModel &activity = gui.launcher().workflows()->activity();
         QTRY_COMPARE_WITH_TIMEOUT(activity.activityFiles().size(), qsizetype(1), 10000);
         QCOMPARE(activity.activityFiles().first().newName, u"Harbour Survey.txt"_s);
         QCOMPARE(activity.activityFiles().first().source, ProcessedFileSource::Watcher);
+        QVERIFY(std::any_of(tray.cbegin(), tray.cend(), [](const QList<QVariant> &change) {
+            return change.first().value<MenuBarPresentationState>().iconMode == MenuBarIconMode::Processing;
+        }));
+        QTRY_COMPARE(gui.menuBar()->iconState(), TrayIconState::Standard);
 
-        monitoring.togglePause();
+        QAction *pause = nullptr;
+        for (QAction *action : gui.menuBar()->menu()->actions())
+            pause = action->text() == u"Pause Monitor"_s ? action : pause;
+        QVERIFY(pause && pause->isEnabled());
+        pause->trigger();
         QVERIFY(!monitoring.isWatching());
+        QCOMPARE(gui.menuBar()->iconState(), TrayIconState::Paused);
+        QCOMPARE(pause->text(), u"Resume Monitor"_s);
         QVERIFY(model.settings().monitoringPaused);
         MonitorTab *tab = gui.settingsWindow()->monitorTab();
         QCOMPARE(tab->monitorState()->text(), u"Monitor is paused. New files are not renamed until you resume."_s);

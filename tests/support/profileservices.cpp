@@ -25,6 +25,7 @@ AppServices ProfileServices::services()
     services.bookmarksProvider = [this]() -> BookmarkService & { return bookmarks; };
     services.userDefaultsProvider = [this]() -> UserDefaults & { return defaults; };
     services.undoIgnoreProvider = [this]() -> UndoIgnoreService & { return undoIgnore; };
+    services.diagnosticsProvider = [this]() -> Diagnostics & { return diagnostics; };
     services.keysProvider = [this] { return custody.get(); };
     if (device)
         services.deviceProvider = [this]() -> DeviceService & { return *device; };

@@ -11,6 +11,7 @@
 #include "app/bookmarkservice.h"
 #include "app/networkservice.h"
 #include "history/undoignoreservice.h"
+#include "platform/diagnostics.h"
 #include "platform/userdefaults.h"
 
 namespace Nomly::Test {
@@ -35,6 +36,7 @@ struct ProfileServices
     UndoIgnoreService undoIgnore;
     NetworkService network;
     BookmarkService bookmarks;
+    Diagnostics diagnostics { dataDirectory };
     std::unique_ptr<FileSecretStore> secrets;
     std::unique_ptr<KeyCustody> custody;
     // The device identity, kept with the keys; null without them.
