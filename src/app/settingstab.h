@@ -11,6 +11,7 @@ enum class SettingsTab
     Activity,
     Statistics,
     Templates,
+    General,
     AISetup,
     About,
 };

@@ -112,7 +112,10 @@ QCoro::Task<bool> GuiApplication::start()
     connectQuickRename();
     connectBatchRename();
     connectMonitor();
-    showPrimary();
+    const bool quiet = m_startsInBackground && m_launcher->viewModel()->consent().isOnboardingComplete()
+        && QSystemTrayIcon::isSystemTrayAvailable();
+    if (!quiet)
+        showPrimary();
     co_return true;
 }
 
@@ -227,7 +230,7 @@ int GuiApplication::run(const QStringList &files)
         });
     }
 
-    applyPresentation(m_services.userDefaultsProvider(), this);
+    applyPresentation(m_services.userDefaultsProvider(), qApp);
     QApplication::setWindowIcon(themedIcon(QStringLiteral("nomly")));
     // The tray keeps the process alive with every window closed; without a
     // tray, closing the last window ends the program.

@@ -73,6 +73,10 @@ public:
     // the launch, then the event loop; answers the exit status.
     int run(const QStringList &files);
 
+    // Started at login: only the tray icon comes up, once onboarding is
+    // behind the user and the desktop has a tray to find it in.
+    void setStartsInBackground(bool background) { m_startsInBackground = background; }
+
 private:
     void buildTray();
     // Files for AI Rename from outside the window: opened with the program,
@@ -121,6 +125,7 @@ private:
     // one entry per resolved path.
     QStringList m_receivedFiles;
     bool m_consentAlertOpen = false;
+    bool m_startsInBackground = false;
 };
 
 } // namespace Nomly

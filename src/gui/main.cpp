@@ -7,16 +7,19 @@
 
 namespace {
 
-constexpr const char *HelpText = "Usage: nomly-gui [FILE...]\n"
+constexpr const char *HelpText = "Usage: nomly-gui [--background] [FILE...]\n"
                                  "\n"
                                  "Starts Nomly's desktop application: a tray icon, the settings window with\n"
-                                 "its Monitor, Activity, Templates, AI Setup and About tabs, and, on a new\n"
-                                 "profile, the welcome window first.\n"
+                                 "its AI Rename, Monitor, Activity, Statistics, Templates, General, AI Setup\n"
+                                 "and About tabs, and, on a new profile, the first-run guide.\n"
                                  "\n"
                                  "One instance runs per session. Started again, nomly-gui hands the FILEs\n"
                                  "to the running instance, which comes to the front, and exits at once.\n"
                                  "\n"
                                  "Options:\n"
+                                 "  --background   Start in the tray without opening a window, as the\n"
+                                 "                 start-at-login entry does (the General tab turns it\n"
+                                 "                 on). A new profile still opens the welcome window.\n"
                                  "  -h, --help     Show this text.\n"
                                  "  -v, --version  Show the version.\n";
 
@@ -41,5 +44,7 @@ int main(int argc, char *argv[])
     QApplication::setApplicationVersion(QStringLiteral(NOMLY_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("nomly"));
     Nomly::GuiApplication gui(Nomly::defaultAppServices());
-    return gui.run(QApplication::arguments().mid(1));
+    QStringList files = QApplication::arguments().mid(1);
+    gui.setStartsInBackground(files.removeAll(QStringLiteral("--background")) > 0);
+    return gui.run(files);
 }

@@ -24,6 +24,12 @@ namespace Nomly {
 namespace {
 
 constexpr const char *PlacedProperty = "nomlyPlaced";
+// The desktop's own style and palette, kept before the first change so that
+// "auto" can go back to them while the program runs.
+constexpr const char *DesktopStyleProperty = "nomlyDesktopStyle";
+constexpr const char *DesktopPaletteProperty = "nomlyDesktopPalette";
+// Marks the translators this file installed, so a new language replaces them.
+constexpr const char *OwnTranslatorName = "nomlyInterfaceTexts";
 
 QPalette darkPalette()
 {
@@ -52,10 +58,22 @@ QPalette darkPalette()
     return palette;
 }
 
-void applyAppearance(AppearanceMode mode)
+} // namespace
+
+void switchAppearance(AppearanceMode mode)
 {
-    if (mode == AppearanceMode::Auto)
+    if (!qApp->property(DesktopStyleProperty).isValid()) {
+        qApp->setProperty(DesktopStyleProperty, QApplication::style()->name());
+        qApp->setProperty(DesktopPaletteProperty, QApplication::palette());
+    }
+    if (mode == AppearanceMode::Auto) {
+        const QString desktop = qApp->property(DesktopStyleProperty).toString();
+        if (QApplication::style()->name() == desktop)
+            return;
+        QApplication::setStyle(desktop);
+        QApplication::setPalette(qApp->property(DesktopPaletteProperty).value<QPalette>());
         return;
+    }
     QStyle *fusion = QStyleFactory::create(QStringLiteral("Fusion"));
     if (!fusion)
         return;
@@ -65,17 +83,23 @@ void applyAppearance(AppearanceMode mode)
 
 // The program's own table comes from the installed data folders; Qt's own
 // texts (standard buttons and dialogs) from Qt's translations.
-void installLanguage(InterfaceLanguage language, QObject *owner)
+void switchInterfaceLanguage(InterfaceLanguage language, QObject *owner)
 {
+    for (QTranslator *installed : owner->findChildren<QTranslator *>(QLatin1String(OwnTranslatorName))) {
+        QCoreApplication::removeTranslator(installed);
+        delete installed;
+    }
     const InterfaceLanguage resolved = resolvedInterfaceLanguage(language, QLocale::system().uiLanguages());
     if (resolved == InterfaceLanguage::En)
         return;
     const QLocale locale(localeIdentifier(resolved));
     auto *qtTexts = new QTranslator(owner);
+    qtTexts->setObjectName(QLatin1String(OwnTranslatorName));
     if (qtTexts->load(
             locale, QStringLiteral("qtbase"), QStringLiteral("_"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         QCoreApplication::installTranslator(qtTexts);
     auto *ownTexts = new QTranslator(owner);
+    ownTexts->setObjectName(QLatin1String(OwnTranslatorName));
     const QString folder = QStandardPaths::locate(
         QStandardPaths::GenericDataLocation, QStringLiteral("nomly/translations"), QStandardPaths::LocateDirectory);
     if (!folder.isEmpty() && ownTexts->load(locale, QStringLiteral("nomly"), QStringLiteral("_"), folder))
@@ -84,14 +108,12 @@ void installLanguage(InterfaceLanguage language, QObject *owner)
         qCInfo(lcGeneral).noquote() << "No interface texts for" << rawValue(resolved) << "; English is shown";
 }
 
-} // namespace
-
 void applyPresentation(const UserDefaults &defaults, QObject *owner)
 {
     const QString appearance = defaults.value(SettingsStore::AppearanceKey).toString();
-    applyAppearance(appearanceModeFromRaw(appearance).value_or(AppearanceMode::Auto));
+    switchAppearance(appearanceModeFromRaw(appearance).value_or(AppearanceMode::Auto));
     const QString language = defaults.value(SettingsStore::InterfaceLanguageKey).toString();
-    installLanguage(interfaceLanguageFromRaw(language).value_or(InterfaceLanguage::Auto), owner);
+    switchInterfaceLanguage(interfaceLanguageFromRaw(language).value_or(InterfaceLanguage::Auto), owner);
 }
 
 void placeOnFirstShow(QWidget &window)

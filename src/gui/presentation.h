@@ -3,6 +3,9 @@
 class QObject;
 class QWidget;
 
+#include "settings/appearancemode.h"
+#include "settings/interfacelanguage.h"
+
 namespace Nomly {
 
 class UserDefaults;
@@ -13,6 +16,12 @@ class UserDefaults;
 // whose palette follows the choice on every desktop; "auto" leaves the
 // desktop's own style. The translators are parented to `owner`.
 void applyPresentation(const UserDefaults &defaults, QObject *owner);
+
+// The same, for a choice made while the program runs: every window follows
+// at once. "auto" goes back to the desktop's style and palette.
+void switchAppearance(AppearanceMode mode);
+// Replaces the translators an earlier call parented to `owner`.
+void switchInterfaceLanguage(InterfaceLanguage language, QObject *owner);
 
 // Before a window's first showing: within the available area of the screen
 // under the pointer, centred, and no larger than that area, so that no part

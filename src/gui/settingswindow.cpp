@@ -11,6 +11,8 @@
 #include "gui/activitytab.h"
 #include "gui/airenametab.h"
 #include "gui/aisetuptab.h"
+#include "gui/alertbox.h"
+#include "gui/generaltab.h"
 #include "gui/hotkeysettingsbox.h"
 #include "gui/monitortab.h"
 #include "gui/presentation.h"
@@ -38,6 +40,10 @@ SettingsWindow::SettingsWindow(SettingsViewModel &model,
     m_activityTab = new ActivityTab(workflows.activity(), this);
     m_statisticsTab = new StatisticsTab(workflows.statistics(), this);
     m_templatesTab = new TemplatesTab(model, this);
+    m_generalTab = new GeneralTab(model, this);
+    connect(m_generalTab, &GeneralTab::saveFailed, this, [this](const QString &message) {
+        QCoro::connect(showAlert(this, tr("Setting Not Saved"), message, {}), this, [](const QString &) {});
+    });
     m_aiSetupTab = new AISetupTab(model, custody, std::move(keySync), this);
     m_aiSetupTab->addSection(new HotkeySettingsBox(model, workflows.hotkey(), hotkeys, m_aiSetupTab));
     auto *privacy = new PrivacySettingsBox(model.consent(), m_aiSetupTab);
@@ -49,6 +55,7 @@ SettingsWindow::SettingsWindow(SettingsViewModel &model,
     addTab(m_activityTab, SettingsTab::Activity, tr("Activity"));
     addTab(m_statisticsTab, SettingsTab::Statistics, tr("Statistics"));
     addTab(m_templatesTab, SettingsTab::Templates, tr("Templates"));
+    addTab(m_generalTab, SettingsTab::General, tr("General"));
     addTab(m_aiSetupTab, SettingsTab::AISetup, tr("AI Setup"));
     addTab(m_aboutTab, SettingsTab::About, tr("About"));
 

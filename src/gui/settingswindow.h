@@ -12,6 +12,7 @@ namespace Nomly {
 
 class AboutTab;
 class AIRenameTab;
+class GeneralTab;
 class AppWorkflows;
 class ActivityTab;
 class AISetupTab;
@@ -51,6 +52,8 @@ public:
 
     TemplatesTab *templatesTab() const { return m_templatesTab; }
 
+    GeneralTab *generalTab() const { return m_generalTab; }
+
     AISetupTab *aiSetupTab() const { return m_aiSetupTab; }
 
     AboutTab *aboutTab() const { return m_aboutTab; }
@@ -87,6 +90,7 @@ private:
     ActivityTab *m_activityTab = nullptr;
     StatisticsTab *m_statisticsTab = nullptr;
     TemplatesTab *m_templatesTab = nullptr;
+    GeneralTab *m_generalTab = nullptr;
     AISetupTab *m_aiSetupTab = nullptr;
     AboutTab *m_aboutTab = nullptr;
 };

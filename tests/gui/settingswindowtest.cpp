@@ -1,9 +1,11 @@
 // The settings window over a started application: a real profile in a
 // temporary home folder, its database, defaults and secret file.
 
+#include <QApplication>
 #include <QAreaSeries>
 #include <QChart>
 #include <QChartView>
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QLabel>
@@ -24,7 +26,9 @@
 #include "app/applaunch.h"
 #include "app/appworkflows.h"
 #include "app/settingsviewmodel.h"
+#include "cliprocess.h"
 #include "gui/aisetuptab.h"
+#include "gui/generaltab.h"
 #include "gui/monitortab.h"
 #include "gui/patternblockeditor.h"
 #include "gui/settingswindow.h"
@@ -34,6 +38,7 @@
 #include "history/database.h"
 #include "loopbackresponder.h"
 #include "ollamapeer.h"
+#include "platform/autostartentry.h"
 #include "profileservices.h"
 #include "providerpeer.h"
 #include "settings/bundledpresets.h"
@@ -118,6 +123,7 @@ private slots:
                                        SettingsTab::Activity,
                                        SettingsTab::Statistics,
                                        SettingsTab::Templates,
+                                       SettingsTab::General,
                                        SettingsTab::AISetup,
                                        SettingsTab::About }));
         m_window->selectTab(SettingsTab::Templates);
@@ -160,6 +166,57 @@ private slots:
         QCOMPARE(preview->text(), u"Wireless_Headphones Invoice Sample_Vendor.pdf"_s);
         editor.findChild<QPushButton *>(u"saveTemplate"_s)->click();
         QTRY_COMPARE(presetPattern(tab.selectedId()), u"{Title_Name} Invoice {vendor}"_s);
+    }
+
+    // The global pattern and title style, changed by hand, are what the
+    // command line renders next for the same title; start at login is an
+    // autostart entry, and the appearance switches at once and back.
+    void generalTabReachesEveryFace()
+    {
+        const QString cliRoot = m_dir->filePath(u"cli"_s);
+        QVERIFY(QDir().mkpath(cliRoot + u"/data"_s));
+        QVERIFY(QFile::link(m_profile->dataDirectory, cliRoot + u"/data/Nomly"_s));
+        QFile notes(m_dir->filePath(u"notes.txt"_s));
+        QVERIFY(notes.open(QIODevice::WriteOnly));
+        notes.close();
+        const auto preview = [&] {
+            const Test::CliRun run
+                = Test::runCli(QStringLiteral(NOMLY_BINARY),
+                               { u"preview"_s, u"--title"_s, u"harbour lease agreement"_s, u"notes.txt"_s },
+                               cliRoot,
+                               m_dir->path());
+            return QString(run.out.trimmed() + run.err.trimmed());
+        };
+        QCOMPARE(preview(), u"Harbour Lease Agreement.txt"_s);
+
+        GeneralTab &tab = *m_window->generalTab();
+        m_window->selectTab(SettingsTab::General);
+        auto *text = tab.findChild<QLineEdit *>(u"addText"_s);
+        QTest::keyClicks(text, u"Signed"_s);
+        QTest::keyClick(text, Qt::Key_Return);
+        selectData(tab.findChild<QComboBox *>(u"caseStyle"_s), u"kebab"_s);
+        QCOMPARE(tab.findChild<QLabel *>(u"preview"_s)->text(), tab.previewName());
+        // Saved on the database's thread; the command reads it when it is in.
+        QTRY_COMPARE_WITH_TIMEOUT(preview(), u"harbour-lease-agreement Signed.txt"_s, 5000);
+
+        auto *login = tab.findChild<QCheckBox *>(u"startAtLogin"_s);
+        login->click();
+        QVERIFY(AutostartEntry::isEnabled());
+        QFile entry(AutostartEntry::filePath());
+        QVERIFY(entry.open(QIODevice::ReadOnly));
+        QVERIFY(entry.readAll().contains("--background"));
+        QTRY_VERIFY(model().settings().autoStart);
+        login->click();
+        QVERIFY(!QFile::exists(AutostartEntry::filePath()));
+
+        const QString desktopStyle = QApplication::style()->name();
+        auto *appearance = tab.findChild<QComboBox *>(u"appearance"_s);
+        selectData(appearance, u"dark"_s);
+        QCOMPARE(QApplication::style()->name(), u"fusion"_s);
+        QVERIFY(QApplication::palette().color(QPalette::Window).lightness() < 100);
+        selectData(appearance, u"auto"_s);
+        QCOMPARE(QApplication::style()->name(), desktopStyle);
+        QTRY_COMPARE(model().settings().appearance, AppearanceMode::Auto);
     }
 
     // Choosing another template keeps the edits of the one left.
