@@ -2,8 +2,6 @@
 
 #include <QWidget>
 
-class QTextBrowser;
-
 namespace Nomly {
 
 // What AI processing sends, and the agreement to it. Until the user agrees,
@@ -16,14 +14,9 @@ public:
     explicit ConsentWindow(QWidget *parent = nullptr);
 
     void present();
-    // The whole policy in a window of its own.
-    void showPrivacyPolicy();
 
 Q_SIGNALS:
     void agreed();
-
-private:
-    QTextBrowser *m_policy = nullptr;
 };
 
 } // namespace Nomly

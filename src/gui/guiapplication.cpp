@@ -126,7 +126,12 @@ void GuiApplication::showPrimary()
         return;
     if (!model->consent().isOnboardingComplete()) {
         if (!m_welcome) {
-            m_welcome = std::make_unique<WelcomeWindow>();
+            KeyCustody *custody = m_services.keysProvider ? m_services.keysProvider() : nullptr;
+            m_welcome = std::make_unique<WelcomeWindow>(*model, custody, [this](QString *error) -> KeySync * {
+                AIRoute *route = aiRoute(error);
+                return route ? &route->keySync() : nullptr;
+            });
+            connect(m_welcome.get(), &WelcomeWindow::consentAgreed, this, &GuiApplication::grantConsent);
             connect(m_welcome.get(), &WelcomeWindow::completed, this, &GuiApplication::completeOnboarding);
         }
         m_welcome->present();
@@ -171,6 +176,16 @@ void GuiApplication::completeOnboarding()
         return;
     model->consent().completeOnboarding();
     m_services.diagnosticsProvider().track(QStringLiteral("onboarding_completed"));
+    // The guide's last step leads to the tab of what it chose; files it
+    // took go to AI Rename like any others.
+    if (m_welcome) {
+        if (!m_welcome->chosenFolder().isEmpty())
+            m_requestedTab = SettingsTab::Monitor;
+        if (const QStringList files = m_welcome->chosenFiles(); !files.isEmpty()) {
+            m_requestedTab = SettingsTab::AIRename;
+            m_receivedFiles += files;
+        }
+    }
     if (m_menuBar)
         m_menuBar->showLocationHint(m_services.userDefaultsProvider());
     workflows->hotkey().registerHotkey();
@@ -480,23 +495,29 @@ void GuiApplication::askForConsent()
                    });
 }
 
+bool GuiApplication::grantConsent()
+{
+    SettingsViewModel *model = m_launcher->viewModel();
+    AppWorkflows *workflows = m_launcher->workflows();
+    if (!model)
+        return false;
+    if (const Result<> granted = model->consent().grantAIDataConsent(); !granted) {
+        QCoro::connect(showAlert(nullptr, tr("Consent Not Stored"), granted.error(), {}), this, [](const QString &) {});
+        return false;
+    }
+    m_services.diagnosticsProvider().track(QStringLiteral("consent_accepted"));
+    workflows->hotkey().registerHotkey();
+    workflows->monitoring().reconfigureWatcher();
+    return true;
+}
+
 void GuiApplication::presentConsent()
 {
     if (!m_consent) {
         m_consent = std::make_unique<ConsentWindow>();
         connect(m_consent.get(), &ConsentWindow::agreed, this, [this] {
-            SettingsViewModel *model = m_launcher->viewModel();
-            AppWorkflows *workflows = m_launcher->workflows();
-            if (!model)
+            if (!grantConsent())
                 return;
-            if (const Result<> granted = model->consent().grantAIDataConsent(); !granted) {
-                QCoro::connect(
-                    showAlert(nullptr, tr("Consent Not Stored"), granted.error(), {}), this, [](const QString &) {});
-                return;
-            }
-            m_services.diagnosticsProvider().track(QStringLiteral("consent_accepted"));
-            workflows->hotkey().registerHotkey();
-            workflows->monitoring().reconfigureWatcher();
             showPrimary();
             if (!m_receivedFiles.isEmpty())
                 routeReceivedFiles();

@@ -100,6 +100,9 @@ private:
     // Its analysis service, for the workflows.
     AIService *aiService(QString *error);
     void askForConsent();
+    // Stores the agreement and starts what waited for it; false, with the
+    // reason shown, when it could not be stored.
+    bool grantConsent();
     // What is sent, and the agreement to it.
     void presentConsent();
 

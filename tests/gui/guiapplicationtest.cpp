@@ -4,6 +4,7 @@
 
 #include <QAbstractButton>
 #include <QAction>
+#include <QComboBox>
 #include <QDir>
 #include <QFile>
 #include <QLabel>
@@ -64,11 +65,16 @@ class GuiApplicationTest : public QObject
 
 private slots:
 
-    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        // Watched folders must lie inside the home folder.
+        qputenv("HOME", QFile::encodeName(m_home.path()));
+    }
 
     void init()
     {
-        m_dir = std::make_unique<QTemporaryDir>();
+        m_dir = std::make_unique<QTemporaryDir>(m_home.filePath(u"profile-XXXXXX"_s));
         m_profile = std::make_unique<ProfileServices>(m_dir->path(), ProfileServices::Keys::InFile);
     }
 
@@ -78,21 +84,68 @@ private slots:
         m_dir.reset();
     }
 
-    // A new profile meets the welcome window; going on stores that, opens
-    // the settings window, and the next launch opens it straight away.
-    void welcomeOnceThenSettings()
+    // A new profile walks the first-run guide from the welcome to a watched
+    // folder: closed half-way, the tray's only offer brings it back where
+    // it was; at the end Monitor renames what arrives, and the next launch
+    // opens the settings window straight away.
+    void firstRunGuideToAWatchedFolder()
     {
+        const QString inbox = m_dir->filePath(u"Inbox"_s);
+        QVERIFY(QDir().mkpath(inbox));
+        OllamaPeer ollama;
+        ollama.answerAlways(OllamaPeer::reply(u"{\"title\":\"Harbour Survey\"}"_s));
         {
             GuiApplication gui(m_profile->services());
             QVERIFY(started(gui));
-            QVERIFY(gui.welcomeWindow() && gui.welcomeWindow()->isVisible());
+            WelcomeWindow *guide = gui.welcomeWindow();
+            QVERIFY(guide && guide->isVisible());
             QVERIFY(!gui.settingsWindow());
+            QCOMPARE(trayItems(gui), (QStringList { u"Finish Setup..."_s, u"Quit"_s }));
+            screenshot(*guide, u"welcome"_s);
 
-            gui.welcomeWindow()->findChild<QPushButton *>(u"getStarted"_s)->click();
-            QVERIFY(gui.launcher().viewModel()->consent().isOnboardingComplete());
-            QVERIFY(gui.settingsWindow() && gui.settingsWindow()->isVisible());
-            QVERIFY(!gui.welcomeWindow()->isVisible());
+            click(*guide, u"getStarted"_s);
+            QCOMPARE(guide->step(), WelcomeWindow::Step::Consent);
+            screenshot(*guide, u"consent"_s);
+            guide->close();
+            trayItem(gui, u"Finish Setup..."_s)->trigger();
+            QVERIFY(guide->isVisible());
+            QCOMPARE(guide->step(), WelcomeWindow::Step::Consent);
+            click(*guide, u"agree"_s);
+            QVERIFY(gui.launcher().viewModel()->consent().aiDataConsentGranted());
+
+            QCOMPARE(guide->step(), WelcomeWindow::Step::Route);
+            SettingsViewModel &model = *gui.launcher().viewModel();
+            Settings settings = model.settings();
+            settings.localAIEndpoint = ollama.endpoint();
+            model.setSettings(settings);
+            auto *mode = guide->routeTab()->findChild<QComboBox *>(u"processingMode"_s);
+            mode->setCurrentIndex(mode->findText(u"Local (Ollama)"_s));
+            emit mode->activated(mode->currentIndex());
+            QTRY_COMPARE(model.settings().aiProcessingMode, AIProcessingMode::Local);
+            screenshot(*guide, u"route"_s);
+            click(*guide, u"routeContinue"_s);
+
+            QCOMPARE(guide->step(), WelcomeWindow::Step::Start);
+            guide->setFolderPicker([&](QWidget *) { return inbox; });
+            click(*guide, u"watchFolder"_s);
+            QTRY_COMPARE(guide->chosenFolder(), inbox);
+            screenshot(*guide, u"start"_s);
+            click(*guide, u"finishSetup"_s);
+
+            QVERIFY(model.consent().isOnboardingComplete());
             QVERIFY(m_profile->defaults.boolValue(SettingsStore::HasCompletedOnboardingKey));
+            QVERIFY(!guide->isVisible());
+            QVERIFY(gui.settingsWindow() && gui.settingsWindow()->isVisible());
+            QCOMPARE(gui.settingsWindow()->selectedTab(), SettingsTab::Monitor);
+            QVERIFY(trayItems(gui).contains(u"Open Nomly"_s));
+            MonitoringViewModel &monitoring = gui.launcher().workflows()->monitoring();
+            QTRY_VERIFY(monitoring.isWatching());
+            QTest::qWait(100);
+            QVERIFY(Test::writeFile(inbox + u"/scan.txt"_s, "Survey of the harbour walls, measured in the spring."));
+            const ActivityViewModel &activity = gui.launcher().workflows()->activity();
+            QTRY_COMPARE_WITH_TIMEOUT(activity.activityFiles().size(), qsizetype(1), 10000);
+            QCOMPARE(activity.activityFiles().first().newName, u"Harbour Survey.txt"_s);
+            QVERIFY(QFile::exists(inbox + u"/Harbour Survey.txt"_s));
         }
         GuiApplication again(m_profile->services());
         QVERIFY(started(again));
@@ -269,7 +322,9 @@ private slots:
         QVERIFY(gui.welcomeWindow() && gui.welcomeWindow()->isVisible());
         gui.launcher().openFiles({ link(u"b.txt"_s) });
 
-        gui.welcomeWindow()->findChild<QPushButton *>(u"getStarted"_s)->click();
+        // Through the guide without agreeing: the files wait for the question.
+        for (const QString &step : { u"getStarted"_s, u"skipConsent"_s, u"routeContinue"_s, u"finishSetup"_s })
+            click(*gui.welcomeWindow(), step);
         QMessageBox *question = nullptr;
         QTRY_VERIFY((question = consentQuestion(gui)));
         const QList<QAbstractButton *> buttons = question->buttons();
@@ -374,12 +429,49 @@ private:
         return nullptr;
     }
 
+    static void click(QWidget &window, const QString &name)
+    {
+        auto *button = window.findChild<QPushButton *>(name);
+        QVERIFY2(button && button->isVisible(), qPrintable(name));
+        button->click();
+    }
+
+    // The tray's items a user sees, separators left out.
+    static QStringList trayItems(const GuiApplication &gui)
+    {
+        QStringList texts;
+        for (const QAction *action : gui.menuBar()->menu()->actions()) {
+            if (action->isVisible() && !action->isSeparator())
+                texts.append(action->text());
+        }
+        return texts;
+    }
+
+    static QAction *trayItem(const GuiApplication &gui, const QString &text)
+    {
+        for (QAction *action : gui.menuBar()->menu()->actions()) {
+            if (action->text() == text)
+                return action;
+        }
+        return nullptr;
+    }
+
+    // The pictures of the README come from these runs.
+    static void screenshot(QWidget &window, const QString &name)
+    {
+        const QString folder = QCoreApplication::applicationDirPath() + u"/screenshots"_s;
+        QVERIFY(QDir().mkpath(folder));
+        QCoreApplication::processEvents();
+        QVERIFY(window.grab().save(folder + u"/guide-"_s + name + u".png"_s));
+    }
+
     static bool started(GuiApplication &gui)
     {
         auto starting = gui.start();
         return QCoro::waitFor(std::move(starting));
     }
 
+    QTemporaryDir m_home;
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<ProfileServices> m_profile;
 };
