@@ -4,7 +4,9 @@
 
 namespace Nomly {
 
-// The program's name and version.
+// The program's name and version, the libraries it runs on with their
+// versions and licences, and the folders where it keeps its data, settings
+// and cache, each a click away in the file manager.
 class AboutTab final : public QWidget
 {
     Q_OBJECT

@@ -1,18 +1,24 @@
 #include "gui/activitytab.h"
 
+#include <QAction>
+#include <QApplication>
 #include <QDesktopServices>
 #include <QFileInfo>
 #include <QHBoxLayout>
+#include <QItemSelectionModel>
 #include <QLabel>
-#include <QListWidget>
+#include <QListView>
+#include <QMenu>
+#include <QPainter>
 #include <QPointer>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QStackedWidget>
+#include <QStyledItemDelegate>
 #include <QUrl>
 #include <QVBoxLayout>
 
-#include "gui/activityrow.h"
+#include "gui/activitylistmodel.h"
 #include "gui/alertbox.h"
 #include "gui/launch.h"
 #include "history/activityviewmodel.h"
@@ -31,6 +37,60 @@ enum Page
     LoadingPage,
     EmptyPage,
     ListPage,
+};
+
+// Two lines beside the file type's icon: the new name in bold, then what it
+// was, where and when, quieter.
+class ActivityItemDelegate final : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    static constexpr int IconSize = 32;
+    static constexpr int Padding = 6;
+
+    void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        QStyleOptionViewItem base = option;
+        initStyleOption(&base, index);
+        base.text.clear();
+        base.icon = QIcon();
+        QStyle *style = option.widget ? option.widget->style() : QApplication::style();
+        style->drawControl(QStyle::CE_ItemViewItem, &base, painter, option.widget);
+
+        const QRect area = option.rect.adjusted(Padding, Padding, -Padding, -Padding);
+        const QIcon icon = index.data(Qt::DecorationRole).value<QIcon>();
+        icon.paint(painter, QRect(area.left(), area.top() + (area.height() - IconSize) / 2, IconSize, IconSize));
+        const QRect text = area.adjusted(IconSize + Padding * 2, 0, 0, 0);
+        const bool selected = option.state & QStyle::State_Selected;
+        const QPalette::ColorGroup group = option.state & QStyle::State_Enabled ? QPalette::Normal : QPalette::Disabled;
+        QFont bold = option.font;
+        bold.setBold(true);
+        painter->save();
+        painter->setFont(bold);
+        painter->setPen(option.palette.color(group, selected ? QPalette::HighlightedText : QPalette::Text));
+        const QFontMetrics boldMetrics(bold);
+        painter->drawText(text.left(),
+                          text.top() + boldMetrics.ascent(),
+                          boldMetrics.elidedText(index.data().toString(), Qt::ElideMiddle, text.width()));
+        painter->setFont(option.font);
+        if (!selected)
+            painter->setPen(option.palette.color(group, QPalette::PlaceholderText));
+        const QFontMetrics metrics(option.font);
+        painter->drawText(
+            text.left(),
+            text.top() + boldMetrics.height() + 2 + metrics.ascent(),
+            metrics.elidedText(index.data(ActivityListModel::DetailRole).toString(), Qt::ElideMiddle, text.width()));
+        painter->restore();
+    }
+
+    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &) const override
+    {
+        QFont bold = option.font;
+        bold.setBold(true);
+        const int lines = QFontMetrics(bold).height() + 2 + QFontMetrics(option.font).height();
+        return { option.rect.width(), std::max(lines, int(IconSize)) + Padding * 2 };
+    }
 };
 
 } // namespace
@@ -80,10 +140,59 @@ ActivityTab::ActivityTab(ActivityViewModel &activity, QWidget *parent)
     emptyLayout->addWidget(m_emptyMessage);
     emptyLayout->addStretch();
 
-    m_list = new QListWidget(this);
-    m_list->setSelectionMode(QAbstractItemView::NoSelection);
+    m_model = new ActivityListModel(m_activity, this);
+    m_list = new QListView(this);
+    m_list->setObjectName(QStringLiteral("activityList"));
+    m_list->setModel(m_model);
+    m_list->setItemDelegate(new ActivityItemDelegate(m_list));
+    m_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
     m_list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    m_list->setUniformItemSizes(true);
+    m_list->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(m_list->verticalScrollBar(), &QScrollBar::valueChanged, this, &ActivityTab::loadMoreIfAtEnd);
+    connect(m_list->verticalScrollBar(), &QScrollBar::rangeChanged, this, &ActivityTab::loadMoreIfAtEnd);
+
+    // The actions act on the selection; their keys work while the list has
+    // the focus.
+    m_undo = new QAction(QIcon::fromTheme(QStringLiteral("edit-undo")), tr("Undo Rename"), m_list);
+    m_undo->setObjectName(QStringLiteral("undo"));
+    m_undo->setShortcut(QKeySequence::Undo);
+    m_showInFolder = new QAction(QIcon::fromTheme(QStringLiteral("folder-open")), tr("Show in Folder"), m_list);
+    m_showInFolder->setObjectName(QStringLiteral("showInFolder"));
+    m_showInFolder->setShortcuts({ QKeySequence(Qt::Key_Return), QKeySequence(Qt::Key_Enter) });
+    m_remove = new QAction(QIcon::fromTheme(QStringLiteral("list-remove")), tr("Remove from List"), m_list);
+    m_remove->setObjectName(QStringLiteral("remove"));
+    m_remove->setShortcut(QKeySequence::Delete);
+    m_remove->setToolTip(tr("Forget the record; the file keeps its new name"));
+    for (QAction *action : { m_undo, m_showInFolder, m_remove }) {
+        action->setShortcutContext(Qt::WidgetShortcut);
+        m_list->addAction(action);
+    }
+    connect(m_undo, &QAction::triggered, this, [this] { launch(undoSelected()); });
+    connect(m_showInFolder, &QAction::triggered, this, [this] {
+        // One folder is shown, however many are selected.
+        if (const QList<ProcessedFile> selected = selectedRecords(); !selected.isEmpty())
+            launch(showInFolder(selected.first()));
+    });
+    connect(m_remove, &QAction::triggered, this, [this] { launch(removeSelected()); });
+    m_menu = new QMenu(this);
+    m_menu->addAction(m_undo);
+    m_menu->addAction(m_showInFolder);
+    m_menu->addSeparator();
+    m_menu->addAction(m_remove);
+    connect(m_list, &QListView::customContextMenuRequested, this, [this](const QPoint &at) {
+        const QModelIndex index = m_list->indexAt(at);
+        if (!index.isValid())
+            return;
+        if (!m_list->selectionModel()->isSelected(index))
+            m_list->selectionModel()->select(index, QItemSelectionModel::ClearAndSelect);
+        updateState();
+        m_menu->popup(m_list->viewport()->mapToGlobal(at));
+    });
+    connect(m_list, &QListView::doubleClicked, this, [this](const QModelIndex &index) {
+        launch(showInFolder(m_model->record(index.row())));
+    });
+    connect(m_list->selectionModel(), &QItemSelectionModel::selectionChanged, this, &ActivityTab::updateState);
 
     m_pages = new QStackedWidget(this);
     m_pages->insertWidget(LoadingPage, m_loading);
@@ -95,21 +204,36 @@ ActivityTab::ActivityTab(ActivityViewModel &activity, QWidget *parent)
     layout->addWidget(m_progress);
     layout->addWidget(m_pages, 1);
 
-    connect(&m_activity, &ActivityViewModel::activityFilesChanged, this, &ActivityTab::rebuildRows);
+    connect(&m_activity, &ActivityViewModel::activityFilesChanged, this, &ActivityTab::updateState);
     connect(&m_activity, &ActivityViewModel::isLoadingActivityChanged, this, &ActivityTab::updateState);
     connect(&m_activity, &ActivityViewModel::isUndoingAllChanged, this, &ActivityTab::updateState);
     connect(&m_activity, &ActivityViewModel::undoAllProgressChanged, this, &ActivityTab::updateState);
     connect(&m_activity, &ActivityViewModel::activityTotalCountChanged, this, &ActivityTab::updateState);
 
-    rebuildRows();
+    updateState();
 }
 
-QList<ActivityRow *> ActivityTab::rows() const
+QList<ProcessedFile> ActivityTab::records() const
 {
-    QList<ActivityRow *> rows;
-    for (int i = 0; i < m_list->count(); ++i)
-        rows.append(qobject_cast<ActivityRow *>(m_list->itemWidget(m_list->item(i))));
-    return rows;
+    return m_activity.activityFiles();
+}
+
+void ActivityTab::selectRows(const QList<int> &rows)
+{
+    QItemSelection selection;
+    for (const int row : rows)
+        selection.select(m_model->index(row), m_model->index(row));
+    m_list->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+}
+
+QList<ProcessedFile> ActivityTab::selectedRecords() const
+{
+    QModelIndexList rows = m_list->selectionModel()->selectedRows();
+    std::sort(rows.begin(), rows.end(), [](const QModelIndex &a, const QModelIndex &b) { return a.row() < b.row(); });
+    QList<ProcessedFile> records;
+    for (const QModelIndex &index : std::as_const(rows))
+        records.append(m_model->record(index.row()));
+    return records;
 }
 
 void ActivityTab::showEvent(QShowEvent *event)
@@ -128,25 +252,6 @@ void ActivityTab::refresh()
     launch(m_activity.reloadIfChanged());
 }
 
-void ActivityTab::rebuildRows()
-{
-    // The list is rebuilt whole, which stays cheap at the window's bound;
-    // the scroll position is kept so that paging on does not jump.
-    const int scrolled = m_list->verticalScrollBar()->value();
-    m_list->clear();
-    for (const ProcessedFile &record : m_activity.activityFiles()) {
-        auto *item = new QListWidgetItem(m_list);
-        auto *row = new ActivityRow(record, m_list);
-        item->setSizeHint(row->sizeHint());
-        m_list->setItemWidget(item, row);
-        connect(row, &ActivityRow::undoRequested, this, [this, record] { launch(undoRecord(record)); });
-        connect(row, &ActivityRow::showInFolderRequested, this, [this, record] { launch(showInFolder(record)); });
-        connect(row, &ActivityRow::removeRequested, this, [this, record] { launch(removeRecord(record)); });
-    }
-    m_list->verticalScrollBar()->setValue(scrolled);
-    updateState();
-}
-
 void ActivityTab::updateState()
 {
     const bool hasFiles = !m_activity.activityFiles().isEmpty();
@@ -162,8 +267,10 @@ void ActivityTab::updateState()
     m_progress->setText(undoingAll ? m_activity.undoAllProgressText() : QString());
     m_undoAll->setEnabled(hasFiles && !undoingAll);
     m_clear->setEnabled(hasFiles && !undoingAll);
-    for (ActivityRow *row : rows())
-        row->setActionsEnabled(!undoingAll);
+    const bool selected = m_list->selectionModel()->hasSelection();
+    m_undo->setEnabled(selected && !undoingAll);
+    m_remove->setEnabled(selected && !undoingAll);
+    m_showInFolder->setEnabled(selected);
 }
 
 void ActivityTab::loadMoreIfAtEnd()
@@ -192,6 +299,27 @@ QCoro::Task<> ActivityTab::undoRecord(ProcessedFile record)
         co_return;
     auto removing = m_activity.removeRecord(record);
     co_await removing;
+}
+
+// One after another, newest first, each with its own answer when it cannot
+// be undone.
+QCoro::Task<> ActivityTab::undoSelected()
+{
+    QPointer<ActivityTab> self(this);
+    for (const ProcessedFile &record : selectedRecords()) {
+        auto undoing = undoRecord(record);
+        co_await undoing;
+        if (!self)
+            co_return;
+    }
+}
+
+QCoro::Task<> ActivityTab::removeSelected()
+{
+    for (const ProcessedFile &record : selectedRecords()) {
+        auto removing = m_activity.removeRecord(record);
+        co_await removing;
+    }
 }
 
 QCoro::Task<> ActivityTab::removeRecord(ProcessedFile record)

@@ -8,19 +8,23 @@
 #include "history/processedfile.h"
 #include "history/undoalertstate.h"
 
+class QAction;
 class QLabel;
-class QListWidget;
+class QListView;
+class QMenu;
 class QPushButton;
 class QStackedWidget;
 
 namespace Nomly {
 
-class ActivityRow;
+class ActivityListModel;
 class ActivityViewModel;
 
-// The activity list: what was renamed, newest first, with undo one at a time
-// or all together. Loads when first shown and pages on as the list is
-// scrolled to its end.
+// The activity list: what was renamed, newest first, each with the icon of
+// its file type. Any number of renames can be selected and undone, shown in
+// their folder or removed from the list, from the context menu or the keys
+// (Ctrl+Z, Return, Delete); or all undone or cleared together. Loads when
+// first shown and pages on as the list is scrolled to its end.
 class ActivityTab final : public QWidget
 {
     Q_OBJECT
@@ -34,8 +38,20 @@ public:
 
     void setAlertPresenter(AlertPresenter presenter) { m_presentAlert = std::move(presenter); }
 
-    // The rows shown, in list order.
-    QList<ActivityRow *> rows() const;
+    // The renames shown, in list order.
+    QList<ProcessedFile> records() const;
+
+    QListView *list() const { return m_list; }
+
+    // The actions on the selected renames, as the context menu offers them.
+    QAction *undoAction() const { return m_undo; }
+
+    QAction *showInFolderAction() const { return m_showInFolder; }
+
+    QAction *removeAction() const { return m_remove; }
+
+    // Selects the renames at these rows, as a user's clicks do.
+    void selectRows(const QList<int> &rows);
 
     // The actions of the tab, as the buttons do them; each ends when the
     // user has answered and the work is done.
@@ -55,15 +71,22 @@ protected:
     void showEvent(QShowEvent *event) override;
 
 private:
-    void rebuildRows();
     void updateState();
     void loadMoreIfAtEnd();
+    QList<ProcessedFile> selectedRecords() const;
+    QCoro::Task<> undoSelected();
+    QCoro::Task<> removeSelected();
 
     ActivityViewModel &m_activity;
     AlertPresenter m_presentAlert;
     bool m_loadStarted = false;
     QStackedWidget *m_pages = nullptr;
-    QListWidget *m_list = nullptr;
+    QListView *m_list = nullptr;
+    ActivityListModel *m_model = nullptr;
+    QMenu *m_menu = nullptr;
+    QAction *m_undo = nullptr;
+    QAction *m_showInFolder = nullptr;
+    QAction *m_remove = nullptr;
     QLabel *m_emptyTitle = nullptr;
     QLabel *m_emptyMessage = nullptr;
     QLabel *m_loading = nullptr;

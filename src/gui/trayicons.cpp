@@ -29,20 +29,20 @@ void drawGlyph(QPainter &painter, const QColor &ink)
     painter.setPen(pen);
     painter.setBrush(Qt::NoBrush);
     QPainterPath page;
-    page.moveTo(4.5, 2.5);
-    page.lineTo(13.0, 2.5);
-    page.lineTo(17.5, 7.0);
-    page.lineTo(17.5, 19.5);
-    page.lineTo(4.5, 19.5);
+    page.moveTo(3.5, 1.5);
+    page.lineTo(11.5, 1.5);
+    page.lineTo(15.5, 5.5);
+    page.lineTo(15.5, 19.5);
+    page.lineTo(3.5, 19.5);
     page.closeSubpath();
     painter.drawPath(page);
-    painter.drawPolyline(QList<QPointF> { { 13.0, 2.5 }, { 13.0, 7.0 }, { 17.5, 7.0 } });
-    painter.drawLine(QPointF(7.0, 6.0), QPointF(11.0, 6.0));
-    painter.drawLine(QPointF(7.0, 9.0), QPointF(14.0, 9.0));
-    // The name label.
+    painter.drawPolyline(QList<QPointF> { { 11.5, 1.5 }, { 11.5, 5.5 }, { 15.5, 5.5 } });
+    painter.drawLine(QPointF(6.5, 5.5), QPointF(9.0, 5.5));
+    painter.drawLine(QPointF(6.5, 8.5), QPointF(12.5, 8.5));
+    // The name label, reaching out of the page as in the program's icon.
     painter.setPen(Qt::NoPen);
     painter.setBrush(ink);
-    painter.drawRoundedRect(QRectF(2.0, 12.5, 17.0, 4.5), 1.2, 1.2);
+    painter.drawRoundedRect(QRectF(6.0, 12.0, 14.5, 5.0), 1.4, 1.4);
 }
 
 const QRectF BadgeArea(11.5, 11.5, 10.0, 10.0);

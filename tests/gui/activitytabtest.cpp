@@ -1,9 +1,10 @@
 // The activity tab in the settings window of a started application, over its
 // real database and real files.
 
+#include <QAction>
 #include <QDateTime>
 #include <QFile>
-#include <QListWidget>
+#include <QListView>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTemporaryDir>
@@ -15,7 +16,6 @@
 #include "app/appworkflows.h"
 #include "app/settingsviewmodel.h"
 #include "filesystemfixtures.h"
-#include "gui/activityrow.h"
 #include "gui/activitytab.h"
 #include "gui/settingswindow.h"
 #include "history/activityviewmodel.h"
@@ -63,11 +63,11 @@ private slots:
     {
         storeMany(ActivityViewModel::FirstPageSize + ActivityViewModel::NextPageSize + 5);
         openWindow(ActivityViewModel::FirstPageSize);
-        QScrollBar *scrollBar = tab().findChild<QListWidget *>()->verticalScrollBar();
+        QScrollBar *scrollBar = tab().list()->verticalScrollBar();
         scrollBar->setValue(scrollBar->maximum());
-        QTRY_COMPARE(tab().rows().size(), ActivityViewModel::FirstPageSize + ActivityViewModel::NextPageSize);
-        QCOMPARE(tab().rows().first()->record().newName, u"renamed55.txt"_s);
-        QCOMPARE(tab().rows().last()->record().newName, u"renamed6.txt"_s);
+        QTRY_COMPARE(tab().records().size(), ActivityViewModel::FirstPageSize + ActivityViewModel::NextPageSize);
+        QCOMPARE(tab().records().first().newName, u"renamed55.txt"_s);
+        QCOMPARE(tab().records().last().newName, u"renamed6.txt"_s);
     }
 
     void occupiedOriginalAsks_data()
@@ -86,11 +86,12 @@ private slots:
         QVERIFY(writeFile(file(u"original1.txt"_s), "someone else"));
         openWindow(1);
         m_answer = answer;
-        tab().rows().at(0)->findChild<QPushButton *>(u"undo"_s)->click();
+        tab().selectRows({ 0 });
+        tab().undoAction()->trigger();
         QTRY_COMPARE(m_asked.size(), 1);
         QCOMPARE(m_asked.first().title(), u"Cannot Undo"_s);
         QCOMPARE(m_asked.first().message(), u"A file already exists at the original location \"original1.txt\"."_s);
-        QTRY_COMPARE(tab().rows().size(), rowsAfter);
+        QTRY_COMPARE(tab().records().size(), rowsAfter);
         QCOMPARE(readFile(file(u"original1.txt"_s)), QByteArray("someone else"));
         QCOMPARE(readFile(file(u"renamed1.txt"_s)), QByteArray("renamed1.txt"));
     }
@@ -100,12 +101,34 @@ private slots:
         storeMany(2);
         openWindow(2);
         // Newest first: the row for original2.txt.
-        tab().rows().at(0)->findChild<QPushButton *>(u"undo"_s)->click();
-        QTRY_COMPARE(tab().rows().size(), 1);
+        tab().selectRows({ 0 });
+        tab().undoAction()->trigger();
+        QTRY_COMPARE(tab().records().size(), 1);
         QVERIFY(m_asked.isEmpty());
         QCOMPARE(readFile(file(u"original2.txt"_s)), QByteArray("renamed2.txt"));
         QVERIFY(!QFile::exists(file(u"renamed2.txt"_s)));
-        QCOMPARE(tab().rows().at(0)->record().newName, u"renamed1.txt"_s);
+        QCOMPARE(tab().records().at(0).newName, u"renamed1.txt"_s);
+    }
+
+    // Keys act on every selected rename: Delete forgets the records and
+    // leaves the files, Ctrl+Z puts the files back.
+    void keysActOnTheSelection()
+    {
+        storeMany(4);
+        openWindow(4);
+        tab().list()->setFocus();
+        tab().selectRows({ 0, 2 });
+        QTest::keyClick(tab().list(), Qt::Key_Delete);
+        QTRY_COMPARE(tab().records().size(), 2);
+        QCOMPARE(tab().records().at(0).newName, u"renamed3.txt"_s);
+        QCOMPARE(tab().records().at(1).newName, u"renamed1.txt"_s);
+        QVERIFY(QFile::exists(file(u"renamed4.txt"_s)) && QFile::exists(file(u"renamed2.txt"_s)));
+
+        tab().selectRows({ 0, 1 });
+        QTest::keyClick(tab().list(), Qt::Key_Z, Qt::ControlModifier);
+        QTRY_COMPARE(tab().records().size(), 0);
+        QVERIFY(QFile::exists(file(u"original3.txt"_s)) && QFile::exists(file(u"original1.txt"_s)));
+        QVERIFY(m_asked.isEmpty());
     }
 
     void undoAllEmptiesTheList()
@@ -116,7 +139,7 @@ private slots:
         m_window->findChild<QPushButton *>(u"undoAll"_s)->click();
         QTRY_COMPARE(m_asked.size(), 1);
         QTRY_VERIFY(!m_activity->isUndoingAll());
-        QTRY_COMPARE(tab().rows().size(), 0);
+        QTRY_COMPARE(tab().records().size(), 0);
         for (int i = 1; i <= 3; ++i)
             QVERIFY(QFile::exists(file(u"original%1.txt"_s.arg(i))));
     }
@@ -130,7 +153,7 @@ private slots:
         m_window->selectTab(SettingsTab::About);
         storeMany(2, 2);
         m_window->selectTab(SettingsTab::Activity);
-        QTRY_COMPARE(tab().rows().size(), 3);
+        QTRY_COMPARE(tab().records().size(), 3);
     }
 
 private:
@@ -161,7 +184,7 @@ private:
         m_window->show();
         m_window->selectTab(SettingsTab::Activity);
         QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
-        QTRY_COMPARE(tab().rows().size(), expectedRows);
+        QTRY_COMPARE(tab().records().size(), expectedRows);
         QTRY_VERIFY(!m_activity->isLoadingActivity());
     }
 

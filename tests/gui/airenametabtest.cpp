@@ -33,7 +33,6 @@
 #include "app/settingsstore.h"
 #include "app/settingsviewmodel.h"
 #include "filesystemfixtures.h"
-#include "gui/activityrow.h"
 #include "gui/activitytab.h"
 #include "gui/airenametab.h"
 #include "gui/batchdropzone.h"
@@ -225,10 +224,10 @@ private slots:
 
         m_gui->settingsWindow()->selectTab(SettingsTab::Activity);
         ActivityTab &activity = *m_gui->settingsWindow()->activityTab();
-        QTRY_COMPARE(activity.rows().size(), 3);
+        QTRY_COMPARE(activity.records().size(), 3);
         QStringList recorded;
-        for (const ActivityRow *row : activity.rows())
-            recorded.append(row->record().newName);
+        for (const ProcessedFile &record : activity.records())
+            recorded.append(record.newName);
         recorded.sort();
         QCOMPARE(recorded,
                  (QStringList { u"Harbour Dues 2026-03.txt"_s, u"Harbour Photo.jpg"_s, u"Harbour Survey.txt"_s }));

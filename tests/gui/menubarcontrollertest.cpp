@@ -4,7 +4,9 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QDir>
 #include <QMenu>
+#include <QPainter>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -162,6 +164,21 @@ private slots:
         const QColor dark = trayIcon(TrayIconState::Standard, true).pixmap(22).toImage().pixelColor(4, 10);
         QVERIFY2(light.lightness() < 100 && dark.lightness() > 150,
                  qPrintable(u"%1 %2"_s.arg(light.lightness()).arg(dark.lightness())));
+
+        // The states on a light and a dark panel, for the README.
+        constexpr int Size = 48;
+        QImage strip(Size * int(states.size()), Size * 2, QImage::Format_ARGB32);
+        strip.fill(QColor(0xf0, 0xf0, 0xf0));
+        QPainter painter(&strip);
+        painter.fillRect(0, Size, strip.width(), Size, QColor(0x30, 0x30, 0x34));
+        for (qsizetype i = 0; i < states.size(); ++i) {
+            painter.drawPixmap(int(i) * Size, 0, trayIcon(states[i], false, 1).pixmap(Size));
+            painter.drawPixmap(int(i) * Size, Size, trayIcon(states[i], true, 1).pixmap(Size));
+        }
+        painter.end();
+        const QString folder = QCoreApplication::applicationDirPath() + u"/screenshots"_s;
+        QVERIFY(QDir().mkpath(folder));
+        QVERIFY(strip.save(folder + u"/tray-states.png"_s));
     }
 
     // Told a moment after onboarding, and remembered for the installation.
