@@ -6,6 +6,7 @@
 #include "app/consentstate.h"
 #include "app/diagnosticsparameters.h"
 #include "app/settingsviewmodel.h"
+#include "app/watchedfolders.h"
 #include "platform/diagnostics.h"
 #include "workflows/batchanalysisissues.h"
 #include "workflows/batchoptions.h"
@@ -50,6 +51,15 @@ AppWorkflows::AppWorkflows(SettingsViewModel &state,
         [this](const ProcessedFile &record) { m_activity.addActivityFile(record); },
     });
     m_activity.setOnStatsAffectingChange([this] { m_statistics.scheduleReload(); });
+    // Recorded when it changes, so a report reads each failure against the
+    // route it happened on.
+    QObject::connect(&m_state, &SettingsViewModel::settingsChanged, &m_activity, [this] {
+        DiagnosticsParameters context = diagnosticsContext(m_state.settings());
+        if (context == m_context)
+            return;
+        m_context = context;
+        m_diagnostics.addBreadcrumb(QStringLiteral("context_refreshed"), QStringLiteral("app.context"), context);
+    });
     m_diagnostics.setCommonParameters([this] {
         return diagnosticsCommonParameters(
             m_state.settings(), m_state.consent().isOnboardingComplete(), m_state.consent().aiDataConsentGranted());
@@ -136,6 +146,11 @@ void AppWorkflows::setMonitorServices(MonitorServices services)
     dependencies.notify = std::move(services.notify);
     dependencies.diagnostics = &m_diagnostics;
     m_monitoring.setDependencies(std::move(dependencies));
+    QObject::connect(&m_state.folders(),
+                     &WatchedFolders::folderAdded,
+                     &m_monitoring,
+                     &MonitoringViewModel::announceFolderReady,
+                     Qt::UniqueConnection);
     m_hasMonitor = true;
 }
 

@@ -11,6 +11,7 @@
 #include "history/activityviewmodel.h"
 #include "history/processedfile.h"
 #include "history/statisticsviewmodel.h"
+#include "platform/diagnosticsvocabulary.h"
 #include "workflows/batchrenameviewmodel.h"
 #include "workflows/fileprocessingresult.h"
 #include "workflows/monitoringviewmodel.h"
@@ -117,6 +118,8 @@ private:
     BatchRenameViewModel m_batchRename;
     MonitoringViewModel m_monitoring;
     bool m_hasMonitor = false;
+    // The diagnostics context last recorded.
+    DiagnosticsParameters m_context;
 };
 
 } // namespace Nomly

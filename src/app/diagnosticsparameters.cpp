@@ -63,4 +63,16 @@ DiagnosticsParameters diagnosticsCommonParameters(const Settings &settings,
     };
 }
 
+DiagnosticsParameters diagnosticsContext(const Settings &settings)
+{
+    DiagnosticsParameters context = diagnosticsCommonParameters(settings, true, true);
+    for (const QString &key : { QStringLiteral("onboarding_complete"), QStringLiteral("consent_granted") })
+        context.remove(key);
+    context.insert(QStringLiteral("local_ai_backend"), QStringLiteral("ollama"));
+    context.insert(QStringLiteral("has_local_ai_model"), flag(!settings.localAIModel.trimmed().isEmpty()));
+    context.insert(QStringLiteral("monitor_extension_filter"),
+                   settings.monitorFileExtensions ? QStringLiteral("custom") : QStringLiteral("all"));
+    return context;
+}
+
 } // namespace Nomly

@@ -13,6 +13,10 @@ DiagnosticsParameters diagnosticsCommonParameters(const Settings &settings,
                                                   bool onboardingComplete,
                                                   bool consentGranted);
 
+// What a report is read against, refreshed after each save of the
+// settings: the route, the local model's presence and the Monitor filter.
+DiagnosticsParameters diagnosticsContext(const Settings &settings);
+
 // The provider that answers now: "off", "ollama", the user's own provider,
 // or "gemini" for the hosted service.
 QString effectiveAIProviderWord(const Settings &settings);

@@ -153,7 +153,9 @@ QCoro::Task<WatchedFolders::FolderAddition> WatchedFolders::addFolder(QString pa
     if (!self || !added)
         co_return FolderAddition::NotSaved;
     m_bookmarks.saveBookmark(resolved);
+    m_bookmarks.recordAccess(resolved, true, 0);
     emit watcherReconfigurationRequested();
+    emit folderAdded(resolved);
     co_return FolderAddition::Added;
 }
 

@@ -78,6 +78,8 @@ Q_SIGNALS:
     void folderConfigsChanged();
     // The Monitor's folders changed.
     void watcherReconfigurationRequested();
+    // The user added a folder, which Monitor now watches (when it runs).
+    void folderAdded(const QString &resolvedPath);
 
 private:
     Database &m_database;

@@ -6,6 +6,7 @@
 #include <QPointer>
 #include <QSet>
 #include <QSystemTrayIcon>
+#include <QTabWidget>
 #include <QTimer>
 #include <chrono>
 #include <utility>
@@ -25,6 +26,7 @@
 #include "app/monitorsession.h"
 #include "app/networkservice.h"
 #include "app/settingsviewmodel.h"
+#include "app/uistatemirror.h"
 #include "gui/airenametab.h"
 #include "gui/alertbox.h"
 #include "gui/consentwindow.h"
@@ -77,6 +79,7 @@ GuiApplication::~GuiApplication()
     // The interface binds to the launcher's state, so it goes first.
     m_hotkeys.reset();
     m_consent.reset();
+    m_uiMirror.reset();
     m_menuBar.reset();
     m_menuBarPresenter.reset();
     m_runtime.reset();
@@ -151,6 +154,12 @@ void GuiApplication::showPrimary()
             },
             m_hotkeys.get());
         connect(m_window.get(), &SettingsWindow::consentReviewRequested, this, &GuiApplication::presentConsent);
+        connect(m_window->tabs(), &QTabWidget::currentChanged, this, [this] {
+            m_services.diagnosticsProvider().track(
+                QStringLiteral("tab_selected"),
+                { { QStringLiteral("tab"), diagnosticsWord(m_window->selectedTab()) } });
+            mirrorUIState();
+        });
         m_window->aiRenameTab()->setRemoteConfigSource(
             [this] { return RemoteConfigService::cachedConfig(m_services.userDefaultsProvider()); });
         m_window->monitorTab()->setMonitoring(m_launcher->workflows()->monitoring(), [this] {
@@ -186,7 +195,8 @@ void GuiApplication::completeOnboarding()
             m_receivedFiles += files;
         }
     }
-    if (m_menuBar)
+    // Where there is a tray to point at.
+    if (m_menuBar && QSystemTrayIcon::isSystemTrayAvailable())
         m_menuBar->showLocationHint(m_services.userDefaultsProvider());
     workflows->hotkey().registerHotkey();
     workflows->monitoring().reconfigureWatcher();
@@ -273,6 +283,9 @@ void GuiApplication::buildTray()
     m_menuBar = std::make_unique<MenuBarController>();
     m_menuBar->apply(m_menuBarPresenter->state());
     connect(m_runtime.get(), &AppRuntimeController::changed, m_menuBarPresenter.get(), &MenuBarPresenter::refresh);
+    m_uiMirror = std::make_unique<UIStateMirror>(m_services.diagnosticsProvider());
+    connect(m_runtime.get(), &AppRuntimeController::changed, this, &GuiApplication::mirrorUIState);
+    mirrorUIState();
     connect(m_runtime.get(),
             &AppRuntimeController::renameAllSucceeded,
             m_menuBarPresenter.get(),
@@ -462,6 +475,22 @@ void GuiApplication::connectMonitor()
             monitoring.togglePause();
     });
     showMonitorState();
+}
+
+void GuiApplication::mirrorUIState()
+{
+    AppWorkflows *workflows = m_launcher->workflows();
+    if (!m_uiMirror || !m_runtime || !workflows)
+        return;
+    const MenuBarPresentationState tray = m_menuBarPresenter->state();
+    m_uiMirror->observe({
+        m_window ? diagnosticsWord(m_window->selectedTab()) : QStringLiteral("none"),
+        m_runtime->isWorkRunning(),
+        tray.isPaused,
+        tray.isOffline,
+        int(workflows->batchRename().items().size()),
+        int(workflows->monitoring().monitorQueueItems().size()),
+    });
 }
 
 void GuiApplication::showMonitorState()

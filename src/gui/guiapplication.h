@@ -20,6 +20,7 @@ class ConsentWindow;
 class HotkeyService;
 class MenuBarController;
 class MenuBarPresenter;
+class UIStateMirror;
 class MonitorSession;
 class SingleInstance;
 class SettingsWindow;
@@ -95,6 +96,8 @@ private:
     // Runs Monitor in this process when no other process does.
     void connectMonitor();
     void showMonitorState();
+    // Leaves the breadcrumbs of what the interface does.
+    void mirrorUIState();
     // The AI route of this process, opened when first needed.
     AIRoute *aiRoute(QString *error);
     // Its analysis service, for the workflows.
@@ -116,6 +119,7 @@ private:
     std::unique_ptr<AppRuntimeController> m_runtime;
     std::unique_ptr<MenuBarPresenter> m_menuBarPresenter;
     std::unique_ptr<MenuBarController> m_menuBar;
+    std::unique_ptr<UIStateMirror> m_uiMirror;
     // Built when quick rename first needs it: the backend it may run inside
     // this process is not started for a session that never renames.
     std::unique_ptr<AIRoute> m_aiRoute;

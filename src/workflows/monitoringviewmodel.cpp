@@ -794,6 +794,13 @@ void MonitoringViewModel::pauseForProviderFailure(const QString &message, const 
     emit stateChanged();
 }
 
+void MonitoringViewModel::announceFolderReady(const QString &folder)
+{
+    if (!m_dependencies || shouldNotStart())
+        return;
+    post(QStringLiteral("Nomly is Ready!"), QStringLiteral("Now watching %1 for new supported files").arg(folder));
+}
+
 void MonitoringViewModel::post(const QString &title, const QString &body)
 {
     if (m_dependencies && m_dependencies->notify)

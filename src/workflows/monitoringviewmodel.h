@@ -119,6 +119,9 @@ public:
     void setPaused(bool paused);
     // Only the last change within the calm takes effect.
     void handleNetworkChange(bool isConnected);
+    // After the user added a folder: tells them Monitor watches it now, when
+    // it does (set-up done, consent given, neither paused nor offline).
+    void announceFolderReady(const QString &folder);
     // The folders that exist now; tells of those that went away when asked.
     QStringList refreshFolderAvailability(bool notify);
 

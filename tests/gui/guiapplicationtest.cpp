@@ -35,6 +35,7 @@
 #include "gui/monitortab.h"
 #include "gui/settingswindow.h"
 #include "gui/welcomewindow.h"
+#include "notificationpeer.h"
 #include "ollamapeer.h"
 #include "platform/monitorlock.h"
 #include "profileservices.h"
@@ -246,6 +247,9 @@ private slots:
     {
         m_profile->defaults.setValue(SettingsStore::HasCompletedOnboardingKey, true);
         m_profile->defaults.setValue(ConsentState::HasAgreedToAIDataProcessingKey, true);
+        // The desktop's notification server, where the test runs on a session
+        // bus (the x11 run); offscreen runs have none.
+        Test::NotificationPeer notifications;
         GuiApplication gui(m_profile->services());
         QVERIFY(started(gui));
         OllamaPeer ollama;
@@ -275,6 +279,8 @@ private slots:
         QVERIFY(!monitoring.isWatching());
         QCOMPARE(gui.menuBar()->iconState(), TrayIconState::Paused);
         QCOMPARE(pause->text(), u"Resume Monitor"_s);
+        if (notifications.isServing())
+            QTRY_VERIFY(notifications.summaries().contains(u"Monitoring Paused"_s));
         QVERIFY(model.settings().monitoringPaused);
         MonitorTab *tab = gui.settingsWindow()->monitorTab();
         QCOMPARE(tab->monitorState()->text(), u"Monitor is paused. New files are not renamed until you resume."_s);

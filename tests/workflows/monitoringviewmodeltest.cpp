@@ -329,6 +329,16 @@ private slots:
         m_rig->monitoring.handleNetworkChange(false);
         QTest::qWait(300);
         QVERIFY(m_rig->monitoring.isWatching());
+
+        // A folder the user adds is announced while Monitor can work on it.
+        m_rig->told.clear();
+        m_rig->monitoring.announceFolderReady(m_rig->inbox());
+        QCOMPARE(m_rig->told,
+                 QStringList { u"Nomly is Ready!: Now watching %1 for new supported files"_s.arg(m_rig->inbox()) });
+        m_rig->settings.aiProcessingMode = AIProcessingMode::Cloud;
+        m_rig->told.clear();
+        m_rig->monitoring.announceFolderReady(m_rig->inbox());
+        QVERIFY(m_rig->told.isEmpty());
     }
 
     // A watched folder that goes and comes back: told once, and watched
