@@ -128,15 +128,11 @@ QCoro::Task<bool> AppLauncher::start()
                                                          m_services.bookmarksProvider(),
                                                          hasApiKeyFor(keys),
                                                          saveApiKeyFor(keys));
+    viewModel->createWorkflows(m_services.undoIgnoreProvider(), m_services.diagnosticsProvider());
     // The state is published only once it is whole.
     auto settingUp = viewModel->setUp();
     co_await settingUp;
 
-    m_workflows = std::make_unique<AppWorkflows>(*viewModel,
-                                                 *database,
-                                                 m_services.undoIgnoreProvider(),
-                                                 m_services.userDefaultsProvider(),
-                                                 m_services.diagnosticsProvider());
     m_database = std::move(database);
     m_viewModel = std::move(viewModel);
     m_stage = Stage::Running;
@@ -175,4 +171,8 @@ void AppLauncher::handOverPendingFiles()
         quickRename(forQuickRename);
 }
 
+AppWorkflows *AppLauncher::workflows() const
+{
+    return m_viewModel ? m_viewModel->workflows() : nullptr;
+}
 } // namespace Nomly

@@ -58,7 +58,7 @@ public:
     SettingsViewModel *viewModel() const { return m_viewModel.get(); }
 
     // Null until setup has succeeded.
-    AppWorkflows *workflows() const { return m_workflows.get(); }
+    AppWorkflows *workflows() const;
 
     Database *database() const { return m_database.get(); }
 
@@ -91,8 +91,6 @@ private:
     std::shared_ptr<Database> m_database;
     // Declared after the database it uses, so destroyed before it.
     std::unique_ptr<SettingsViewModel> m_viewModel;
-    // Declared after the state it reads, so destroyed before it.
-    std::unique_ptr<AppWorkflows> m_workflows;
     QStringList m_pendingOpenFiles;
     QStringList m_pendingQuickRenameFiles;
     QString m_failureDescription;

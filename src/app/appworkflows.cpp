@@ -169,7 +169,12 @@ void AppWorkflows::setQuickRenameServices(QuickRenameServices services)
     };
     dependencies.startRun
         = [this] { m_processAnalyzedFile.setRunId(QUuid::createUuid().toString(QUuid::WithoutBraces)); };
-    dependencies.requestConsentReview = std::move(services.requestConsentReview);
+    dependencies.requestConsentReview
+        = [request = std::move(services.requestConsentReview)](HotkeyViewModel::Trigger trigger) {
+              if (request)
+                  request(trigger == HotkeyViewModel::Trigger::Hotkey ? ConsentReviewSource::Hotkey
+                                                                      : ConsentReviewSource::FinderService);
+          };
     dependencies.hotkeyService = std::move(services.hotkeyService);
     dependencies.aiService = std::move(services.aiService);
     dependencies.notify = std::move(services.notify);

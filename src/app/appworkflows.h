@@ -26,11 +26,11 @@ class UndoIgnoreService;
 class UserDefaults;
 
 // The workflows of one run of the program and the activity they record,
-// built by the face over the central state and its services. Each workflow
-// reads the settings, the consent and the templates through the central
-// state, and records through the one rename step, so all of them name and
-// journal a file the same way. Lives on the main thread; destroy it before
-// the central state and the database.
+// owned by the central state (SettingsViewModel::createWorkflows), whose
+// faces hand them their services. Each workflow reads the settings, the
+// consent and the templates through the central state, and records through
+// the one rename step, so all of them name and journal a file the same way.
+// Lives on the main thread.
 class AppWorkflows final
 {
 public:
@@ -73,7 +73,7 @@ public:
         std::function<AIService *(QString *error)> aiService;
         std::function<HotkeyService *()> hotkeyService;
         std::function<void(const QString &title, const QString &body)> notify;
-        std::function<void(HotkeyViewModel::Trigger)> requestConsentReview;
+        std::function<void(ConsentReviewSource)> requestConsentReview;
     };
 
     void setQuickRenameServices(QuickRenameServices services);
@@ -85,7 +85,7 @@ public:
     {
         std::function<AIService *(QString *error)> aiService;
         std::function<void(const QString &title, const QString &body)> notify;
-        std::function<void(BatchRenameViewModel::DropSource)> requestConsentReview;
+        std::function<void(ConsentReviewSource)> requestConsentReview;
         std::function<void(BatchRenameViewModel::DropSource, int skippedCount)> onNoSupportedFilesFound;
     };
 

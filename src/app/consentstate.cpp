@@ -62,4 +62,15 @@ void ConsentState::completeOnboarding()
     qCInfo(lcGeneral) << "Onboarding completed";
 }
 
+void ConsentState::requestConsentReview(ConsentReviewSource source)
+{
+    m_pendingReviewSource = source;
+    emit consentReviewRequested();
+}
+
+std::optional<ConsentReviewSource> ConsentState::confirmConsentReview()
+{
+    return std::exchange(m_pendingReviewSource, std::nullopt);
+}
+
 } // namespace Nomly

@@ -2,8 +2,10 @@
 
 #include <QObject>
 #include <QString>
+#include <optional>
 
 #include "platform/result.h"
+#include "workflows/consentreviewsource.h"
 
 namespace Nomly {
 
@@ -42,7 +44,14 @@ public:
     // not shown again, and lets the Monitor start.
     void completeOnboarding();
 
+    // A workflow stopped for want of the agreement: remembers why and asks
+    // the face to put the question.
+    void requestConsentReview(ConsentReviewSource source);
+    // The user chose to read the agreement: why it was asked, once.
+    std::optional<ConsentReviewSource> confirmConsentReview();
+
 Q_SIGNALS:
+    void consentReviewRequested();
     void isOnboardingCompleteChanged();
     void aiDataConsentGrantedChanged();
     // Monitor starts or stops with these choices.
@@ -55,6 +64,7 @@ private:
     bool m_isFirstLaunch = false;
     bool m_isOnboardingComplete = false;
     bool m_aiDataConsentGranted = false;
+    std::optional<ConsentReviewSource> m_pendingReviewSource;
 };
 
 } // namespace Nomly

@@ -6,6 +6,7 @@
 
 #include "ai/keycustody.h"
 #include "ai/keysync.h"
+#include "app/appworkflows.h"
 #include "app/networkservice.h"
 #include "app/watchedfoldernormalization.h"
 #include "history/database.h"
@@ -108,7 +109,15 @@ void SettingsViewModel::publishSettings(const Settings &settings)
 
 SettingsViewModel::~SettingsViewModel()
 {
+    m_workflows.reset();
     m_database.waitForPendingWork();
+}
+
+AppWorkflows &SettingsViewModel::createWorkflows(UndoIgnoreService &undoIgnore, Diagnostics &diagnostics)
+{
+    Q_ASSERT(!m_workflows);
+    m_workflows = std::make_unique<AppWorkflows>(*this, m_database, undoIgnore, m_userDefaults, diagnostics);
+    return *m_workflows;
 }
 
 void SettingsViewModel::setSettings(const Settings &settings)

@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QString>
 #include <functional>
+#include <memory>
 
 #include <qcoro/qcorotask.h>
 
@@ -17,11 +18,14 @@
 
 namespace Nomly {
 
+class AppWorkflows;
 class BookmarkService;
 class Database;
+class Diagnostics;
 class KeyCustody;
 class KeySync;
 class NetworkService;
+class UndoIgnoreService;
 class UserDefaults;
 
 // The central state the faces bind to: the global settings with the flags of
@@ -81,6 +85,14 @@ public:
 
     ConsentState &consent() { return m_consent; }
 
+    // The workflows and the activity, statistics and hotkey view models,
+    // owned here once made; null before.
+    AppWorkflows *workflows() const { return m_workflows.get(); }
+
+    // Makes the workflows over this state, once, before setUp() so that
+    // they follow the settings from the first load on.
+    AppWorkflows &createWorkflows(UndoIgnoreService &undoIgnore, Diagnostics &diagnostics);
+
     const ConsentState &consent() const { return m_consent; }
 
     bool isOffline() const { return m_isOffline; }
@@ -133,6 +145,8 @@ private:
 
     Settings m_settings;
     bool m_isOffline = false;
+    // Last, so that it goes first: the workflows read everything above.
+    std::unique_ptr<AppWorkflows> m_workflows;
 };
 
 } // namespace Nomly

@@ -29,8 +29,9 @@ CliProfile::CliProfile(std::unique_ptr<Database> database)
     , m_bookmarks(m_userDefaults)
     , m_diagnostics(DataLocations::dataDirectory())
     , m_state(*m_database, m_userDefaults, m_network, m_bookmarks, {}, &saveApiKey)
-    , m_workflows(m_state, *m_database, m_undoIgnore, m_userDefaults, m_diagnostics)
-{}
+{
+    m_state.createWorkflows(m_undoIgnore, m_diagnostics);
+}
 
 std::unique_ptr<CliProfile> CliProfile::open()
 {

@@ -37,11 +37,11 @@ public:
 
     NetworkService &network() { return m_network; }
 
-    AppWorkflows &workflows() { return m_workflows; }
+    AppWorkflows &workflows() { return *m_state.workflows(); }
 
     Diagnostics &diagnostics() { return m_diagnostics; }
 
-    ActivityViewModel &activity() { return m_workflows.activity(); }
+    ActivityViewModel &activity() { return workflows().activity(); }
 
     const Settings &settings() const { return m_state.settings(); }
 
@@ -73,7 +73,6 @@ private:
     BookmarkService m_bookmarks;
     Diagnostics m_diagnostics;
     SettingsViewModel m_state;
-    AppWorkflows m_workflows;
 };
 
 } // namespace Nomly

@@ -53,7 +53,7 @@ ExitStatus runQuickCommand(const QStringList &arguments)
         },
         [] { return nullptr; },
         [](const QString &title, const QString &body) { DesktopNotifier::post(title, body); },
-        [&consentMissing](HotkeyViewModel::Trigger) {
+        [&consentMissing](ConsentReviewSource) {
             consentMissing = true;
             CliOutput::error(consentMissingText());
         },

@@ -20,6 +20,7 @@
 #include "app/applaunch.h"
 #include "app/appruntimecontroller.h"
 #include "app/appworkflows.h"
+#include "app/consentstate.h"
 #include "app/consenttexts.h"
 #include "app/hotkeyservice.h"
 #include "app/menubarpresenter.h"
@@ -111,6 +112,10 @@ QCoro::Task<bool> GuiApplication::start()
         co_return false;
     }
     m_services.diagnosticsProvider().track(QStringLiteral("app_launched"));
+    connect(&m_launcher->viewModel()->consent(),
+            &ConsentState::consentReviewRequested,
+            this,
+            &GuiApplication::askForConsent);
     buildTray();
     connectQuickRename();
     connectBatchRename();
@@ -328,7 +333,7 @@ void GuiApplication::routeReceivedFiles()
         return;
     }
     if (!model->consent().aiDataConsentGranted()) {
-        askForConsent();
+        requestConsentReview(ConsentReviewSource::DockDrop);
         return;
     }
     m_requestedTab = SettingsTab::AIRename;
@@ -396,7 +401,7 @@ void GuiApplication::connectQuickRename()
         [this](QString *error) { return aiService(error); },
         [this]() -> HotkeyService * { return m_hotkeys.get(); },
         [](const QString &title, const QString &body) { DesktopNotifier::post(title, body); },
-        [this](HotkeyViewModel::Trigger) { askForConsent(); },
+        [this](ConsentReviewSource source) { requestConsentReview(source); },
     });
     if (model->consent().isOnboardingComplete())
         workflows->hotkey().registerHotkey();
@@ -416,7 +421,7 @@ void GuiApplication::connectBatchRename()
             if (!m_window || !m_window->isActiveWindow())
                 DesktopNotifier::post(title, body);
         },
-        [this](BatchRenameViewModel::DropSource) { askForConsent(); },
+        [this](ConsentReviewSource source) { requestConsentReview(source); },
         [this](BatchRenameViewModel::DropSource, int) {
             QCoro::connect(showAlert(m_window.get(),
                                      tr("No supported files found"),
@@ -465,6 +470,15 @@ void GuiApplication::connectMonitor()
             monitoring.handleNetworkChange(connected);
     });
     connect(&monitoring, &MonitoringViewModel::stateChanged, this, &GuiApplication::showMonitorState);
+    // Coming back to the program picks up a folder that has come back (a
+    // drive plugged in again) at once.
+    connect(
+        qApp, &QGuiApplication::applicationStateChanged, &monitoring, [this, &monitoring](Qt::ApplicationState state) {
+            if (state != Qt::ApplicationActive || !m_monitorSession || !m_monitorSession->isActive())
+                return;
+            monitoring.refreshFolderAvailability(true);
+            monitoring.startWatching();
+        });
     // A file Monitor gave up on keeps its name; the user hears why.
     connect(&monitoring, &MonitoringViewModel::fileFailed, this, [](const QString &path, const QString &message) {
         DesktopNotifier::post(tr("Monitor Could Not Rename a File"),
@@ -499,6 +513,32 @@ void GuiApplication::showMonitorState()
         m_runtime->setMonitorRunsHere(m_monitorSession->isActive());
 }
 
+void GuiApplication::requestConsentReview(ConsentReviewSource source)
+{
+    SettingsViewModel *model = m_launcher->viewModel();
+    if (!model)
+        return;
+    const QString word = diagnosticsWord(source);
+    Diagnostics &diagnostics = m_services.diagnosticsProvider();
+    switch (source) {
+    case ConsentReviewSource::BatchRegenerate:
+        diagnostics.track(QStringLiteral("ai_rename_regenerate_blocked_consent"));
+        break;
+    case ConsentReviewSource::Hotkey:
+        diagnostics.track(QStringLiteral("hotkey_blocked_consent"));
+        break;
+    case ConsentReviewSource::FinderService:
+        diagnostics.track(QStringLiteral("quick_rename_blocked_consent"));
+        break;
+    case ConsentReviewSource::BatchDrop:
+    case ConsentReviewSource::DockDrop:
+    case ConsentReviewSource::Picker:
+        diagnostics.track(QStringLiteral("ai_rename_drop_blocked_consent"), { { QStringLiteral("source"), word } });
+        break;
+    }
+    model->consent().requestConsentReview(source);
+}
+
 // The settings window comes forward on its first tab with the reason, and the
 // user may go on to read what is sent and agree.
 void GuiApplication::askForConsent()
@@ -517,10 +557,15 @@ void GuiApplication::askForConsent()
                    this,
                    [this, review](const QString &chosen) {
                        m_consentAlertOpen = false;
-                       if (chosen == review) {
-                           m_services.diagnosticsProvider().track(QStringLiteral("consent_review_requested"));
-                           presentConsent();
+                       if (chosen != review)
+                           return;
+                       DiagnosticsParameters why;
+                       if (SettingsViewModel *state = m_launcher->viewModel()) {
+                           if (const auto source = state->consent().confirmConsentReview())
+                               why.insert(QStringLiteral("source"), diagnosticsWord(*source));
                        }
+                       m_services.diagnosticsProvider().track(QStringLiteral("consent_review_requested"), why);
+                       presentConsent();
                    });
 }
 

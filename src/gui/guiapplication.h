@@ -9,6 +9,7 @@
 
 #include "app/appservices.h"
 #include "app/settingstab.h"
+#include "workflows/consentreviewsource.h"
 
 namespace Nomly {
 
@@ -102,6 +103,9 @@ private:
     AIRoute *aiRoute(QString *error);
     // Its analysis service, for the workflows.
     AIService *aiService(QString *error);
+    // A workflow stopped for want of the agreement; the central state keeps
+    // why, and the question follows.
+    void requestConsentReview(ConsentReviewSource source);
     void askForConsent();
     // Stores the agreement and starts what waited for it; false, with the
     // reason shown, when it could not be stored.

@@ -164,7 +164,9 @@ bool BatchRenameViewModel::addFiles(const QStringList &paths, DropSource source,
         return false;
     if (!m_dependencies->hasAIDataConsent()) {
         if (m_dependencies->requestConsentReview)
-            m_dependencies->requestConsentReview(source);
+            m_dependencies->requestConsentReview(source == DropSource::Picker     ? ConsentReviewSource::Picker
+                                                     : source == DropSource::Dock ? ConsentReviewSource::DockDrop
+                                                                                  : ConsentReviewSource::BatchDrop);
         return false;
     }
     if (!canAcceptNewFiles())
@@ -593,7 +595,7 @@ QCoro::Task<> BatchRenameViewModel::regenerate(QUuid id)
         co_return;
     if (!m_dependencies->hasAIDataConsent()) {
         if (m_dependencies->requestConsentReview)
-            m_dependencies->requestConsentReview(DropSource::Window);
+            m_dependencies->requestConsentReview(ConsentReviewSource::BatchRegenerate);
         co_return;
     }
     const QPointer<BatchRenameViewModel> self(this);

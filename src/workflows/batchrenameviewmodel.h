@@ -24,6 +24,7 @@
 #include "settings/settings.h"
 #include "workflows/batchanalysisissues.h"
 #include "workflows/batchrenameitem.h"
+#include "workflows/consentreviewsource.h"
 
 namespace Nomly {
 
@@ -69,7 +70,7 @@ public:
         // Null, with the reason, when no route can be opened.
         std::function<AIService *(QString *error)> aiService;
         std::function<void(const ProcessedFile &)> addActivityFile;
-        std::function<void(DropSource)> requestConsentReview;
+        std::function<void(ConsentReviewSource)> requestConsentReview;
         std::function<void(DropSource, int skippedCount)> onNoSupportedFilesFound;
         // Optional: Monitor's hand in the same files.
         std::function<bool(const QString &resolvedPath)> isMonitorProcessingPath;

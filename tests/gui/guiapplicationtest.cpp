@@ -37,6 +37,7 @@
 #include "gui/welcomewindow.h"
 #include "notificationpeer.h"
 #include "ollamapeer.h"
+#include "platform/diagnostics.h"
 #include "platform/monitorlock.h"
 #include "profileservices.h"
 #include "workflows/batchrenameviewmodel.h"
@@ -340,6 +341,13 @@ private slots:
         QVERIFY(review != buttons.cend());
         (*review)->click();
         QTRY_VERIFY(gui.consentWindow() && gui.consentWindow()->isVisible());
+        // The record says why the question came, in words only.
+        const QList<DiagnosticsEntry> records = Diagnostics::readEntries(m_profile->dataDirectory);
+        const auto asked = std::find_if(records.cbegin(), records.cend(), [](const DiagnosticsEntry &entry) {
+            return entry.name == u"consent_review_requested"_s;
+        });
+        QVERIFY(asked != records.cend());
+        QCOMPARE(asked->parameters.value(u"source"_s), u"dock_drop"_s);
         BatchRenameViewModel &batch = gui.launcher().workflows()->batchRename();
         QVERIFY(batch.items().isEmpty());
 
