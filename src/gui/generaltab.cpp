@@ -16,6 +16,7 @@
 #include "app/settingsviewmodel.h"
 #include "gui/patternblockeditor.h"
 #include "gui/presentation.h"
+#include "gui/rawvaluecombo.h"
 #include "naming/filerenamer.h"
 #include "naming/previewsample.h"
 #include "platform/autostartentry.h"
@@ -35,20 +36,8 @@ QComboBox *comboOf(QWidget *parent,
 {
     auto *combo = new QComboBox(parent);
     combo->setObjectName(name);
-    for (const auto &[value, raw] : table)
-        combo->addItem(label(value), QString::fromUtf16(raw));
+    fillRawValueCombo(combo, table, label);
     return combo;
-}
-
-void selectData(QComboBox *combo, const QString &data)
-{
-    combo->setCurrentIndex(std::max(0, combo->findData(data)));
-}
-
-QString separatorLabel(NamingPatternSeparator separator)
-{
-    const QString name = caseName(separator);
-    return name.left(1).toUpper() + name.mid(1);
 }
 
 // What a section does, under its title, in the palette's quieter colour.
@@ -244,16 +233,16 @@ void GeneralTab::load(const Settings &settings)
                         settings.namingCaseStyle,
                         settings.namingWordSeparator,
                         settings.namingBlockSeparator);
-    selectData(m_caseStyle, rawValue(settings.namingCaseStyle));
-    selectData(m_wordSeparator, rawValue(settings.namingWordSeparator));
-    selectData(m_blockSeparator, rawValue(settings.namingBlockSeparator));
+    selectRawValue(m_caseStyle, rawValue(settings.namingCaseStyle));
+    selectRawValue(m_wordSeparator, rawValue(settings.namingWordSeparator));
+    selectRawValue(m_blockSeparator, rawValue(settings.namingBlockSeparator));
     if (!m_dateFormat->hasFocus())
         m_dateFormat->setText(settings.dateFormat);
     m_writeTags->setChecked(settings.addFinderTags);
     m_writeComment->setChecked(settings.addSpotlightMetadata);
-    selectData(m_outputLanguage, settings.outputLanguage);
-    selectData(m_appearance, rawValue(settings.appearance));
-    selectData(m_interfaceLanguage, rawValue(settings.interfaceLanguage));
+    selectRawValue(m_outputLanguage, settings.outputLanguage);
+    selectRawValue(m_appearance, rawValue(settings.appearance));
+    selectRawValue(m_interfaceLanguage, rawValue(settings.interfaceLanguage));
     // The entry on disk is the truth: the desktop's own settings may have
     // removed it.
     m_startAtLogin->setChecked(AutostartEntry::isEnabled());

@@ -160,9 +160,13 @@ void GuiApplication::showPrimary()
             m_hotkeys.get());
         connect(m_window.get(), &SettingsWindow::consentReviewRequested, this, &GuiApplication::presentConsent);
         connect(m_window->tabs(), &QTabWidget::currentChanged, this, [this] {
-            m_services.diagnosticsProvider().track(
-                QStringLiteral("tab_selected"),
-                { { QStringLiteral("tab"), diagnosticsWord(m_window->selectedTab()) } });
+            Diagnostics &diagnostics = m_services.diagnosticsProvider();
+            const SettingsTab tab = m_window->selectedTab();
+            diagnostics.track(QStringLiteral("tab_selected"), { { QStringLiteral("tab"), diagnosticsWord(tab) } });
+            if (tab == SettingsTab::AIRename)
+                diagnostics.track(QStringLiteral("ai_rename_viewed"));
+            else if (tab == SettingsTab::Statistics)
+                diagnostics.track(QStringLiteral("statistics_viewed"));
             mirrorUIState();
         });
         m_window->aiRenameTab()->setRemoteConfigSource(
@@ -431,6 +435,17 @@ void GuiApplication::connectBatchRename()
                            this,
                            [](const QString &) {});
         },
+    });
+    connect(&workflows->batchRename(), &BatchRenameViewModel::renameAllFinished, this, [this, workflows] {
+        int renamed = 0;
+        int failed = 0;
+        for (const BatchRenameItem &item : workflows->batchRename().items()) {
+            renamed += item.status == BatchRenameStatus::Completed ? 1 : 0;
+            failed += item.status == BatchRenameStatus::Failed ? 1 : 0;
+        }
+        m_services.diagnosticsProvider().track(QStringLiteral("ai_rename_rename_completed"),
+                                               { { QStringLiteral("success_count"), QString::number(renamed) },
+                                                 { QStringLiteral("failed_count"), QString::number(failed) } });
     });
     // Files that waited for a rename to end go in after it.
     connect(&workflows->batchRename(), &BatchRenameViewModel::renameAllFinished, this, [this] {

@@ -9,28 +9,13 @@
 #include <QVBoxLayout>
 
 #include "gui/patternblockeditor.h"
+#include "gui/rawvaluecombo.h"
 #include "naming/filerenamer.h"
 #include "naming/previewsample.h"
 #include "settings/effectiveanalysissettings.h"
 #include "settings/patternrendersettings.h"
 
 namespace Nomly {
-
-namespace {
-
-template<typename Enum, std::size_t Size>
-void fillCombo(QComboBox *combo, const RawValueTable<Enum, Size> &table, const std::function<QString(Enum)> &label)
-{
-    for (const auto &[value, raw] : table)
-        combo->addItem(label(value), QString::fromUtf16(raw));
-}
-
-void selectRaw(QComboBox *combo, const QString &raw)
-{
-    combo->setCurrentIndex(std::max(0, combo->findData(raw)));
-}
-
-} // namespace
 
 TemplateEditor::TemplateEditor(QWidget *parent)
     : QWidget(parent)
@@ -42,15 +27,11 @@ TemplateEditor::TemplateEditor(QWidget *parent)
     m_pattern = new PatternBlockEditor(this);
     m_caseStyle = new QComboBox(this);
     m_caseStyle->setObjectName(QStringLiteral("caseStyle"));
-    fillCombo<NamingCaseStyle>(
+    fillRawValueCombo<NamingCaseStyle>(
         m_caseStyle, NamingCaseStyleRawValues, [](NamingCaseStyle style) { return displayLabel(style); });
     m_wordSeparator = new QComboBox(this);
     m_wordSeparator->setObjectName(QStringLiteral("wordSeparator"));
-    fillCombo<NamingPatternSeparator>(
-        m_wordSeparator, NamingPatternSeparatorRawValues, [](NamingPatternSeparator separator) -> QString {
-            const QString name = caseName(separator);
-            return name.left(1).toUpper() + name.mid(1);
-        });
+    fillRawValueCombo<NamingPatternSeparator>(m_wordSeparator, NamingPatternSeparatorRawValues, separatorLabel);
     m_dateFormat = new QLineEdit(this);
     m_dateFormat->setObjectName(QStringLiteral("dateFormat"));
     m_dateFormat->setPlaceholderText(QStringLiteral("yyyy-MM-dd"));
@@ -120,8 +101,8 @@ void TemplateEditor::setPreset(const Preset &preset, const Settings &global)
         effective.namingCaseStyle,
         effective.namingWordSeparator,
         effective.namingBlockSeparator);
-    selectRaw(m_caseStyle, rawValue(effective.namingCaseStyle));
-    selectRaw(m_wordSeparator, rawValue(effective.namingWordSeparator));
+    selectRawValue(m_caseStyle, rawValue(effective.namingCaseStyle));
+    selectRawValue(m_wordSeparator, rawValue(effective.namingWordSeparator));
     m_dateFormat->setText(effective.dateFormat);
     updatePreview();
 }
