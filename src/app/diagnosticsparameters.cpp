@@ -6,11 +6,6 @@ namespace Nomly {
 
 namespace {
 
-QString flag(bool value)
-{
-    return value ? QStringLiteral("true") : QStringLiteral("false");
-}
-
 // Diagnostics words are lower case: "openaiCompatible" is recorded as
 // "openai_compatible".
 QString providerWord(AIProvider provider)
@@ -52,14 +47,15 @@ DiagnosticsParameters diagnosticsCommonParameters(const Settings &settings,
     return {
         { QStringLiteral("app_version"), QStringLiteral(NOMLY_VERSION) },
         { QStringLiteral("build_target"), QStringLiteral("linux") },
-        { QStringLiteral("has_byok"), flag(hasKey) },
-        { QStringLiteral("byok_enabled"), flag(settings.byokEnabled) },
-        { QStringLiteral("ollama_enabled"), flag(settings.aiProcessingMode == AIProcessingMode::Local) },
+        { QStringLiteral("has_byok"), DiagnosticsVocabulary::flag(hasKey) },
+        { QStringLiteral("byok_enabled"), DiagnosticsVocabulary::flag(settings.byokEnabled) },
+        { QStringLiteral("ollama_enabled"),
+          DiagnosticsVocabulary::flag(settings.aiProcessingMode == AIProcessingMode::Local) },
         { QStringLiteral("ai_provider"), providerWord(settings.aiProvider) },
         { QStringLiteral("ai_processing_mode"), rawValue(settings.aiProcessingMode) },
         { QStringLiteral("effective_ai_provider"), effectiveAIProviderWord(settings) },
-        { QStringLiteral("onboarding_complete"), flag(onboardingComplete) },
-        { QStringLiteral("consent_granted"), flag(consentGranted) },
+        { QStringLiteral("onboarding_complete"), DiagnosticsVocabulary::flag(onboardingComplete) },
+        { QStringLiteral("consent_granted"), DiagnosticsVocabulary::flag(consentGranted) },
     };
 }
 
@@ -69,7 +65,8 @@ DiagnosticsParameters diagnosticsContext(const Settings &settings)
     for (const QString &key : { QStringLiteral("onboarding_complete"), QStringLiteral("consent_granted") })
         context.remove(key);
     context.insert(QStringLiteral("local_ai_backend"), QStringLiteral("ollama"));
-    context.insert(QStringLiteral("has_local_ai_model"), flag(!settings.localAIModel.trimmed().isEmpty()));
+    context.insert(QStringLiteral("has_local_ai_model"),
+                   DiagnosticsVocabulary::flag(!settings.localAIModel.trimmed().isEmpty()));
     context.insert(QStringLiteral("monitor_extension_filter"),
                    settings.monitorFileExtensions ? QStringLiteral("custom") : QStringLiteral("all"));
     return context;

@@ -6,18 +6,13 @@ namespace Nomly {
 
 namespace {
 
-QString flag(bool value)
-{
-    return value ? QStringLiteral("true") : QStringLiteral("false");
-}
-
 DiagnosticsParameters describe(const DiagnosticsUIState &state)
 {
     return {
         { QStringLiteral("selected_tab"), state.selectedTab },
-        { QStringLiteral("is_processing"), flag(state.isProcessing) },
-        { QStringLiteral("is_paused"), flag(state.isPaused) },
-        { QStringLiteral("is_offline"), flag(state.isOffline) },
+        { QStringLiteral("is_processing"), DiagnosticsVocabulary::flag(state.isProcessing) },
+        { QStringLiteral("is_paused"), DiagnosticsVocabulary::flag(state.isPaused) },
+        { QStringLiteral("is_offline"), DiagnosticsVocabulary::flag(state.isOffline) },
         { QStringLiteral("batch_item_count"), QString::number(state.batchItemCount) },
         { QStringLiteral("monitor_queue_count"), QString::number(state.monitorQueueCount) },
     };

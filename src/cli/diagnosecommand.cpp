@@ -4,6 +4,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 #include <QSysInfo>
 #include <QUrl>
 #include <algorithm>
@@ -17,6 +18,7 @@
 #include "platform/datalocations.h"
 #include "platform/diagnostics.h"
 #include "platform/sessioncapabilities.h"
+#include "settings/serveraddress.h"
 #include "settings/settingsjson.h"
 
 namespace Nomly {
@@ -26,15 +28,40 @@ namespace {
 // How many kinds of failure a report lists, the latest first.
 constexpr qsizetype MaxFailureKinds = 20;
 
-// An address without the user name, password, query or fragment it may carry.
+// An address without the user name, password, query or fragment it may
+// carry; one that is no server address at all may be anything, and is not
+// shown.
 QString bareAddress(const QString &address)
 {
-    return QUrl(address).adjusted(QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment).toString();
+    if (address.trimmed().isEmpty())
+        return {};
+    if (!isServerAddress(address))
+        return QStringLiteral("(not a server address)");
+    return QUrl(address.trimmed()).adjusted(QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment).toString();
+}
+
+// The pattern's fields, with any text the user typed between them shown as
+// "…": that text is often a name.
+QString patternFields(const QString &pattern)
+{
+    static const QRegularExpression field(QStringLiteral("\\{[^{}]*\\}"));
+    QStringList parts;
+    qsizetype last = 0;
+    for (const QRegularExpressionMatch &match : field.globalMatch(pattern)) {
+        if (!pattern.mid(last, match.capturedStart() - last).trimmed().isEmpty())
+            parts.append(QStringLiteral("…"));
+        parts.append(match.captured());
+        last = match.capturedEnd();
+    }
+    if (!pattern.mid(last).trimmed().isEmpty())
+        parts.append(QStringLiteral("…"));
+    return parts.join(u' ');
 }
 
 // The settings as stored, less what belongs to the user rather than to the
-// program: the watched folders become their number, prompts a user wrote
-// become whether there is one, addresses lose their credentials.
+// program: the watched folders become their number, text a user wrote
+// (prompts, the prefix, words in the pattern) becomes whether there is any,
+// addresses lose their credentials.
 QJsonObject reportedSettings(const Settings &settings)
 {
     QJsonObject json = toJson(settings);
@@ -44,6 +71,10 @@ QJsonObject reportedSettings(const Settings &settings)
     json.remove(QStringLiteral("tagPromptOverride"));
     json.insert(QStringLiteral("hasRenamePrompt"), settings.renamePromptOverride.has_value());
     json.insert(QStringLiteral("hasTagPrompt"), settings.tagPromptOverride.has_value());
+    json.insert(QStringLiteral("namingPattern"), patternFields(settings.namingPattern));
+    json.remove(QStringLiteral("namingPatternBlocks"));
+    json.remove(QStringLiteral("monitorFilePrefix"));
+    json.insert(QStringLiteral("hasMonitorFilePrefix"), !settings.monitorFilePrefix.isEmpty());
     json.insert(QStringLiteral("localAIEndpoint"), bareAddress(settings.localAIEndpoint));
     json.insert(QStringLiteral("openaiCompatibleBaseUrl"), bareAddress(settings.openaiCompatibleBaseUrl));
     return json;
@@ -65,8 +96,7 @@ QList<FailureKind> recentFailures(const QList<DiagnosticsEntry> &entries)
     for (const DiagnosticsEntry &entry : entries) {
         if (entry.kind != DiagnosticsEntry::Kind::Failure && entry.kind != DiagnosticsEntry::Kind::Warning)
             continue;
-        const QString kind
-            = entry.kind == DiagnosticsEntry::Kind::Failure ? QStringLiteral("failure") : QStringLiteral("warning");
+        const QString kind = diagnosticsKindName(entry.kind);
         const QString area = entry.parameters.value(QStringLiteral("failure_kind"));
         const QString reason = entry.parameters.value(QStringLiteral("failure_reason"));
         auto it = std::find_if(kinds.begin(), kinds.end(), [&](const FailureKind &known) {

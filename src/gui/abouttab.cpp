@@ -12,6 +12,7 @@
 #include <QVBoxLayout>
 
 #include "app/libraryversions.h"
+#include "gui/presentation.h"
 #include "gui/trayicons.h"
 #include "platform/datalocations.h"
 
@@ -40,10 +41,7 @@ AboutTab::AboutTab(QWidget *parent)
     auto *logo = new QLabel(this);
     logo->setPixmap(themedIcon(QStringLiteral("nomly")).pixmap(64));
     auto *name = new QLabel(QStringLiteral("Nomly"), this);
-    QFont nameFont = name->font();
-    nameFont.setBold(true);
-    nameFont.setPointSizeF(nameFont.pointSizeF() * 2);
-    name->setFont(nameFont);
+    name->setFont(headingFont(name->font(), 2));
     auto *version = new QLabel(tr("Version %1").arg(QStringLiteral(NOMLY_VERSION)), this);
     version->setObjectName(QStringLiteral("version"));
     version->setTextInteractionFlags(Qt::TextSelectableByMouse);

@@ -21,6 +21,7 @@
 #include "gui/activitylistmodel.h"
 #include "gui/alertbox.h"
 #include "gui/launch.h"
+#include "gui/presentation.h"
 #include "history/activityviewmodel.h"
 #include "platform/filemanager.h"
 
@@ -101,10 +102,7 @@ ActivityTab::ActivityTab(ActivityViewModel &activity, QWidget *parent)
     , m_presentAlert([this](const UndoAlertState &state) { return showAlert(this, state); })
 {
     auto *title = new QLabel(QStringLiteral("Recent Activity"), this);
-    QFont titleFont = title->font();
-    titleFont.setBold(true);
-    titleFont.setPointSizeF(titleFont.pointSizeF() * 1.3);
-    title->setFont(titleFont);
+    title->setFont(headingFont(title->font(), 1.3));
 
     m_undoAll = new QPushButton(UndoAllButton, this);
     m_clear = new QPushButton(ClearButton, this);
@@ -192,7 +190,23 @@ ActivityTab::ActivityTab(ActivityViewModel &activity, QWidget *parent)
     connect(m_list, &QListView::doubleClicked, this, [this](const QModelIndex &index) {
         launch(showInFolder(m_model->record(index.row())));
     });
-    connect(m_list->selectionModel(), &QItemSelectionModel::selectionChanged, this, &ActivityTab::updateState);
+    // A new page or a rename from Monitor rebuilds the list; what the user
+    // selected stays selected. The ids are taken as the selection changes:
+    // by the time the list is rebuilt its rows already hold the new records.
+    connect(m_list->selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] {
+        m_keptSelection.clear();
+        for (const ProcessedFile &record : selectedRecords())
+            m_keptSelection.insert(record.id.value_or(-1));
+        updateState();
+    });
+    connect(m_model, &QAbstractItemModel::modelReset, this, [this] {
+        QList<int> rows;
+        for (int row = 0; row < m_model->rowCount(); ++row) {
+            if (m_keptSelection.contains(m_model->record(row).id.value_or(-1)))
+                rows.append(row);
+        }
+        selectRows(rows);
+    });
 
     m_pages = new QStackedWidget(this);
     m_pages->insertWidget(LoadingPage, m_loading);
@@ -265,11 +279,12 @@ void ActivityTab::updateState()
     const bool undoingAll = m_activity.isUndoingAll();
     m_progress->setVisible(undoingAll);
     m_progress->setText(undoingAll ? m_activity.undoAllProgressText() : QString());
-    m_undoAll->setEnabled(hasFiles && !undoingAll);
-    m_clear->setEnabled(hasFiles && !undoingAll);
     const bool selected = m_list->selectionModel()->hasSelection();
-    m_undo->setEnabled(selected && !undoingAll);
-    m_remove->setEnabled(selected && !undoingAll);
+    const bool free = !undoingAll && !m_actingOnSelection;
+    m_undo->setEnabled(selected && free);
+    m_remove->setEnabled(selected && free);
+    m_undoAll->setEnabled(hasFiles && free);
+    m_clear->setEnabled(hasFiles && free);
     m_showInFolder->setEnabled(selected);
 }
 
@@ -305,21 +320,38 @@ QCoro::Task<> ActivityTab::undoRecord(ProcessedFile record)
 // be undone.
 QCoro::Task<> ActivityTab::undoSelected()
 {
+    if (m_actingOnSelection)
+        co_return;
     QPointer<ActivityTab> self(this);
+    setActingOnSelection(true);
     for (const ProcessedFile &record : selectedRecords()) {
         auto undoing = undoRecord(record);
         co_await undoing;
         if (!self)
             co_return;
     }
+    setActingOnSelection(false);
 }
 
 QCoro::Task<> ActivityTab::removeSelected()
 {
+    if (m_actingOnSelection)
+        co_return;
+    QPointer<ActivityTab> self(this);
+    setActingOnSelection(true);
     for (const ProcessedFile &record : selectedRecords()) {
         auto removing = m_activity.removeRecord(record);
         co_await removing;
+        if (!self)
+            co_return;
     }
+    setActingOnSelection(false);
+}
+
+void ActivityTab::setActingOnSelection(bool acting)
+{
+    m_actingOnSelection = acting;
+    updateState();
 }
 
 QCoro::Task<> ActivityTab::removeRecord(ProcessedFile record)

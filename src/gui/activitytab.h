@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QSet>
 #include <QWidget>
 #include <functional>
 
@@ -76,6 +77,8 @@ private:
     QList<ProcessedFile> selectedRecords() const;
     QCoro::Task<> undoSelected();
     QCoro::Task<> removeSelected();
+    // One action on the selection at a time; Undo All waits for it too.
+    void setActingOnSelection(bool acting);
 
     ActivityViewModel &m_activity;
     AlertPresenter m_presentAlert;
@@ -87,6 +90,9 @@ private:
     QAction *m_undo = nullptr;
     QAction *m_showInFolder = nullptr;
     QAction *m_remove = nullptr;
+    bool m_actingOnSelection = false;
+    // The ids selected when the list was rebuilt.
+    QSet<qint64> m_keptSelection;
     QLabel *m_emptyTitle = nullptr;
     QLabel *m_emptyMessage = nullptr;
     QLabel *m_loading = nullptr;

@@ -26,6 +26,7 @@
 #include "gui/batchdropzone.h"
 #include "gui/batchrenametablemodel.h"
 #include "gui/launch.h"
+#include "gui/presentation.h"
 #include "platform/filemanager.h"
 #include "workflows/batchrenameviewmodel.h"
 
@@ -65,10 +66,7 @@ AIRenameTab::AIRenameTab(BatchRenameViewModel &batch, TemplateLibrary &templates
     setAcceptDrops(true);
 
     auto *title = new QLabel(QStringLiteral("AI Rename"), this);
-    QFont titleFont = title->font();
-    titleFont.setBold(true);
-    titleFont.setPointSizeF(titleFont.pointSizeF() * 1.3);
-    title->setFont(titleFont);
+    title->setFont(headingFont(title->font(), 1.3));
     m_template = new QComboBox(this);
     m_template->setObjectName(QStringLiteral("batchTemplate"));
     m_template->setSizeAdjustPolicy(QComboBox::AdjustToContents);

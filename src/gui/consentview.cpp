@@ -8,6 +8,7 @@
 #include <QVBoxLayout>
 
 #include "app/consenttexts.h"
+#include "gui/presentation.h"
 
 namespace Nomly {
 
@@ -15,10 +16,7 @@ ConsentView::ConsentView(QWidget *parent)
     : QWidget(parent)
 {
     auto *title = new QLabel(ConsentTexts::title(), this);
-    QFont titleFont = title->font();
-    titleFont.setPointSizeF(titleFont.pointSizeF() * 1.4);
-    titleFont.setBold(true);
-    title->setFont(titleFont);
+    title->setFont(headingFont(title->font(), 1.4));
     auto *subtitle = new QLabel(ConsentTexts::subtitle(), this);
 
     auto *sections = new QWidget;

@@ -120,8 +120,9 @@ QCoro::Task<bool> GuiApplication::start()
     connectQuickRename();
     connectBatchRename();
     connectMonitor();
-    const bool quiet = m_startsInBackground && m_launcher->viewModel()->consent().isOnboardingComplete()
-        && QSystemTrayIcon::isSystemTrayAvailable();
+    // At login the panel's tray may not be up yet; the icon appears once it
+    // is, and a second start of nomly-gui brings the window meanwhile.
+    const bool quiet = m_startsInBackground && m_launcher->viewModel()->consent().isOnboardingComplete();
     if (!quiet)
         showPrimary();
     co_return true;
@@ -268,7 +269,7 @@ int GuiApplication::run(const QStringList &files)
     QApplication::setWindowIcon(themedIcon(QStringLiteral("nomly")));
     // The tray keeps the process alive with every window closed; without a
     // tray, closing the last window ends the program.
-    QApplication::setQuitOnLastWindowClosed(!QSystemTrayIcon::isSystemTrayAvailable());
+    QApplication::setQuitOnLastWindowClosed(!m_startsInBackground && !QSystemTrayIcon::isSystemTrayAvailable());
     if (!files.isEmpty())
         m_launcher->openFiles(files);
     QTimer::singleShot(0, this, [this] {

@@ -75,8 +75,8 @@ public:
     // the launch, then the event loop; answers the exit status.
     int run(const QStringList &files);
 
-    // Started at login: only the tray icon comes up, once onboarding is
-    // behind the user and the desktop has a tray to find it in.
+    // Started at login: once onboarding is behind the user, no window opens,
+    // only the tray icon, and closing a window later never ends the program.
     void setStartsInBackground(bool background) { m_startsInBackground = background; }
 
 private:

@@ -1,5 +1,6 @@
 #include "gui/menubarcontroller.h"
 
+#include <QApplication>
 #include <QEvent>
 #include <QMenu>
 #include <QSystemTrayIcon>
@@ -16,6 +17,8 @@ MenuBarController::MenuBarController(QObject *parent)
     , m_icon(new QSystemTrayIcon(this))
 {
     m_menu->installEventFilter(this);
+    // A new desktop theme may turn the panel dark or light.
+    qApp->installEventFilter(this);
     m_spinner.setInterval(SpinnerStep);
     connect(&m_spinner, &QTimer::timeout, this, [this] {
         m_frame = (m_frame + 1) % TrayIconSpinnerFrames;
@@ -82,8 +85,9 @@ void MenuBarController::apply(const MenuBarPresentationState &state)
 
 void MenuBarController::show()
 {
-    if (QSystemTrayIcon::isSystemTrayAvailable())
-        m_icon->show();
+    // Also where no tray is there yet (a panel still starting at login): the
+    // icon appears once one is.
+    m_icon->show();
 }
 
 void MenuBarController::showLocationHint(UserDefaults &defaults)
@@ -105,6 +109,8 @@ bool MenuBarController::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == m_menu && event->type() == QEvent::LanguageChange)
         rebuildMenu();
+    if (watched == qApp && event->type() == QEvent::ApplicationPaletteChange)
+        updateIcon();
     return QObject::eventFilter(watched, event);
 }
 

@@ -67,11 +67,12 @@ void switchAppearance(AppearanceMode mode)
         qApp->setProperty(DesktopPaletteProperty, QApplication::palette());
     }
     if (mode == AppearanceMode::Auto) {
+        // The palette too: where the desktop's style is Fusion itself, the
+        // style alone would keep the dark palette.
         const QString desktop = qApp->property(DesktopStyleProperty).toString();
-        if (QApplication::style()->name() == desktop)
-            return;
-        QApplication::setStyle(desktop);
-        QApplication::setPalette(qApp->property(DesktopPaletteProperty).value<QPalette>());
+        if (QApplication::style()->name() != desktop)
+            QApplication::setStyle(desktop);
+        QApplication::setPalette(desktopPalette());
         return;
     }
     QStyle *fusion = QStyleFactory::create(QStringLiteral("Fusion"));
@@ -114,6 +115,20 @@ void applyPresentation(const UserDefaults &defaults, QObject *owner)
     switchAppearance(appearanceModeFromRaw(appearance).value_or(AppearanceMode::Auto));
     const QString language = defaults.value(SettingsStore::InterfaceLanguageKey).toString();
     switchInterfaceLanguage(interfaceLanguageFromRaw(language).value_or(InterfaceLanguage::Auto), owner);
+}
+
+QPalette desktopPalette()
+{
+    const QVariant saved = qApp->property(DesktopPaletteProperty);
+    return saved.isValid() ? saved.value<QPalette>() : QApplication::palette();
+}
+
+QFont headingFont(const QFont &base, qreal scale)
+{
+    QFont font = base;
+    font.setPointSizeF(font.pointSizeF() * scale);
+    font.setBold(true);
+    return font;
 }
 
 void placeOnFirstShow(QWidget &window)

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <QFont>
+#include <QPalette>
+
 class QObject;
 class QWidget;
 
@@ -22,6 +25,13 @@ void applyPresentation(const UserDefaults &defaults, QObject *owner);
 void switchAppearance(AppearanceMode mode);
 // Replaces the translators an earlier call parented to `owner`.
 void switchInterfaceLanguage(InterfaceLanguage language, QObject *owner);
+
+// The desktop's own palette, whatever the appearance chosen in Nomly: what
+// the tray's panel is drawn in.
+QPalette desktopPalette();
+
+// A title's font: bold, and `scale` times the size of `base`.
+QFont headingFont(const QFont &base, qreal scale);
 
 // Before a window's first showing: within the available area of the screen
 // under the pointer, centred, and no larger than that area, so that no part

@@ -6,6 +6,8 @@
 #include <QPalette>
 #include <QPixmap>
 
+#include "gui/presentation.h"
+
 namespace Nomly {
 
 namespace {
@@ -150,7 +152,8 @@ QIcon trayIcon(TrayIconState state, bool darkPanel, int frame)
 
 bool isDarkPanel()
 {
-    const QPalette palette = QGuiApplication::palette();
+    // The panel follows the desktop, not the appearance chosen in Nomly.
+    const QPalette palette = desktopPalette();
     return palette.color(QPalette::Window).lightness() < palette.color(QPalette::WindowText).lightness();
 }
 

@@ -28,10 +28,7 @@ namespace {
 QLabel *heading(const QString &text, QWidget *parent, qreal scale = 1.4)
 {
     auto *label = new QLabel(text, parent);
-    QFont font = label->font();
-    font.setPointSizeF(font.pointSizeF() * scale);
-    font.setBold(true);
-    label->setFont(font);
+    label->setFont(headingFont(label->font(), scale));
     label->setWordWrap(true);
     return label;
 }
@@ -135,7 +132,9 @@ QWidget *WelcomeWindow::consentPage()
     connect(later, &QPushButton::clicked, this, &WelcomeWindow::next);
     connect(view, &ConsentView::agreed, this, [this] {
         emit consentAgreed();
-        next();
+        // An agreement that could not be stored was told; the step stays.
+        if (m_model.consent().aiDataConsentGranted())
+            next();
     });
     auto *layout = new QVBoxLayout(page);
     layout->setContentsMargins(0, 0, 0, 0);

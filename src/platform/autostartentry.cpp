@@ -19,17 +19,25 @@ QByteArray readEntry()
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// Quoted for the desktop entry's Exec key: spaces and the reserved
-// characters of a path stay part of the one argument.
-QString quotedProgram(const QString &program)
-{
-    QString escaped = program;
-    for (const QChar c : { QLatin1Char('\\'), QLatin1Char('"'), QLatin1Char('`'), QLatin1Char('$') })
-        escaped.replace(c, QStringLiteral("\\") + c);
-    return QStringLiteral("\"%1\"").arg(escaped);
-}
-
 } // namespace
+
+QString AutostartEntry::execValue(const QString &program)
+{
+    // A program name may not hold "=", and no value may span lines.
+    if (program.isEmpty() || program.contains(QLatin1Char('=')) || program.contains(QLatin1Char('\n'))
+        || program.contains(QLatin1Char('\r')))
+        return {};
+    // Quoted as one argument, with the characters quoting reserves escaped;
+    // then the value's own escapes: each backslash doubled, and "%" doubled
+    // so that it is no field code.
+    QString quoted = program;
+    for (const QChar c : { QLatin1Char('\\'), QLatin1Char('"'), QLatin1Char('`'), QLatin1Char('$') })
+        quoted.replace(c, QStringLiteral("\\") + c);
+    QString value = QStringLiteral("\"%1\" --background").arg(quoted);
+    value.replace(QLatin1Char('\\'), QStringLiteral("\\\\"));
+    value.replace(QLatin1Char('%'), QStringLiteral("%%"));
+    return value;
+}
 
 QString AutostartEntry::filePath()
 {
@@ -62,18 +70,23 @@ Result<> AutostartEntry::setEnabled(bool enabled, const QString &program)
             return Failure { QStringLiteral("cannot remove %1").arg(path) };
         return {};
     }
+    const QString exec = execValue(program);
+    if (exec.isEmpty())
+        return Failure { QStringLiteral(
+                             "Nomly's path (%1) cannot start at login: rename it without \"=\" or line breaks")
+                             .arg(program) };
     if (!QDir().mkpath(QFileInfo(path).path()))
         return Failure { QStringLiteral("cannot create %1").arg(QFileInfo(path).path()) };
     const QString entry = QStringLiteral("[Desktop Entry]\n"
                                          "Type=Application\n"
                                          "Name=Nomly\n"
                                          "Comment=Give files names that say what they hold\n"
-                                         "Exec=%1 --background\n"
+                                         "Exec=%1\n"
                                          "Icon=nomly\n"
                                          "Terminal=false\n"
                                          "X-GNOME-Autostart-enabled=true\n"
                                          "%2\n")
-                              .arg(quotedProgram(program), QLatin1String(OwnerKey));
+                              .arg(exec, QLatin1String(OwnerKey));
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(entry.toUtf8()) < 0 || !file.commit())
         return Failure { QStringLiteral("cannot write %1: %2").arg(path, file.errorString()) };

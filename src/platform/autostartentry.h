@@ -25,6 +25,10 @@ public:
     // Only an entry Nomly wrote is removed; one the user made by hand stays,
     // and the failure says so.
     static Result<> setEnabled(bool enabled, const QString &program);
+
+    // The entry's Exec value that starts `program` in the background, or
+    // empty for a path an entry cannot hold ("=", a line break).
+    static QString execValue(const QString &program);
 };
 
 } // namespace Nomly

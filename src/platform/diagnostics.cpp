@@ -5,6 +5,7 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLockFile>
 #include <QMutexLocker>
 
 #include "platform/logcategories.h"
@@ -26,7 +27,9 @@ constexpr KindName KindNames[] = {
     { DiagnosticsEntry::Kind::Breadcrumb, "breadcrumb" },
 };
 
-QString kindName(DiagnosticsEntry::Kind kind)
+} // namespace
+
+QString diagnosticsKindName(DiagnosticsEntry::Kind kind)
 {
     for (const KindName &entry : KindNames) {
         if (entry.kind == kind)
@@ -34,6 +37,8 @@ QString kindName(DiagnosticsEntry::Kind kind)
     }
     Q_UNREACHABLE();
 }
+
+namespace {
 
 std::optional<DiagnosticsEntry::Kind> kindNamed(const QString &name)
 {
@@ -56,7 +61,7 @@ QByteArray toLine(const DiagnosticsEntry &entry)
 {
     QJsonObject object {
         { QStringLiteral("time"), entry.time.toUTC().toString(Qt::ISODateWithMs) },
-        { QStringLiteral("kind"), kindName(entry.kind) },
+        { QStringLiteral("kind"), diagnosticsKindName(entry.kind) },
         { QStringLiteral("name"), entry.name },
     };
     if (!entry.category.isEmpty())
@@ -182,6 +187,14 @@ void Diagnostics::record(DiagnosticsEntry entry)
     const QMutexLocker lock(&m_mutex);
     if (!QDir().mkpath(m_directory))
         return;
+    // Another process of the profile (the desktop, `nomly watch`) may
+    // rotate at the same moment; one at a time, or one would delete what
+    // the other just kept.
+    QLockFile fileLock(path + QStringLiteral(".lock"));
+    if (!fileLock.tryLock(FileLockTimeoutMs)) {
+        qCWarning(lcGeneral) << "Diagnostics: the record file is locked by another process; this record is dropped";
+        return;
+    }
     // One earlier file is kept, so that a report holds the last failures
     // even just after a rotation.
     if (QFileInfo(path).size() + line.size() > MaxFileBytes) {

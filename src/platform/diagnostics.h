@@ -33,6 +33,9 @@ struct DiagnosticsEntry
     bool operator==(const DiagnosticsEntry &) const = default;
 };
 
+// "failure", "warning", "event" or "breadcrumb", as the file stores it.
+QString diagnosticsKindName(DiagnosticsEntry::Kind kind);
+
 // Where the program tells on itself: failures of processing by area and
 // reason word, warnings that were retried, product events and breadcrumbs.
 // Each goes to the log's categories and to a small rotating file in the data
@@ -45,6 +48,8 @@ class Diagnostics final
 public:
     static constexpr qint64 MaxFileBytes = 256 * 1024;
     static constexpr auto FileName = "diagnostics.log";
+    // A record waits no longer for another process's write.
+    static constexpr int FileLockTimeoutMs = 2000;
 
     // An empty directory records to the log only.
     explicit Diagnostics(QString directory);

@@ -69,18 +69,13 @@ constexpr qsizetype MaxValueLength = 64;
 // Longer words are more likely a token or a name than a reason.
 constexpr qsizetype MaxWordLength = 40;
 
-const QRegularExpression &keyPattern()
-{
-    static const QRegularExpression pattern(QStringLiteral("^[a-z][a-z0-9_]*$"));
-    return pattern;
-}
-
 const QRegularExpression &numberPattern()
 {
     static const QRegularExpression pattern(QStringLiteral("^-?[0-9]+(\\.[0-9]+)*$"));
     return pattern;
 }
 
+// Keys and words alike: snake_case.
 const QRegularExpression &wordPattern()
 {
     static const QRegularExpression pattern(QStringLiteral("^[a-z][a-z0-9_]*$"));
@@ -116,7 +111,7 @@ bool DiagnosticsVocabulary::isEvent(const QString &name)
 
 bool DiagnosticsVocabulary::isKey(const QString &key)
 {
-    return key.size() <= MaxKeyLength && keyPattern().match(key).hasMatch();
+    return key.size() <= MaxKeyLength && wordPattern().match(key).hasMatch();
 }
 
 bool DiagnosticsVocabulary::isValue(const QString &value)
@@ -159,6 +154,11 @@ DiagnosticsParameters DiagnosticsVocabulary::sanitized(const DiagnosticsParamete
 QString DiagnosticsVocabulary::word(const QString &candidate)
 {
     return isWord(candidate) ? candidate : QStringLiteral("unknown");
+}
+
+QString DiagnosticsVocabulary::flag(bool value)
+{
+    return value ? QStringLiteral("true") : QStringLiteral("false");
 }
 
 } // namespace Nomly

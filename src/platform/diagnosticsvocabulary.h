@@ -32,6 +32,9 @@ public:
     // "withheld", and each key that breaks it dropped; `withheld` counts both.
     static DiagnosticsParameters sanitized(const DiagnosticsParameters &parameters, int *withheld = nullptr);
 
+    // "true" or "false".
+    static QString flag(bool value);
+
     // A word for an area or a reason: itself when it is one, "unknown" when not.
     static QString word(const QString &candidate);
 };

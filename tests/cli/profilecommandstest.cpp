@@ -301,7 +301,8 @@ void ProfileCommandsTest::diagnoseHoldsNothingOfTheUser()
                  .exitCode,
              0);
     QCOMPARE(nomly({ u"folders"_s, u"add"_s, m_dir->filePath(u"files"_s) }).exitCode, 0);
-    QCOMPARE(nomly({ u"apply"_s, u"--title"_s, u"Harbour Lease"_s, u"x.txt"_s }).exitCode, 0);
+    QCOMPARE(nomly({ u"config"_s, u"set"_s, u"namingPattern"_s, u"{date} Harbour {title}"_s }).exitCode, 0);
+    QCOMPARE(nomly({ u"apply"_s, u"--title"_s, u"Lease"_s, u"x.txt"_s }).exitCode, 0);
     // A rename that fails: a link whose file has gone.
     QVERIFY(QFile::link(m_dir->filePath(u"gone/Passport Ada.pdf"_s), m_dir->filePath(u"files/Locked Scan.pdf"_s)));
     const CliRun refused = nomly({ u"apply"_s, u"--title"_s, u"Passport Ada"_s, u"Locked Scan.pdf"_s });
@@ -312,6 +313,7 @@ void ProfileCommandsTest::diagnoseHoldsNothingOfTheUser()
     const QJsonObject json = QJsonDocument::fromJson(report.out.toUtf8()).object();
     QCOMPARE(json[u"settings"][u"watchedFolderCount"].toInt(), 1);
     QCOMPARE(json[u"settings"][u"openaiCompatibleBaseUrl"].toString(), u"http://127.0.0.1:1234/v1"_s);
+    QCOMPARE(json[u"settings"][u"namingPattern"].toString(), u"{date} … {title}"_s);
     const QJsonArray failures = json[u"failures"].toArray();
     QCOMPARE(failures.size(), 1);
     QCOMPARE(failures[0][u"area"].toString(), u"cli_apply"_s);

@@ -4,6 +4,7 @@
 #include <QAction>
 #include <QDateTime>
 #include <QFile>
+#include <QItemSelectionModel>
 #include <QListView>
 #include <QPushButton>
 #include <QScrollBar>
@@ -150,10 +151,15 @@ private slots:
     {
         storeMany(1);
         openWindow(1);
+        tab().selectRows({ 0 });
         m_window->selectTab(SettingsTab::About);
         storeMany(2, 2);
         m_window->selectTab(SettingsTab::Activity);
         QTRY_COMPARE(tab().records().size(), 3);
+        // The rebuilt list keeps the user's selection on the same rename.
+        const QModelIndexList selected = tab().list()->selectionModel()->selectedRows();
+        QCOMPARE(selected.size(), 1);
+        QCOMPARE(tab().records().at(selected.first().row()).newName, u"renamed1.txt"_s);
     }
 
 private:

@@ -195,7 +195,8 @@ private slots:
         QTest::keyClicks(text, u"Signed"_s);
         QTest::keyClick(text, Qt::Key_Return);
         selectData(tab.findChild<QComboBox *>(u"caseStyle"_s), u"kebab"_s);
-        QCOMPARE(tab.findChild<QLabel *>(u"preview"_s)->text(), tab.previewName());
+        // The sample of the preview, with the block typed and the style chosen.
+        QCOMPARE(tab.findChild<QLabel *>(u"preview"_s)->text(), u"wireless-headphones Signed.pdf"_s);
         // Saved on the database's thread; the command reads it when it is in.
         QTRY_COMPARE_WITH_TIMEOUT(preview(), u"harbour-lease-agreement Signed.txt"_s, 5000);
 
@@ -210,12 +211,14 @@ private slots:
         QVERIFY(!QFile::exists(AutostartEntry::filePath()));
 
         const QString desktopStyle = QApplication::style()->name();
+        const QColor desktopWindow = QApplication::palette().color(QPalette::Window);
         auto *appearance = tab.findChild<QComboBox *>(u"appearance"_s);
         selectData(appearance, u"dark"_s);
         QCOMPARE(QApplication::style()->name(), u"fusion"_s);
         QVERIFY(QApplication::palette().color(QPalette::Window).lightness() < 100);
         selectData(appearance, u"auto"_s);
         QCOMPARE(QApplication::style()->name(), desktopStyle);
+        QCOMPARE(QApplication::palette().color(QPalette::Window), desktopWindow);
         QTRY_COMPARE(model().settings().appearance, AppearanceMode::Auto);
     }
 
