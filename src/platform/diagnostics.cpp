@@ -127,7 +127,8 @@ void Diagnostics::reportFailure(const QString &area, const QString &reason, cons
     const QString word = DiagnosticsVocabulary::word(reason);
     const DiagnosticsParameters extended = processingParameters(kind, word, parameters);
     const QString name = QStringLiteral("processing_failure:%1:%2").arg(kind, word);
-    qCWarning(lcProcessing).noquote() << "Processing failure:" << name;
+    // The face has told the user already; the log keeps it for the journal.
+    qCInfo(lcProcessing).noquote() << "Processing failure:" << name;
     record({ QDateTime::currentDateTimeUtc(), DiagnosticsEntry::Kind::Failure, name, {}, extended });
 }
 
