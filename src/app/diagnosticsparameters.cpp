@@ -1,5 +1,8 @@
 #include "app/diagnosticsparameters.h"
 
+#include <array>
+
+#include "history/filetypegroup.h"
 #include "settings/settings.h"
 
 namespace Nomly {
@@ -70,6 +73,35 @@ DiagnosticsParameters diagnosticsContext(const Settings &settings)
     context.insert(QStringLiteral("monitor_extension_filter"),
                    settings.monitorFileExtensions ? QStringLiteral("custom") : QStringLiteral("all"));
     return context;
+}
+
+DiagnosticsParameters fileTypeBreakdown(const QStringList &fileNames)
+{
+    std::array<int, FileTypeGroupRawValues.size()> counts {};
+    for (const QString &name : fileNames) {
+        const qsizetype dot = name.lastIndexOf(u'.');
+        if (dot < 0)
+            continue;
+        if (const std::optional<FileTypeGroup> group = fileTypeGroupOf(name.mid(dot + 1).toLower()))
+            ++counts[std::size_t(*group)];
+    }
+    DiagnosticsParameters breakdown;
+    QStringList present;
+    std::optional<FileTypeGroup> primary;
+    for (const auto &[group, raw] : FileTypeGroupRawValues) {
+        const int count = counts[std::size_t(group)];
+        breakdown.insert(QString::fromUtf16(raw) + QStringLiteral("_count"), QString::number(count));
+        if (count == 0)
+            continue;
+        present.append(QString::fromUtf16(raw));
+        if (!primary || count > counts[std::size_t(*primary)])
+            primary = group;
+    }
+    if (primary) {
+        breakdown.insert(QStringLiteral("file_type_groups"), present.join(u','));
+        breakdown.insert(QStringLiteral("primary_file_type_group"), rawValue(*primary));
+    }
+    return breakdown;
 }
 
 } // namespace Nomly

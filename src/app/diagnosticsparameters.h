@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QStringList>
+
 #include "platform/diagnosticsvocabulary.h"
 
 namespace Nomly {
@@ -16,6 +18,11 @@ DiagnosticsParameters diagnosticsCommonParameters(const Settings &settings,
 // What a report is read against, refreshed after each save of the
 // settings: the route, the local model's presence and the Monitor filter.
 DiagnosticsParameters diagnosticsContext(const Settings &settings);
+
+// The kinds of a set of files, by their extensions: the groups present
+// ("image,document"), the group with the most files (the first in group
+// order on a tie) and one count per group. Names are read, never recorded.
+DiagnosticsParameters fileTypeBreakdown(const QStringList &fileNames);
 
 // The provider that answers now: "off", "ollama", the user's own provider,
 // or "gemini" for the hosted service.

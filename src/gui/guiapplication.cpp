@@ -22,6 +22,7 @@
 #include "app/appworkflows.h"
 #include "app/consentstate.h"
 #include "app/consenttexts.h"
+#include "app/diagnosticsparameters.h"
 #include "app/hotkeyservice.h"
 #include "app/menubarpresenter.h"
 #include "app/monitorsession.h"
@@ -436,6 +437,31 @@ void GuiApplication::connectBatchRename()
                            this,
                            [](const QString &) {});
         },
+    });
+    // What came in and how its analysis went, as kinds and counts.
+    connect(
+        &workflows->batchRename(), &BatchRenameViewModel::itemsInserted, this, [this, workflows](int first, int last) {
+            QStringList names;
+            for (int row = first; row <= last && row < workflows->batchRename().items().size(); ++row)
+                names.append(workflows->batchRename().items().at(row).fileName);
+            m_services.diagnosticsProvider().track(QStringLiteral("ai_rename_files_added"), fileTypeBreakdown(names));
+        });
+    connect(&workflows->batchRename(), &BatchRenameViewModel::becameIdle, this, [this, workflows] {
+        QStringList names;
+        int analyzed = 0;
+        int failed = 0;
+        for (const BatchRenameItem &item : workflows->batchRename().items()) {
+            names.append(item.fileName);
+            analyzed += item.status == BatchRenameStatus::Analyzed ? 1 : 0;
+            failed += item.status == BatchRenameStatus::Failed ? 1 : 0;
+        }
+        if (names.isEmpty())
+            return;
+        DiagnosticsParameters parameters = fileTypeBreakdown(names);
+        parameters.insert(QStringLiteral("count"), QString::number(names.size()));
+        parameters.insert(QStringLiteral("analyzed_count"), QString::number(analyzed));
+        parameters.insert(QStringLiteral("failed_count"), QString::number(failed));
+        m_services.diagnosticsProvider().track(QStringLiteral("ai_rename_analysis_completed"), parameters);
     });
     connect(&workflows->batchRename(), &BatchRenameViewModel::renameAllFinished, this, [this, workflows] {
         int renamed = 0;

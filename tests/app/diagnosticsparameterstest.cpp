@@ -6,6 +6,7 @@
 using namespace Qt::StringLiterals;
 
 Q_DECLARE_METATYPE(Nomly::Settings)
+Q_DECLARE_METATYPE(Nomly::DiagnosticsParameters)
 
 namespace Nomly {
 
@@ -56,6 +57,43 @@ private slots:
         all.insert(diagnosticsContext(settings));
         for (auto it = all.cbegin(); it != all.cend(); ++it)
             QVERIFY2(DiagnosticsVocabulary::isValue(it.value()), qPrintable(it.key() + u" = "_s + it.value()));
+    }
+
+    void fileTypeBreakdown_data()
+    {
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<DiagnosticsParameters>("expected");
+        QTest::newRow("mixed, pictures most")
+            << QStringList { u"scan.JPG"_s, u"lease.pdf"_s, u"notes.docx"_s, u"call.mp3"_s, u"data.xyz"_s }
+            << DiagnosticsParameters { { u"file_type_groups"_s, u"image,document,audio"_s },
+                                       { u"primary_file_type_group"_s, u"image"_s },
+                                       { u"image_count"_s, u"2"_s },
+                                       { u"design_count"_s, u"0"_s },
+                                       { u"document_count"_s, u"1"_s },
+                                       { u"video_count"_s, u"0"_s },
+                                       { u"audio_count"_s, u"1"_s } };
+        QTest::newRow("tie goes to the earlier group")
+            << QStringList { u"a.mp4"_s, u"b.psd"_s }
+            << DiagnosticsParameters { { u"file_type_groups"_s, u"design,video"_s },
+                                       { u"primary_file_type_group"_s, u"design"_s },
+                                       { u"image_count"_s, u"0"_s },
+                                       { u"design_count"_s, u"1"_s },
+                                       { u"document_count"_s, u"0"_s },
+                                       { u"video_count"_s, u"1"_s },
+                                       { u"audio_count"_s, u"0"_s } };
+        QTest::newRow("nothing grouped") << QStringList { u"README"_s, u"x.xyz"_s }
+                                         << DiagnosticsParameters { { u"image_count"_s, u"0"_s },
+                                                                    { u"design_count"_s, u"0"_s },
+                                                                    { u"document_count"_s, u"0"_s },
+                                                                    { u"video_count"_s, u"0"_s },
+                                                                    { u"audio_count"_s, u"0"_s } };
+    }
+
+    void fileTypeBreakdown()
+    {
+        QFETCH(QStringList, names);
+        QFETCH(DiagnosticsParameters, expected);
+        QCOMPARE(Nomly::fileTypeBreakdown(names), expected);
     }
 };
 
