@@ -4,12 +4,16 @@
 
 #include <QAbstractButton>
 #include <QAction>
+#include <QApplication>
 #include <QComboBox>
 #include <QDir>
+#include <QDragEnterEvent>
+#include <QDropEvent>
 #include <QFile>
 #include <QLabel>
 #include <QMenu>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QPointer>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -17,6 +21,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTextBrowser>
+#include <QUrl>
 #include <algorithm>
 #include <memory>
 
@@ -155,6 +160,36 @@ private slots:
         QVERIFY(again.settingsWindow() && again.settingsWindow()->isVisible());
         QCOMPARE(again.settingsWindow()->windowTitle(), u"Nomly"_s);
         QCOMPARE(again.settingsWindow()->minimumSize(), QSize(780, 640));
+    }
+
+    // Files dropped on the guide's last step wait for its end, then come up
+    // in AI Rename, once each.
+    void guideDropsFilesIntoAIRename()
+    {
+        OllamaPeer ollama;
+        GuiApplication gui(m_profile->services());
+        QVERIFY(started(gui));
+        answerLocally(gui, ollama);
+        WelcomeWindow &guide = *gui.welcomeWindow();
+        for (const QString &step : { u"getStarted"_s, u"agree"_s, u"routeContinue"_s })
+            click(guide, step);
+        QCOMPARE(guide.step(), WelcomeWindow::Step::Start);
+        QMimeData files;
+        files.setUrls({ QUrl::fromLocalFile(sample(u"a.txt"_s)),
+                        QUrl::fromLocalFile(sample(u"b.txt"_s)),
+                        QUrl::fromLocalFile(sample(u"a.txt"_s)) });
+        QDragEnterEvent enter(QPoint(10, 10), Qt::CopyAction, &files, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(&guide, &enter);
+        QVERIFY(enter.isAccepted());
+        QDropEvent drop(QPointF(10, 10), Qt::CopyAction, &files, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(&guide, &drop);
+        QCOMPARE(guide.chosenFiles().size(), 2);
+        QVERIFY(gui.launcher().workflows()->batchRename().items().isEmpty());
+
+        click(guide, u"finishSetup"_s);
+        BatchRenameViewModel &batch = gui.launcher().workflows()->batchRename();
+        QTRY_COMPARE(batch.items().size(), qsizetype(2));
+        QCOMPARE(gui.settingsWindow()->selectedTab(), SettingsTab::AIRename);
     }
 
     // Data & Privacy leads to what is sent; agreeing there is what every AI
