@@ -63,30 +63,25 @@ private slots:
     {
         QTest::addColumn<QStringList>("names");
         QTest::addColumn<DiagnosticsParameters>("expected");
+        // Counts in group order: image, design, document, video, audio.
+        const auto breakdown = [](QList<int> counts, const QString &groups, const QString &primary) {
+            DiagnosticsParameters parameters;
+            const QStringList names { u"image"_s, u"design"_s, u"document"_s, u"video"_s, u"audio"_s };
+            for (qsizetype i = 0; i < names.size(); ++i)
+                parameters.insert(names[i] + u"_count"_s, QString::number(counts[i]));
+            if (!groups.isEmpty()) {
+                parameters.insert(u"file_type_groups"_s, groups);
+                parameters.insert(u"primary_file_type_group"_s, primary);
+            }
+            return parameters;
+        };
         QTest::newRow("mixed, pictures most")
             << QStringList { u"scan.JPG"_s, u"lease.pdf"_s, u"notes.docx"_s, u"call.mp3"_s, u"data.xyz"_s }
-            << DiagnosticsParameters { { u"file_type_groups"_s, u"image,document,audio"_s },
-                                       { u"primary_file_type_group"_s, u"image"_s },
-                                       { u"image_count"_s, u"2"_s },
-                                       { u"design_count"_s, u"0"_s },
-                                       { u"document_count"_s, u"1"_s },
-                                       { u"video_count"_s, u"0"_s },
-                                       { u"audio_count"_s, u"1"_s } };
+            << breakdown({ 2, 0, 1, 0, 1 }, u"image,document,audio"_s, u"image"_s);
         QTest::newRow("tie goes to the earlier group")
-            << QStringList { u"a.mp4"_s, u"b.psd"_s }
-            << DiagnosticsParameters { { u"file_type_groups"_s, u"design,video"_s },
-                                       { u"primary_file_type_group"_s, u"design"_s },
-                                       { u"image_count"_s, u"0"_s },
-                                       { u"design_count"_s, u"1"_s },
-                                       { u"document_count"_s, u"0"_s },
-                                       { u"video_count"_s, u"1"_s },
-                                       { u"audio_count"_s, u"0"_s } };
+            << QStringList { u"a.mp4"_s, u"b.psd"_s } << breakdown({ 0, 1, 0, 1, 0 }, u"design,video"_s, u"design"_s);
         QTest::newRow("nothing grouped") << QStringList { u"README"_s, u"x.xyz"_s }
-                                         << DiagnosticsParameters { { u"image_count"_s, u"0"_s },
-                                                                    { u"design_count"_s, u"0"_s },
-                                                                    { u"document_count"_s, u"0"_s },
-                                                                    { u"video_count"_s, u"0"_s },
-                                                                    { u"audio_count"_s, u"0"_s } };
+                                         << breakdown({ 0, 0, 0, 0, 0 }, QString(), QString());
     }
 
     void fileTypeBreakdown()
