@@ -109,6 +109,37 @@ ProviderPeer::Dialect dialectOf(const QString &provider)
     return ProviderPeer::Dialect::ChatCompletions;
 }
 
+QByteArray keyHeaderOf(const QString &provider)
+{
+    if (provider == u"gemini")
+        return "x-goog-api-key";
+    if (provider == u"claude")
+        return "x-api-key";
+    return "authorization";
+}
+
+// How the picture shows in each provider's request body.
+QByteArray pictureMarker(const QString &provider)
+{
+    const QByteArray picture = Jpeg.toBase64();
+    switch (dialectOf(provider)) {
+    case ProviderPeer::Dialect::GenerateContent:
+        return "\"data\":\"" + picture + "\",\"mime_type\":\"image/jpeg\"";
+    case ProviderPeer::Dialect::Messages:
+        return "\"data\":\"" + picture + "\",\"media_type\":\"image/jpeg\",\"type\":\"base64\"";
+    case ProviderPeer::Dialect::OllamaChat:
+        return "\"images\":[\"" + picture + "\"]";
+    case ProviderPeer::Dialect::ChatCompletions:
+        break;
+    }
+    return "\"url\":\"data:image/jpeg;base64," + picture;
+}
+
+BYOKSyncResponse synced(const HttpReply &reply)
+{
+    return byokSyncResponseFromJson(QJsonDocument::fromJson(reply.body).object());
+}
+
 // A backend whose providers all live on one peer.
 struct Rig
 {
@@ -247,53 +278,56 @@ private slots:
             qputenv(variable, QFile::encodeName(m_home.filePath(QString::fromLatin1(variable))));
     }
 
+    // Each provider in its own format, with the caller's key or, for a call
+    // without one, the operator's.
     void providerAnswers_data()
     {
         QTest::addColumn<QString>("provider");
+        QTest::addColumn<QString>("key"); // empty: no own key
         QTest::addColumn<QString>("path");
-        QTest::addColumn<QByteArray>("keyHeader");
         QTest::addColumn<QByteArray>("keyValue");
-        QTest::addColumn<QByteArray>("pictureMarker");
         QTest::addColumn<QString>("effective");
         QTest::addColumn<QString>("basePath");
 
-        const QByteArray picture = Jpeg.toBase64();
-        QTest::newRow("openai") << u"openai"_s << u"/v1/chat/completions"_s << QByteArray("authorization")
-                                << QByteArray("Bearer user-key") << "\"url\":\"data:image/jpeg;base64," + picture
-                                << u"openai:gpt-4o-mini"_s << QString();
-        QTest::newRow("groq") << u"groq"_s << u"/v1/chat/completions"_s << QByteArray("authorization")
-                              << QByteArray("Bearer user-key") << "\"url\":\"data:image/jpeg;base64," + picture
-                              << u"groq:qwen/qwen3.6-27b"_s << QString();
-        QTest::newRow("gemini") << u"gemini"_s << u"/v1beta/models/gemini-2.5-flash-lite:generateContent"_s
-                                << QByteArray("x-goog-api-key") << QByteArray("user-key")
-                                << "\"data\":\"" + picture + "\",\"mime_type\":\"image/jpeg\""
+        QTest::newRow("openai") << u"openai"_s << u"user-key"_s << u"/v1/chat/completions"_s
+                                << QByteArray("Bearer user-key") << u"openai:gpt-4o-mini"_s << QString();
+        QTest::newRow("groq") << u"groq"_s << u"user-key"_s << u"/v1/chat/completions"_s
+                              << QByteArray("Bearer user-key") << u"groq:qwen/qwen3.6-27b"_s << QString();
+        QTest::newRow("gemini") << u"gemini"_s << u"user-key"_s
+                                << u"/v1beta/models/gemini-2.5-flash-lite:generateContent"_s << QByteArray("user-key")
                                 << u"gemini:gemini-2.5-flash-lite"_s << QString();
-        QTest::newRow("claude") << u"claude"_s << u"/v1/messages"_s << QByteArray("x-api-key") << QByteArray("user-key")
-                                << "\"data\":\"" + picture + "\",\"media_type\":\"image/jpeg\",\"type\":\"base64\""
+        QTest::newRow("claude") << u"claude"_s << u"user-key"_s << u"/v1/messages"_s << QByteArray("user-key")
                                 << u"claude:claude-haiku-4-5-20251001"_s << QString();
+        QTest::newRow("gemini-operator-key")
+            << u"gemini"_s << QString() << u"/v1beta/models/gemini-2.5-flash-lite:generateContent"_s
+            << QByteArray("operator-key") << u"gemini:gemini-2.5-flash-lite"_s << QString();
+        QTest::newRow("ollama") << u"ollama"_s << QString() << u"/api/chat"_s << QByteArray() << u"ollama:llava:7b"_s
+                                << QString();
         // The same functions when the base URL names the version.
         QTest::newRow("openai-base-with-version")
-            << u"openai"_s << u"/v1/chat/completions"_s << QByteArray("authorization") << QByteArray("Bearer user-key")
-            << "\"url\":\"data:image/jpeg;base64," + picture << u"openai:gpt-4o-mini"_s << u"/v1/"_s;
+            << u"openai"_s << u"user-key"_s << u"/v1/chat/completions"_s << QByteArray("Bearer user-key")
+            << u"openai:gpt-4o-mini"_s << u"/v1/"_s;
         QTest::newRow("gemini-base-with-version")
-            << u"gemini"_s << u"/v1beta/models/gemini-2.5-flash-lite:generateContent"_s << QByteArray("x-goog-api-key")
-            << QByteArray("user-key") << "\"data\":\"" + picture + "\",\"mime_type\":\"image/jpeg\""
-            << u"gemini:gemini-2.5-flash-lite"_s << u"/v1beta"_s;
+            << u"gemini"_s << u"user-key"_s << u"/v1beta/models/gemini-2.5-flash-lite:generateContent"_s
+            << QByteArray("user-key") << u"gemini:gemini-2.5-flash-lite"_s << u"/v1beta"_s;
     }
 
     void providerAnswers()
     {
         QFETCH(QString, provider);
+        QFETCH(QString, key);
         QFETCH(QString, path);
-        QFETCH(QByteArray, keyHeader);
         QFETCH(QByteArray, keyValue);
-        QFETCH(QByteArray, pictureMarker);
         QFETCH(QString, effective);
         QFETCH(QString, basePath);
 
-        Rig rig(provider, {}, basePath);
+        BackendConfig config;
+        // Never sent along with the caller's own key.
+        config.operatorKeys.insert(u"gemini"_s, u"operator-key"_s);
+        config.ollamaModel = u"llava:7b"_s;
+        Rig rig(provider, config, basePath);
         rig.peer.answer(Answer);
-        const auto reply = rig.analyze({ ownKeyRequest(provider, u"user-key"_s) });
+        const auto reply = rig.analyze({ key.isEmpty() ? pictureRequest() : ownKeyRequest(provider, key) });
         QVERIFY2(reply.ok(), qPrintable(reply.error()));
         QCOMPARE(reply.value().results.size(), 1);
         QCOMPARE(reply.value().results.first().title, u"Coffee Receipt"_s);
@@ -302,115 +336,88 @@ private slots:
         QCOMPARE(rig.peer.received.size(), 1);
         const ProviderPeer::Request &sent = rig.peer.received.first();
         QCOMPARE(sent.path, path);
-        QCOMPARE(sent.header(keyHeader), keyValue);
-        QVERIFY2(sent.body.contains(pictureMarker), sent.body.left(400).constData());
+        QCOMPARE(sent.header(keyHeaderOf(provider)), keyValue);
+        QVERIFY2(sent.body.contains(pictureMarker(provider)), sent.body.left(400).constData());
+        if (provider != u"gemini") // which names the model in the path
+            QCOMPARE(sent.json().value(u"model"_s).toString(), effective.section(u':', 1));
         if (provider == u"claude")
             QCOMPARE(sent.header("anthropic-version"), QByteArray("2023-06-01"));
     }
 
+    // A server the caller names is reached at that address with the OpenAI
+    // protocol; each key goes only with its own address: the operator's to
+    // the operator's server, the caller's to the caller's.
     void ownServer_data()
     {
+        QTest::addColumn<bool>("ownKey");
         QTest::addColumn<bool>("callsClientServers");
+        QTest::addColumn<bool>("operatorAddress");
         QTest::addColumn<QString>("model");
         QTest::addColumn<QString>("key");
         QTest::addColumn<QString>("refusal");
+        QTest::addColumn<QByteArray>("authorization"); // at the server reached
 
-        QTest::newRow("no key") << true << u"qwen2.5-vl"_s << QString() << QString();
-        QTest::newRow("with key") << true << u"qwen2.5-vl"_s << u"local-key"_s << QString();
-        QTest::newRow("no model") << true << QString() << QString()
-                                  << u"Choose a model of the OpenAI-compatible server."_s;
-        QTest::newRow("shared backend") << false << u"qwen2.5-vl"_s << QString()
-                                        << u"This backend does not call servers that clients name."_s;
+        QTest::newRow("no key") << true << true << false << u"qwen2.5-vl"_s << QString() << QString() << QByteArray();
+        QTest::newRow("with key") << true << true << false << u"qwen2.5-vl"_s << u"local-key"_s << QString()
+                                  << QByteArray("Bearer local-key");
+        QTest::newRow("no model") << true << true << false << QString() << QString()
+                                  << u"Choose a model of the OpenAI-compatible server."_s << QByteArray();
+        QTest::newRow("shared backend") << true << false << false << u"qwen2.5-vl"_s << QString()
+                                        << u"This backend does not call servers that clients name."_s << QByteArray();
+        // The backend's own provider is such a server but has no address.
+        QTest::newRow("operator-key-not-to-caller")
+            << false << true << false << u"qwen2.5-vl"_s << QString() << QString() << QByteArray();
+        QTest::newRow("operator-address-wins") << true << true << true << u"qwen2.5-vl"_s << u"user-key"_s << QString()
+                                               << QByteArray("Bearer operator-key");
     }
 
-    // The user's own server is reached at the address the request names,
-    // with the OpenAI protocol, and only with the key the request carries.
     void ownServer()
     {
+        QFETCH(bool, ownKey);
         QFETCH(bool, callsClientServers);
+        QFETCH(bool, operatorAddress);
         QFETCH(QString, model);
         QFETCH(QString, key);
         QFETCH(QString, refusal);
+        QFETCH(QByteArray, authorization);
 
         BackendConfig config;
         config.callsClientServers = callsClientServers;
         config.operatorKeys.insert(u"openai"_s, u"operator-key"_s);
-        Rig rig(u"openai"_s, config);
+        config.operatorKeys.insert(u"openaiCompatible"_s, u"operator-key"_s);
+        ProviderPeer operatorServer(ProviderPeer::Dialect::ChatCompletions);
+        operatorServer.answer(Answer);
+        if (operatorAddress)
+            config.baseUrls.insert(u"openaiCompatible"_s, operatorServer.baseUrl() + u"/v1"_s);
+        Rig rig(u"openaiCompatible"_s, config);
         rig.peer.answer(Answer);
-        AnalyzeRequest request = ownKeyRequest(u"openaiCompatible"_s, key);
+        AnalyzeRequest request = ownKey ? ownKeyRequest(u"openaiCompatible"_s, key) : pictureRequest();
         if (!model.isEmpty())
             request.byokModel = model;
         request.providerBaseUrl = rig.peer.baseUrl() + u"/v1"_s;
         const auto reply = rig.analyze({ request });
         QVERIFY2(reply.ok(), qPrintable(reply.error()));
+        QCOMPARE(rig.peer.received.isEmpty(), !refusal.isEmpty() || operatorAddress);
         if (!refusal.isEmpty()) {
             QCOMPARE(reply.value().results.first().error, refusal);
-            QVERIFY(rig.peer.received.isEmpty());
             return;
         }
         QCOMPARE(reply.value().results.first().title, u"Coffee Receipt"_s);
         QCOMPARE(reply.value().effectiveProvider, u"openaiCompatible:"_s + model);
-        const ProviderPeer::Request &sent = rig.peer.received.first();
+        const ProviderPeer::Request &sent = (operatorAddress ? operatorServer : rig.peer).received.first();
         QCOMPARE(sent.path, u"/v1/chat/completions"_s);
         QCOMPARE(sent.json().value(u"model"_s).toString(), model);
-        QCOMPARE(sent.header("authorization"), key.isEmpty() ? QByteArray() : "Bearer " + key.toUtf8());
+        QCOMPARE(sent.header("authorization"), authorization);
     }
 
-    // Each key goes only with its own address: the operator's to the
-    // operator's server, the caller's to the caller's.
-    void ownServerKeysStayWithTheirAddress()
-    {
-        BackendConfig config;
-        config.callsClientServers = true;
-        config.operatorKeys.insert(u"openaiCompatible"_s, u"operator-key"_s);
-        {
-            // A shared backend whose own provider is such a server: a caller
-            // naming an address gets no operator key sent there.
-            Rig rig(u"openaiCompatible"_s, config);
-            rig.peer.answer(Answer);
-            AnalyzeRequest request = pictureRequest();
-            request.byokModel = u"qwen2.5-vl"_s;
-            request.providerBaseUrl = rig.peer.baseUrl();
-            QCOMPARE(rig.analyzeOne(request), u"Coffee Receipt"_s);
-            QCOMPARE(rig.peer.received.first().header("authorization"), QByteArray());
-        }
-        ProviderPeer operatorServer(ProviderPeer::Dialect::ChatCompletions);
-        operatorServer.answer(Answer);
-        config.baseUrls.insert(u"openaiCompatible"_s, operatorServer.baseUrl());
-        Rig rig(u"openai"_s, config);
-        AnalyzeRequest request = ownKeyRequest(u"openaiCompatible"_s, u"user-key"_s);
-        request.byokModel = u"qwen2.5-vl"_s;
-        request.providerBaseUrl = rig.peer.baseUrl();
-        QCOMPARE(rig.analyzeOne(request), u"Coffee Receipt"_s);
-        QVERIFY(rig.peer.received.isEmpty());
-        QCOMPARE(operatorServer.received.first().header("authorization"), QByteArray("Bearer operator-key"));
-    }
-
-    void operatorKeyAndOllama()
-    {
-        BackendConfig config;
-        config.operatorKeys.insert(u"gemini"_s, u"operator-key"_s);
-        Rig gemini(u"gemini"_s, config);
-        gemini.peer.answer(Answer);
-        QCOMPARE(gemini.analyzeOne(pictureRequest()), u"Coffee Receipt"_s);
-        QCOMPARE(gemini.peer.received.first().header("x-goog-api-key"), QByteArray("operator-key"));
-
-        config.ollamaModel = u"llava:7b"_s;
-        Rig ollama(u"ollama"_s, config);
-        ollama.peer.answer(Answer);
-        QCOMPARE(ollama.analyzeOne(pictureRequest()), u"Coffee Receipt"_s);
-        const QJsonObject sent = ollama.peer.received.first().json();
-        QCOMPARE(ollama.peer.received.first().path, u"/api/chat"_s);
-        QCOMPARE(sent.value(u"model"_s).toString(), u"llava:7b"_s);
-        QCOMPARE(sent.value(u"messages"_s).toArray().first()[u"images"_s].toArray().first().toString(),
-                 QString::fromLatin1(Jpeg.toBase64()));
-    }
-
-    void providerFailures_data()
+    // What a file's result says when its provider fails, or when a rule
+    // fails it before any provider is asked.
+    void fileFailures_data()
     {
         QTest::addColumn<QString>("provider");
         QTest::addColumn<int>("status"); // 0 drops the connection, -1 answers too late
         QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QString>("file"); // "picture", "keyless" or "audio"
         QTest::addColumn<QString>("message");
 
         // Statuses the provider failure test leaves out; the ones it pins
@@ -418,31 +425,43 @@ private slots:
         QTest::newRow("403") << u"gemini"_s << 403
                              << QByteArray(R"({"error":{"code":403,"message":"Permission denied",)"
                                            R"("status":"PERMISSION_DENIED"}})")
-                             << u"Your Google AI API key doesn't have the required permissions."_s;
+                             << u"picture"_s << u"Your Google AI API key doesn't have the required permissions."_s;
         QTest::newRow("404") << u"claude"_s << 404
                              << QByteArray(R"({"type":"error","error":{"type":"not_found_error","message":"model"}})")
+                             << u"picture"_s
                              << u"Anthropic model is not available for this API key. Check the selected BYOK model "
                                 "or provider access."_s;
         QTest::newRow("413") << u"groq"_s << 413
                              << QByteArray(R"({"error":{"message":"x","type":"invalid_request_error"}})")
+                             << u"picture"_s
                              << u"Groq rejected this file because the request is too large. Try a smaller file."_s;
-        QTest::newRow("dropped") << u"groq"_s << 0 << QByteArray() << u"Groq analysis failed. Please try again."_s;
-        QTest::newRow("too-slow") << u"gemini"_s << -1 << QByteArray()
+        QTest::newRow("dropped") << u"groq"_s << 0 << QByteArray() << u"picture"_s
+                                 << u"Groq analysis failed. Please try again."_s;
+        QTest::newRow("too-slow") << u"gemini"_s << -1 << QByteArray() << u"picture"_s
                                   << u"Google AI request timed out. Please retry."_s;
-        QTest::newRow("unreadable-answer") << u"openai"_s << 200 << QByteArray() << u"AI analysis failed"_s;
+        QTest::newRow("unreadable-answer")
+            << u"openai"_s << 200 << QByteArray() << u"picture"_s << u"AI analysis failed"_s;
+        QTest::newRow("no-key-google") << u"gemini"_s << 200 << QByteArray() << u"keyless"_s
+                                       << u"Missing saved Google AI BYOK key. Please save your API key again."_s;
+        // Any provider off the transcribing ones takes this branch.
+        QTest::newRow("audio-to-gemini") << u"gemini"_s << 200 << QByteArray() << u"audio"_s
+                                         << u"Audio transcription requires Groq or OpenAI."_s;
     }
 
-    void providerFailures()
+    void fileFailures()
     {
         QFETCH(QString, provider);
         QFETCH(int, status);
         QFETCH(QByteArray, body);
+        QFETCH(QString, file);
         QFETCH(QString, message);
 
         BackendConfig config;
         config.providerTimeout = std::chrono::milliseconds(300);
         Rig rig(provider, config);
-        if (status == 0) {
+        if (file != u"picture") {
+            rig.peer.answer(Answer);
+        } else if (status == 0) {
             rig.peer.dropConnection();
         } else if (status == -1) {
             rig.peer.answer(Answer);
@@ -452,37 +471,11 @@ private slots:
         } else {
             rig.peer.fail(status, body);
         }
-        QCOMPARE(rig.analyzeOne(ownKeyRequest(provider, u"user-key"_s)), message);
-    }
-
-    // Rules that fail one file before any provider is asked.
-    void fileRefusals_data()
-    {
-        QTest::addColumn<QString>("provider");
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<bool>("audio");
-        QTest::addColumn<QString>("message");
-
-        QTest::newRow("no-key-google") << u"gemini"_s << QString() << false
-                                       << u"Missing saved Google AI BYOK key. Please save your API key again."_s;
-        QTest::newRow("audio-to-gemini") << u"gemini"_s << u"user-key"_s << true
-                                         << u"Audio transcription requires Groq or OpenAI."_s;
-        QTest::newRow("audio-to-claude") << u"claude"_s << u"user-key"_s << true
-                                         << u"Audio transcription requires Groq or OpenAI."_s;
-    }
-
-    void fileRefusals()
-    {
-        QFETCH(QString, provider);
-        QFETCH(QString, key);
-        QFETCH(bool, audio);
-        QFETCH(QString, message);
-
-        Rig rig(provider);
-        rig.peer.answer(Answer);
-        AnalyzeRequest request = audio ? audioRequest(provider) : ownKeyRequest(provider, key);
+        const AnalyzeRequest request = file == u"audio" ? audioRequest(provider)
+            : file == u"keyless"                        ? ownKeyRequest(provider, QString())
+                                                        : ownKeyRequest(provider, u"user-key"_s);
         QCOMPARE(rig.analyzeOne(request), message);
-        QVERIFY(rig.peer.received.isEmpty());
+        QCOMPARE(rig.peer.received.isEmpty(), file != u"picture");
     }
 
     // The audio goes to the provider's speech-to-text function as a form
@@ -537,114 +530,28 @@ private slots:
         QVERIFY2(block.isEmpty() ? !prompt.contains(u"Transcript") : prompt.contains(block), qPrintable(prompt));
     }
 
-    // A failed transcription fails its own file in the provider's words, and
-    // the batch's other files are still named.
-    void audioTranscriptionFailure_data()
+    // Each file gets its own result in order, a failed one (here a failed
+    // transcription, in the provider's words) leaves the others standing, and
+    // a big batch reaches the provider a few files at a time.
+    void batch()
     {
-        QTest::addColumn<QString>("provider");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<QString>("message");
-
-        QTest::newRow("401-openai") << u"openai"_s << 401
-                                    << QByteArray(R"({"error":{"message":"Incorrect API key provided",)"
-                                                  R"("type":"invalid_request_error","code":"invalid_api_key"}})")
-                                    << u"Invalid OpenAI API key. Please double-check and try again."_s;
-        QTest::newRow("413-groq") << u"groq"_s << 413
-                                  << QByteArray(R"({"error":{"message":"Request Entity Too Large",)"
-                                                R"("type":"invalid_request_error"}})")
-                                  << u"Groq rejected this file because the request is too large. Try a smaller file."_s;
-    }
-
-    void audioTranscriptionFailure()
-    {
-        QFETCH(QString, provider);
-        QFETCH(int, status);
-        QFETCH(QByteArray, body);
-        QFETCH(QString, message);
-
-        Rig rig(provider);
+        Rig rig(u"groq"_s);
         rig.peer.answer(Answer);
-        rig.peer.failTranscription(status, body);
-        const auto reply = rig.analyze({ audioRequest(provider), ownKeyRequest(provider, u"user-key"_s) });
-        QVERIFY2(reply.ok(), qPrintable(reply.error()));
-        QCOMPARE(reply.value().results.size(), 2);
-        QCOMPARE(reply.value().results.at(0).error, message);
-        QCOMPARE(reply.value().results.at(1).title, u"Coffee Receipt"_s);
-        // The failed file never reaches the chat call.
-        QCOMPARE(rig.peer.received.size(), 2);
-    }
-
-    // Each file gets its own result in order, and one failure leaves the
-    // others standing.
-    void batchKeepsOrder()
-    {
-        Rig rig(u"openai"_s);
-        rig.peer.answer(Answer);
-        QList<AnalyzeRequest> requests;
-        for (int i = 0; i < 7; ++i)
-            requests.append(ownKeyRequest(u"openai"_s, u"user-key"_s));
-        requests[3].apiKey.reset();
-        const auto reply = rig.analyze(requests);
-        QVERIFY2(reply.ok(), qPrintable(reply.error()));
-        QCOMPARE(reply.value().results.size(), 7);
-        for (int i = 0; i < 7; ++i)
-            QCOMPARE(reply.value().results.at(i).error.has_value(), i == 3);
-        QCOMPARE(rig.peer.received.size(), 6);
-    }
-
-    // A big batch reaches the provider a few files at a time.
-    void batchCallsAtMostFourAtOnce()
-    {
-        Rig rig(u"gemini"_s);
-        rig.peer.answer(Answer);
+        rig.peer.failTranscription(
+            413, R"({"error":{"message":"Request Entity Too Large","type":"invalid_request_error"}})");
         rig.peer.setDelay(std::chrono::milliseconds(100));
-        const QList<AnalyzeRequest> requests(9, ownKeyRequest(u"gemini"_s, u"user-key"_s));
+        QList<AnalyzeRequest> requests(9, ownKeyRequest(u"groq"_s, u"user-key"_s));
+        requests[3] = audioRequest(u"groq"_s);
         const auto reply = rig.analyze(requests);
         QVERIFY2(reply.ok(), qPrintable(reply.error()));
         QCOMPARE(reply.value().results.size(), 9);
+        for (int i = 0; i < 9; ++i)
+            QCOMPARE(reply.value().results.at(i).error.has_value(), i == 3);
+        QCOMPARE(reply.value().results.at(3).error,
+                 u"Groq rejected this file because the request is too large. Try a smaller file."_s);
+        // Eight chat calls and the upload: the failed file never reaches the chat.
         QCOMPARE(rig.peer.received.size(), 9);
         QCOMPARE(rig.peer.mostAtOnce(), 4);
-    }
-
-    void gateway_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QByteArray>("method");
-        QTest::addColumn<QString>("token");
-        QTest::addColumn<int>("bodyBytes");
-        QTest::addColumn<int>("status");
-
-        QTest::newRow("config") << u"/functions/v1/config"_s << QByteArray("GET") << Token << 0 << 200;
-        QTest::newRow("wrong-token") << u"/functions/v1/config"_s << QByteArray("GET") << u"header.x.y"_s << 0 << 401;
-        QTest::newRow("no-token") << u"/functions/v1/analyze"_s << QByteArray("POST") << QString() << 2 << 401;
-        QTest::newRow("token-prefix") << u"/functions/v1/analyze"_s << QByteArray("POST") << Token.left(10) << 2 << 401;
-        QTest::newRow("oversized") << u"/functions/v1/analyze"_s << QByteArray("POST") << Token << 5000 << 413;
-        QTest::newRow("at-limit") << u"/functions/v1/analyze"_s << QByteArray("POST") << Token << 4096 << 200;
-        QTest::newRow("iwork-export-without-device")
-            << u"/functions/v1/iwork-export"_s << QByteArray("POST") << Token << 10 << 401;
-        QTest::newRow("unknown") << u"/functions/v1/other"_s << QByteArray("GET") << Token << 0 << 404;
-    }
-
-    void gateway()
-    {
-        QFETCH(QString, path);
-        QFETCH(QByteArray, method);
-        QFETCH(QString, token);
-        QFETCH(int, bodyBytes);
-        QFETCH(int, status);
-
-        BackendConfig config;
-        config.maxRequestBytes = 4096;
-        Rig rig(u"openai"_s, config);
-        // An empty batch, padded with blanks to the size the row wants.
-        QByteArray body = bodyBytes > 0 ? QByteArray("[]") : QByteArray();
-        body.append(QByteArray(std::max(0, bodyBytes - 2), ' '));
-        const HttpReply reply = call(rig.url + path, method, body, token);
-        QCOMPARE(reply.status, status);
-        QVERIFY(QJsonDocument::fromJson(reply.body).isObject());
-        if (status != 200)
-            QVERIFY(!QJsonDocument::fromJson(reply.body)[u"error"_s].toString().isEmpty());
     }
 
     // The export converts with LibreOffice where it is installed and says why
@@ -732,20 +639,13 @@ private slots:
         QCOMPARE(QDir(QDir::tempPath()).entryList({ u"nomly-convert-*"_s }), QStringList());
     }
 
-    void emptyTokenRefusesAll()
+    // Calls past the token and size checks reach their function, or none.
+    void plainCalls()
     {
-        BackendServer open(BackendConfig {});
-        QVERIFY(open.listen(QHostAddress::LocalHost));
-        QCOMPARE(call(u"http://127.0.0.1:%1/functions/v1/config"_s.arg(open.serverPort()), "GET", {}, QString()).status,
-                 401);
-        QCOMPARE(call(u"http://127.0.0.1:%1/functions/v1/config"_s.arg(open.serverPort()), "GET", {}, u""_s).status,
-                 401);
-    }
-
-    void configReadsAsTheApplicationReadsIt()
-    {
-        Rig rig(u"claude"_s);
-        const HttpReply reply = call(rig.url + u"/functions/v1/config"_s, "GET", {}, Token);
+        BackendConfig limited;
+        limited.maxRequestBytes = 4096;
+        Rig rig(u"claude"_s, limited);
+        HttpReply reply = call(rig.url + u"/functions/v1/config"_s, "GET", {}, Token);
         QCOMPARE(reply.status, 200);
         const std::optional<ConfigResponse> config = ConfigResponse::fromJson(reply.body);
         QVERIFY(config);
@@ -753,6 +653,20 @@ private slots:
         QCOMPARE(applied.aiProvider, u"claude"_s);
         QCOMPARE(applied.imageExtensions, RemoteConfig().imageExtensions);
         QCOMPARE(applied.byokGroqModel, u"qwen/qwen3.6-27b"_s);
+
+        // An empty batch padded with blanks to the limit.
+        reply = call(rig.url + u"/functions/v1/analyze"_s, "POST", "[]" + QByteArray(4094, ' '), Token);
+        QCOMPARE(reply.status, 200);
+        QVERIFY(QJsonDocument::fromJson(reply.body).isObject());
+        reply = call(rig.url + u"/functions/v1/other"_s, "GET", {}, Token);
+        QCOMPARE(reply.status, 404);
+        QVERIFY(!QJsonDocument::fromJson(reply.body)[u"error"_s].toString().isEmpty());
+
+        // A backend without a token refuses even the empty one.
+        BackendServer open(BackendConfig {});
+        QVERIFY(open.listen(QHostAddress::LocalHost));
+        QCOMPARE(call(u"http://127.0.0.1:%1/functions/v1/config"_s.arg(open.serverPort()), "GET", {}, u""_s).status,
+                 401);
     }
 
     // A key the key sync saved serves later requests that carry none, until
@@ -766,7 +680,7 @@ private slots:
         save.byokModel = u"gpt-4.1-mini"_s;
         HttpReply reply = rig.saveKey(save);
         QCOMPARE(reply.status, 200);
-        BYOKSyncResponse saved = byokSyncResponseFromJson(QJsonDocument::fromJson(reply.body).object());
+        const BYOKSyncResponse saved = synced(reply);
         QCOMPARE(saved.success, true);
         QCOMPARE(saved.aiProvider, u"openai"_s);
         QCOMPARE(saved.byokModel, u"gpt-4.1-mini"_s);
@@ -793,9 +707,19 @@ private slots:
 
         reply = rig.saveKey(keySync(QString(), false));
         QCOMPARE(reply.status, 200);
-        QCOMPARE(byokSyncResponseFromJson(QJsonDocument::fromJson(reply.body).object()).byokEnabled, false);
+        QCOMPARE(synced(reply).byokEnabled, false);
         QCOMPARE(rig.analyzeOne(ownKeyRequest(u"openai"_s, QString())),
                  u"Missing saved OpenAI BYOK key. Please save your API key again."_s);
+
+        // The same function turns a device's local mode on.
+        OllamaSyncRequest mode;
+        mode.deviceId = u"DEVICE-2"_s;
+        mode.deviceSecret = u"secret-2"_s;
+        mode.enabled = true;
+        reply = rig.saveKey(mode);
+        QCOMPARE(reply.status, 200);
+        const OllamaSyncResponse local = ollamaSyncResponseFromJson(QJsonDocument::fromJson(reply.body).object());
+        QVERIFY(local.success && local.ollamaEnabled);
     }
 
     // A new key is tried with its provider first; one it refuses is kept
@@ -838,13 +762,10 @@ private slots:
         save.provider = provider;
         const HttpReply reply = rig.saveKey(save);
         QCOMPARE(reply.status, 200);
-        const BYOKSyncResponse answered = byokSyncResponseFromJson(QJsonDocument::fromJson(reply.body).object());
+        const BYOKSyncResponse answered = synced(reply);
         QCOMPARE(answered.success, refusal.isEmpty());
         QCOMPARE(answered.error.value_or(QString()), refusal);
-        const QByteArray keyHeader = provider == u"gemini" ? "x-goog-api-key"
-            : provider == u"claude"                        ? "x-api-key"
-                                                           : "authorization";
-        QVERIFY(rig.peer.received.first().header(keyHeader).contains("typed-key"));
+        QVERIFY(rig.peer.received.first().header(keyHeaderOf(provider)).contains("typed-key"));
         // A later call without a key finds the stored one, or none.
         rig.peer.answer(Answer);
         const QString title = rig.analyzeOne(ownKeyRequest(provider, QString()));
@@ -877,25 +798,11 @@ private slots:
         send(u"newer-key"_s, &second);
         QTRY_VERIFY(!second.isEmpty() && !first.isEmpty());
 
-        QCOMPARE(byokSyncResponseFromJson(QJsonDocument::fromJson(second).object()).success, true);
-        QCOMPARE(byokSyncResponseFromJson(QJsonDocument::fromJson(first).object()).success, false);
+        QCOMPARE(synced({ 200, second }).success, true);
+        QCOMPARE(synced({ 200, first }).success, false);
         rig.peer.received.clear();
         QCOMPARE(rig.analyzeOne(ownKeyRequest(u"openai"_s, QString())), u"Coffee Receipt"_s);
         QCOMPARE(rig.peer.received.last().header("authorization"), QByteArray("Bearer newer-key"));
-    }
-
-    void modeSync()
-    {
-        Rig rig(u"openai"_s);
-        OllamaSyncRequest request;
-        request.deviceId = u"DEVICE-2"_s;
-        request.deviceSecret = u"secret-2"_s;
-        request.enabled = true;
-        const HttpReply reply = rig.saveKey(request);
-        QCOMPARE(reply.status, 200);
-        const OllamaSyncResponse response = ollamaSyncResponseFromJson(QJsonDocument::fromJson(reply.body).object());
-        QCOMPARE(response.success, true);
-        QCOMPARE(response.ollamaEnabled, true);
     }
 
     // A call is decided on its head: one without the token, or declaring a
@@ -913,6 +820,9 @@ private slots:
                                             << QByteArray("HTTP/1.1 401");
         QTest::newRow("wrong-token") << start + "Authorization: Bearer guessed\r\nContent-Length: 10\r\n\r\n"
                                      << QByteArray("HTTP/1.1 401");
+        QTest::newRow("token-prefix") << start + "Authorization: Bearer " + Token.left(10).toUtf8()
+                + "\r\nContent-Length: 10\r\n\r\n"
+                                      << QByteArray("HTTP/1.1 401");
         QTest::newRow("declared-body-over-limit") << start + token + "Content-Length: 67108865\r\n\r\n"
                                                   << QByteArray("HTTP/1.1 413");
         QTest::newRow("document-over-export-limit") << "POST /functions/v1/iwork-export HTTP/1.1\r\nHost: 127.0.0.1\r\n"
@@ -935,8 +845,12 @@ private slots:
         socket.connectToHost(QHostAddress::LocalHost, rig.server->serverPort());
         QVERIFY(QTest::qWaitFor([&] { return socket.state() == QAbstractSocket::ConnectedState; }, 5000));
         socket.write(head);
-        QVERIFY2(QTest::qWaitFor([&] { return reply.contains("\r\n\r\n"); }, 5000), reply.constData());
+        // The refusal closes the connection once its error is written.
+        QVERIFY2(QTest::qWaitFor([&] { return socket.state() == QAbstractSocket::UnconnectedState; }, 5000),
+                 reply.constData());
         QVERIFY2(reply.startsWith(statusLine), reply.constData());
+        const QByteArray body = reply.mid(reply.indexOf("\r\n\r\n") + 4);
+        QVERIFY2(!QJsonDocument::fromJson(body)[u"error"_s].toString().isEmpty(), reply.constData());
         QVERIFY(rig.peer.received.isEmpty());
     }
 
