@@ -255,6 +255,17 @@ Result<> backfillRenameEvents(sqlite3 *connection)
 
 Result<> upgradeSchema(sqlite3 *connection)
 {
+    // The steps look at the whole history (the backfill walks every row), so
+    // a file records in its user_version that it has been through them, and
+    // later opens cost the same however long the history. A new step comes
+    // with a new CurrentSchemaVersion.
+    constexpr int CurrentSchemaVersion = 1;
+    SqliteStatement version(connection, "PRAGMA user_version");
+    int stored = 0;
+    if (Result<> read = version.forEachRow([&] { stored = int(version.integer(0)); }); !read)
+        return read;
+    if (stored >= CurrentSchemaVersion)
+        return {};
     const std::initializer_list<std::function<Result<>()>> steps = {
         [&] { return executeSql(connection, CreateSettings); },
         [&] { return executeSql(connection, CreateProcessedFiles); },
@@ -272,7 +283,8 @@ Result<> upgradeSchema(sqlite3 *connection)
         if (Result<> done = step(); !done)
             return done;
     }
-    return {};
+    const QByteArray record = "PRAGMA user_version = " + QByteArray::number(CurrentSchemaVersion);
+    return executeSql(connection, record);
 }
 
 Result<> appendRenameEvent(sqlite3 *connection,

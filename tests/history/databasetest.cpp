@@ -180,6 +180,9 @@ private slots:
                               "FROM rename_statistics_events ORDER BY id"_s),
                      (QStringList { u"1|2024-01-01T10:00:00Z|watcher|pdf"_s, u"2|2024-01-02T10:00:00Z|watcher|"_s }));
             QCOMPARE(db->loadPresets().value().size(), 1);
+            // The file says it has been through the steps; the next open
+            // walks nothing.
+            QCOMPARE(rawQuery(file, u"PRAGMA user_version"_s), QStringList { u"1"_s });
         }
     }
 
