@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include "naming/rawvalue.h"
+
 namespace Nomly {
 
 // The pages of the settings window. The first is where the consent flow and
@@ -19,27 +21,20 @@ enum class SettingsTab
 };
 
 // The tab as diagnostics name it.
-inline QString diagnosticsWord(SettingsTab tab)
+inline constexpr RawValueTable<SettingsTab, 8> SettingsTabDiagnosticsWords { {
+    { SettingsTab::AIRename, u"ai_rename" },
+    { SettingsTab::Monitor, u"monitor" },
+    { SettingsTab::Activity, u"activity" },
+    { SettingsTab::Statistics, u"statistics" },
+    { SettingsTab::Templates, u"templates" },
+    { SettingsTab::General, u"general" },
+    { SettingsTab::AISetup, u"ai_setup" },
+    { SettingsTab::About, u"about" },
+} };
+
+inline QString diagnosticsWord(SettingsTab value)
 {
-    switch (tab) {
-    case SettingsTab::AIRename:
-        return QStringLiteral("ai_rename");
-    case SettingsTab::Monitor:
-        return QStringLiteral("monitor");
-    case SettingsTab::Activity:
-        return QStringLiteral("activity");
-    case SettingsTab::Statistics:
-        return QStringLiteral("statistics");
-    case SettingsTab::Templates:
-        return QStringLiteral("templates");
-    case SettingsTab::General:
-        return QStringLiteral("general");
-    case SettingsTab::AISetup:
-        return QStringLiteral("ai_setup");
-    case SettingsTab::About:
-        return QStringLiteral("about");
-    }
-    return QStringLiteral("unknown");
+    return rawValueIn(SettingsTabDiagnosticsWords, value);
 }
 
 } // namespace Nomly

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include "naming/rawvalue.h"
+
 namespace Nomly {
 
 // Why a workflow stopped to ask for the agreement to AI processing.
@@ -16,23 +18,18 @@ enum class ConsentReviewSource
 };
 
 // The reason as diagnostics name it.
-inline QString diagnosticsWord(ConsentReviewSource source)
+inline constexpr RawValueTable<ConsentReviewSource, 6> ConsentReviewSourceDiagnosticsWords { {
+    { ConsentReviewSource::BatchDrop, u"batch_drop" },
+    { ConsentReviewSource::BatchRegenerate, u"batch_regenerate" },
+    { ConsentReviewSource::Hotkey, u"hotkey" },
+    { ConsentReviewSource::FinderService, u"finder_service" },
+    { ConsentReviewSource::DockDrop, u"dock_drop" },
+    { ConsentReviewSource::Picker, u"picker" },
+} };
+
+inline QString diagnosticsWord(ConsentReviewSource value)
 {
-    switch (source) {
-    case ConsentReviewSource::BatchDrop:
-        return QStringLiteral("batch_drop");
-    case ConsentReviewSource::BatchRegenerate:
-        return QStringLiteral("batch_regenerate");
-    case ConsentReviewSource::Hotkey:
-        return QStringLiteral("hotkey");
-    case ConsentReviewSource::FinderService:
-        return QStringLiteral("finder_service");
-    case ConsentReviewSource::DockDrop:
-        return QStringLiteral("dock_drop");
-    case ConsentReviewSource::Picker:
-        return QStringLiteral("picker");
-    }
-    return QStringLiteral("unknown");
+    return rawValueIn(ConsentReviewSourceDiagnosticsWords, value);
 }
 
 } // namespace Nomly
